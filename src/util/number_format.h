@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace zel {
+
+// Numbers in documents. Nothing here asks the C library's locale, so the decimal separator is a
+// point whatever the host application has set.
+
+/// Fixed-point text with `decimals` digits (0 to 9, more count as 9) after the point. A remainder
+/// of exactly one half rounds to even. NaN gives "nan"; magnitudes above 2147483647 come as
+/// formatScientific() writes them with 6 decimals.
+std::string formatFixed(double value, unsigned decimals);
+
+/// As printf's "%.*e" in the "C" locale.
+std::string formatScientific(double value, unsigned decimals);
+
+/// A parameter value: fixed with 6 decimals where the magnitude is zero or from 0.1 to 100000, else
+/// scientific. At most 14 characters.
+std::string formatParameterDouble(double value);
+
+/// A calibration value: with `mayBeScientific` and a magnitude above 100000, or below 0.1 and not
+/// zero, scientific; else fixed; with `decimals` digits either way.
+std::string formatCalibrationDouble(double value, unsigned decimals, bool mayBeScientific);
+
+// Number texts of responses: "0x" and hexadecimal digits, else decimal; white space may stand
+// around the number, anything else may not. All return 0 and set `value`, or return
+// ZEL_UTIL_STRING_CONVERSION and leave it alone.
+
+std::int32_t parseNumber(std::string_view text, double& value);
+std::int32_t parseNumber(std::string_view text, std::int32_t& value);
+std::int32_t parseNumber(std::string_view text, std::int64_t& value);
+std::int32_t parseNumber(std::string_view text, std::uint32_t& value);
+std::int32_t parseNumber(std::string_view text, std::uint64_t& value);
+
+} // namespace zel
