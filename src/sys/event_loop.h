@@ -1,0 +1,85 @@
+#pragma once
+
+#include "event_log.h"
+#include "native_socket.h"
+#include "timer_queue.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <unordered_map>
+
+namespace zel::sys {
+
+class PortTwin;
+
+using EventId = std::uint64_t;
+
+/// Returns more than zero when more may be waiting and it wants to be called again.
+using EventCallback = std::function<int()>;
+
+/// What a socket registers: an id that is unique among the registered events and its handle.
+struct Event {
+    EventId id = 0;
+    NativeSocket socket = kNoSocket;
+};
+
+/// FNV-1a over the eight bytes of an id, low byte first.
+struct EventIdHash {
+    std::size_t operator()(EventId id) const;
+};
+
+/// The reactor of one Client: one thread runs execute() and calls the callbacks of the sockets
+/// that have input. Completion ports on Windows, epoll on Linux.
+///
+/// Locks: callbacks run under the loop's recursive mutex, the outermost lock of the library. A
+/// thread that holds the requestor registry's or the connection table's lock must not call in here
+/// unless it is the loop's thread.
+class EventLoop {
+public:
+    EventLoop();
+    virtual ~EventLoop();
+    EventLoop(const EventLoop&) = delete;
+    EventLoop& operator=(const EventLoop&) = delete;
+
+    /// 0, or -1 when the callback is empty or the socket cannot be watched. A second registration
+    /// under the same id replaces the callback.
+    int addEvent(const Event& event, EventCallback callback);
+    /// After it has returned on another thread, the callback is not running and will not run again;
+    /// a callback may erase itself. Always 0.
+    int eraseEvent(const Event& event);
+
+    /// Dispatches on the calling thread: 0 when stopped or ended by an error, -1 without a port.
+    int execute();
+    void stop();
+
+    /// False once execute() has ended by itself: no timer will ever expire again.
+    bool canRun() const { return !m_hasEnded.load(); }
+    bool isLoopThread() const { return m_thread.load() == std::this_thread::get_id(); }
+    TimerQueue& timers() { return m_timers; }
+    PortTwin& port() { return *m_port; }
+
+private:
+    friend class PortTwin;
+
+    using Events = std::unordered_map<EventId, std::shared_ptr<const EventCallback>, EventIdHash>;
+
+    void dispatch(EventId id, bool mayRepeat);
+    /// Milliseconds until the next timer, rounded up; -1 for no limit.
+    int waitLimitMs() const;
+
+    EventLog m_log;
+    std::unique_ptr<PortTwin> m_port;
+
+    // any thread; callbacks run with it held
+    std::recursive_mutex m_mutex;
+    Events m_events;
+
+    TimerQueue m_timers;
+    std::atomic<bool> m_hasEnded = false;
+    std::atomic<std::thread::id> m_thread{};
+};
+
+} // namespace zel::sys

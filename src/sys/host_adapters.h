@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace zel::sys {
+
+struct HostAddress {
+    std::string address;
+    std::string mask;
+};
+
+/// One of the host's network adapters, as the system lists it at this moment.
+struct HostAdapter {
+    std::string name;
+    std::string description;
+    std::uint32_t interfaceIndex = 0;
+    std::string physicalAddress;        // two hexadecimal digits for each byte, joined by ":"
+    std::vector<HostAddress> addresses; // IPv4; the last one is the one that is reported
+};
+
+/// Asks the system anew on every call; empty when it cannot be asked. The loopback is none of them.
+std::vector<HostAdapter> listHostAdapters();
+
+} // namespace zel::sys

@@ -1,0 +1,103 @@
+#include "port_twin.h"
+
+#include <array>
+#include <cerrno>
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace zel::sys {
+
+namespace {
+
+// Sockets take their ids from a counter that starts above it.
+constexpr EventId kWakeUpId = 0;
+
+} // namespace
+
+struct PortTwin::Batch {
+    std::array<epoll_event, kBatch> events;
+    int count = 0;
+    int next = 0;
+};
+
+PortTwin::PortTwin()
+    : m_epoll(epoll_create1(EPOLL_CLOEXEC)),
+      m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      m_batch(std::make_unique<Batch>())
+{
+    epoll_event event{};
+    event.events = EPOLLIN;
+    event.data.u64 = kWakeUpId;
+    if (isOpen())
+        epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_wakeUp, &event);
+}
+
+PortTwin::~PortTwin()
+{
+    if (m_wakeUp >= 0)
+        close(m_wakeUp);
+    if (m_epoll >= 0)
+        close(m_epoll);
+}
+
+bool PortTwin::isOpen() const
+{
+    return m_epoll >= 0 && m_wakeUp >= 0;
+}
+
+std::optional<std::string> PortTwin::watch(const Event& event)
+{
+    // Edge-triggered: callbacks read until nothing is left, as they must on a completion port.
+    epoll_event watched{};
+    watched.events = EPOLLIN | EPOLLRDHUP | EPOLLET;
+    watched.data.u64 = event.id;
+    if (epoll_ctl(m_epoll, EPOLL_CTL_ADD, event.socket, &watched) == 0)
+        return {};
+    if (errno == EEXIST && epoll_ctl(m_epoll, EPOLL_CTL_MOD, event.socket, &watched) == 0)
+        return {};
+    return systemErrorText(errno);
+}
+
+void PortTwin::unwatch(const Event& event)
+{
+    if (event.socket != kNoSocket)
+        epoll_ctl(m_epoll, EPOLL_CTL_DEL, event.socket, nullptr);
+}
+
+PortTwin::WakeUp PortTwin::wait(int limitMs, EventLog&)
+{
+    if (m_batch->next == m_batch->count) {
+        m_batch->next = 0;
+        m_batch->count = epoll_wait(m_epoll, m_batch->events.data(), kBatch, limitMs);
+        if (m_batch->count < 0) {
+            m_batch->count = 0;
+            // A signal of the host's is no failure of the loop.
+            if (errno != EINTR)
+                return {Reason::failed, 0, systemErrorText(errno)};
+        }
+    }
+    if (m_batch->next == m_batch->count)
+        return {};
+    const EventId id = m_batch->events[static_cast<std::size_t>(m_batch->next++)].data.u64;
+    if (id != kWakeUpId)
+        return {Reason::event, id, {}};
+    std::uint64_t posts = 0;
+    [[maybe_unused]] const ssize_t got = read(m_wakeUp, &posts, sizeof posts);
+    return {m_mustStop.load() ? Reason::stop : Reason::again, 0, {}};
+}
+
+void PortTwin::postStop()
+{
+    m_mustStop = true;
+    postWake();
+}
+
+void PortTwin::postWake()
+{
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t put = write(m_wakeUp, &one, sizeof one);
+}
+
+} // namespace zel::sys

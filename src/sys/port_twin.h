@@ -1,0 +1,65 @@
+#pragma once
+
+#include "event_loop.h"
+
+#include <optional>
+#include <string>
+
+namespace zel::sys {
+
+/// What the operating system gives the event loop to wait on.
+class PortTwin {
+public:
+    /// Why a wait came back. `event`: an event has input. `last`: the same, but its peer vanished:
+    /// one call, no repetition. `again`: nothing to do but to wait again.
+    enum class Reason { event, last, again, stop, failed };
+    struct WakeUp {
+        Reason reason = Reason::again;
+        EventId id = 0;
+        std::string failure;
+    };
+
+    PortTwin();
+    ~PortTwin();
+    PortTwin(const PortTwin&) = delete;
+    PortTwin& operator=(const PortTwin&) = delete;
+
+    bool isOpen() const;
+    /// Watches the event's socket; nothing when that worked, else the system's text.
+    std::optional<std::string> watch(const Event& event);
+    void unwatch(const Event& event);
+
+    WakeUp wait(int limitMs, EventLog& log);
+    void postStop();
+    void postWake();
+
+#ifdef _WIN32
+    void* handle() const
+    {
+        return m_port;
+    }
+    /// Overlapped operations whose completion has not come out of the port yet.
+    std::atomic<int>& operationsUnderWay()
+    {
+        return m_operationsUnderWay;
+    }
+
+private:
+    void* m_port = nullptr;
+    std::atomic<int> m_operationsUnderWay = 0;
+#else
+
+private:
+    static constexpr int kBatch = 64;
+
+    int m_epoll = -1;
+    int m_wakeUp = -1;
+    std::atomic<bool> m_mustStop = false;
+
+    // loop thread only: what one epoll_wait brought and is not handed out yet
+    struct Batch;
+    std::unique_ptr<Batch> m_batch;
+#endif
+};
+
+} // namespace zel::sys

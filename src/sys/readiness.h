@@ -1,0 +1,44 @@
+#pragma once
+
+#include "event_loop.h"
+
+#include <memory>
+
+namespace zel::sys {
+
+struct ReadinessBlock;
+
+/// Tells an event loop when a socket has input. On Windows it is a zero-byte overlapped receive,
+/// which must be posted anew whenever a read found nothing; on Linux the kernel keeps watch by
+/// itself. Its id is unique among the events of all loops.
+class Readiness {
+public:
+    enum class Posted { pending, completed, failed };
+
+    explicit Readiness(EventLoop& loop);
+    /// What the kernel may still write to outlives this object until its completion has come out
+    /// of the loop's port.
+    ~Readiness();
+    Readiness(const Readiness&) = delete;
+    Readiness& operator=(const Readiness&) = delete;
+
+    void setSocket(NativeSocket socket) { m_event.socket = socket; }
+    const Event& event() const { return m_event; }
+    EventLoop& loop() const { return m_loop; }
+
+    /// Asks to be told of the next input. `completed`: there is some already.
+    Posted post();
+    /// From now on completions are dropped, whatever they tell.
+    void retire();
+    /// Starts afresh for another socket, under another id.
+    void renew();
+    /// True while a posted request waits for input: a read would find nothing.
+    bool isPending() const;
+
+private:
+    EventLoop& m_loop;
+    Event m_event;
+    ReadinessBlock* m_block = nullptr;
+};
+
+} // namespace zel::sys

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "timer_queue.h"
+
+namespace zel::sys {
+
+class EventLoop;
+
+/// A one-shot or periodic timer whose expiry runs on the event loop's thread, under its lock.
+/// One thread at a time may use a timer. After cancel() or the destructor has returned, the
+/// callback is not running (unless the caller is that callback) and will not run again.
+class Timer {
+public:
+    /// true: the time ran out; false: the timer was cancelled.
+    using Callback = std::function<void(bool expired)>;
+
+    explicit Timer(EventLoop& loop);
+    ~Timer();
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+
+    void set(std::uint32_t milliseconds, bool repeat, Callback callback);
+    /// Begins to count anew with the callback as it is.
+    void restart(std::uint32_t milliseconds);
+    /// Stops counting and calls back with false, if a callback was ever set.
+    void cancel();
+    /// Stops counting, silently.
+    void stop();
+
+private:
+    friend class TimerQueue;
+
+    TimerQueue& m_queue;
+    Callback m_callback;
+
+    // under the queue's mutex
+    bool m_isArmed = false;
+    TimerQueue::Clock::time_point m_deadline{};
+    std::chrono::milliseconds m_period{0};
+};
+
+} // namespace zel::sys

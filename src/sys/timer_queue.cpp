@@ -1,0 +1,104 @@
+#include "timer_queue.h"
+
+#include "timer.h"
+
+#include <functional>
+
+namespace zel::sys {
+
+TimerQueue::TimerQueue(std::recursive_mutex& loopMutex, std::function<void()> wake)
+    : m_loopMutex(loopMutex), m_wake(std::move(wake))
+{
+}
+
+bool TimerQueue::Earlier::operator()(const Timer* a, const Timer* b) const
+{
+    if (a->m_deadline != b->m_deadline)
+        return a->m_deadline < b->m_deadline;
+    return std::less<const Timer*>{}(a, b);
+}
+
+std::optional<TimerQueue::Clock::time_point> TimerQueue::wakeAt() const
+{
+    const std::lock_guard lock{m_mutex};
+    return m_wakeAt;
+}
+
+void TimerQueue::arm(Timer& timer, Clock::time_point deadline)
+{
+    bool mustWake = false;
+    {
+        const std::lock_guard lock{m_mutex};
+        if (timer.m_isArmed)
+            m_armed.erase(&timer);
+        timer.m_deadline = deadline;
+        m_armed.insert(&timer);
+        timer.m_isArmed = true;
+        if (!m_wakeAt || deadline < *m_wakeAt) {
+            m_wakeAt = deadline;
+            mustWake = true;
+        }
+    }
+    if (mustWake)
+        m_wake();
+}
+
+void TimerQueue::disarm(Timer& timer)
+{
+    {
+        const std::lock_guard lock{m_mutex};
+        if (timer.m_isArmed) {
+            m_armed.erase(&timer);
+            timer.m_isArmed = false;
+        }
+        if (m_firing != &timer || m_firingThread == std::this_thread::get_id())
+            return;
+    }
+    // The callback is running: it ends before the loop's lock can be had.
+    const std::lock_guard wait{m_loopMutex};
+}
+
+bool TimerQueue::takeDue(Clock::time_point now)
+{
+    const std::lock_guard lock{m_mutex};
+    if (m_armed.empty() || (*m_armed.begin())->m_deadline > now) {
+        m_wakeAt = m_armed.empty() ? std::nullopt : std::optional{(*m_armed.begin())->m_deadline};
+        return false;
+    }
+    Timer* const timer = *m_armed.begin();
+    m_armed.erase(m_armed.begin());
+    timer->m_isArmed = false;
+    if (timer->m_period.count() > 0) {
+        timer->m_deadline = now + timer->m_period;
+        m_armed.insert(timer);
+        timer->m_isArmed = true;
+    }
+    m_firing = timer;
+    m_firingThread = std::this_thread::get_id();
+    return true;
+}
+
+void TimerQueue::runDue()
+{
+    const Clock::time_point now = Clock::now();
+    {
+        const std::lock_guard lock{m_mutex};
+        if (!m_wakeAt || *m_wakeAt > now)
+            return;
+    }
+    for (;;) {
+        // The loop's lock comes first, so that a timer that disarm() sees firing is called under
+        // the lock that disarm() then waits for.
+        const std::lock_guard loopLock{m_loopMutex};
+        if (!takeDue(now))
+            return;
+        // Copied: the callback may set its own timer anew or destroy it.
+        const Timer::Callback callback = m_firing->m_callback;
+        if (callback)
+            callback(true);
+        const std::lock_guard lock{m_mutex};
+        m_firing = nullptr;
+    }
+}
+
+} // namespace zel::sys

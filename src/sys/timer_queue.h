@@ -1,0 +1,54 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <thread>
+
+namespace zel::sys {
+
+class Timer;
+
+/// The timers of one event loop, ordered by deadline. There is no system timer behind them: the
+/// loop bounds its wait by wakeAt(), so no foreign thread ever runs code of the library.
+class TimerQueue {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /// `loopMutex` is the loop's lock, under which callbacks run; `wake` makes a waiting loop look
+    /// at wakeAt() again.
+    TimerQueue(std::recursive_mutex& loopMutex, std::function<void()> wake);
+
+    /// When the loop must come back at the latest; nothing when no timer asks for it.
+    std::optional<Clock::time_point> wakeAt() const;
+    /// Loop thread only: calls back what is due.
+    void runDue();
+
+private:
+    friend class Timer;
+
+    struct Earlier {
+        bool operator()(const Timer* a, const Timer* b) const;
+    };
+
+    void arm(Timer& timer, Clock::time_point deadline);
+    void disarm(Timer& timer);
+    bool takeDue(Clock::time_point now);
+
+    std::recursive_mutex& m_loopMutex;
+    const std::function<void()> m_wake;
+
+    // any thread, under m_mutex, which is a leaf lock
+    mutable std::mutex m_mutex;
+    std::set<Timer*, Earlier> m_armed;
+    Timer* m_firing = nullptr;
+    std::thread::id m_firingThread;
+    // Left standing when its timer is cancelled: a steady stream of requests then never has to
+    // wake the loop for the next timer, at the price of one idle wake-up after the last.
+    std::optional<Clock::time_point> m_wakeAt;
+};
+
+} // namespace zel::sys

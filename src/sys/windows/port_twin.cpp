@@ -1,0 +1,96 @@
+#include "port_twin.h"
+
+#include "readiness_block.h"
+
+#include <windows.h>
+
+namespace zel::sys {
+
+namespace {
+
+// Keys of the loop's own posts. Sockets' ids are handles: multiples of four and never null.
+constexpr ULONG_PTR kStopKey = 0;
+constexpr ULONG_PTR kWakeUpKey = 1;
+
+} // namespace
+
+PortTwin::PortTwin() : m_port(CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 1)) {}
+
+PortTwin::~PortTwin()
+{
+    if (!m_port)
+        return;
+    // Every closed socket still has the completion of its last receive in the port, and with it a
+    // reference to the block that the kernel wrote to.
+    while (m_operationsUnderWay.load() > 0) {
+        DWORD bytes = 0;
+        ULONG_PTR key = 0;
+        OVERLAPPED* overlapped = nullptr;
+        const BOOL got = GetQueuedCompletionStatus(m_port, &bytes, &key, &overlapped, 1000);
+        if (!got && !overlapped)
+            break;
+        if (overlapped)
+            ReadinessBlock::completed(overlapped, *this);
+    }
+    CloseHandle(m_port);
+}
+
+bool PortTwin::isOpen() const
+{
+    return m_port != nullptr;
+}
+
+std::optional<std::string> PortTwin::watch(const Event& event)
+{
+    const auto key = static_cast<ULONG_PTR>(event.id & 0xFFFFFFFFu);
+    if (CreateIoCompletionPort(reinterpret_cast<HANDLE>(event.socket), m_port, key, 1))
+        return {};
+    // A socket that registers again is still associated with this port.
+    const DWORD error = GetLastError();
+    if (error == ERROR_INVALID_PARAMETER)
+        return {};
+    return systemErrorText(static_cast<int>(error));
+}
+
+void PortTwin::unwatch(const Event&) {}
+
+PortTwin::WakeUp PortTwin::wait(int limitMs, EventLog& log)
+{
+    DWORD bytes = 0;
+    ULONG_PTR key = 0;
+    OVERLAPPED* overlapped = nullptr;
+    const DWORD limit = limitMs < 0 ? INFINITE : static_cast<DWORD>(limitMs);
+    const BOOL succeeded = GetQueuedCompletionStatus(m_port, &bytes, &key, &overlapped, limit);
+    const DWORD error = succeeded ? ERROR_SUCCESS : GetLastError();
+    const bool isAbandoned = overlapped && ReadinessBlock::completed(overlapped, *this);
+    if (isAbandoned)
+        return {};
+    if (succeeded) {
+        if (overlapped)
+            return {Reason::event, key, {}};
+        return {key == kStopKey ? Reason::stop : Reason::again, 0, {}};
+    }
+    if (!overlapped) {
+        if (error != WAIT_TIMEOUT)
+            log.writeError(
+                "Event loop woke up but nothing was dequeued. Waiting for next events...");
+        return {};
+    }
+    if (error == ERROR_OPERATION_ABORTED)
+        return {};
+    if (error == ERROR_NETNAME_DELETED)
+        return {Reason::last, key, {}};
+    return {Reason::failed, 0, systemErrorText(static_cast<int>(error))};
+}
+
+void PortTwin::postStop()
+{
+    PostQueuedCompletionStatus(m_port, 0, kStopKey, nullptr);
+}
+
+void PortTwin::postWake()
+{
+    PostQueuedCompletionStatus(m_port, 0, kWakeUpKey, nullptr);
+}
+
+} // namespace zel::sys

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "port_twin.h"
+
+#include <winsock2.h>
+
+#include <windows.h>
+
+namespace zel::sys {
+
+/// The memory of overlapped operations on one socket. The kernel writes to it until an operation
+/// completes and the port hands its address out afterwards, so that every operation under way
+/// holds a reference beside the one of the owner.
+struct ReadinessBlock {
+    OVERLAPPED overlapped{}; // first: the port knows the block by this address
+    WSAEVENT event = WSA_INVALID_EVENT;
+    std::atomic<int> references = 1;
+    std::atomic<bool> isAbandoned = false;
+
+    void release()
+    {
+        if (--references > 0)
+            return;
+        // Closed last: until here no other block can get this handle, and with it this id.
+        WSACloseEvent(event);
+        delete this;
+    }
+
+    void begin(PortTwin& port)
+    {
+        ++references;
+        ++port.operationsUnderWay();
+    }
+    void takeBack(PortTwin& port)
+    {
+        --port.operationsUnderWay();
+        release();
+    }
+
+    /// A completion has come out of the port. True when the owner is gone already.
+    static bool completed(OVERLAPPED* overlapped, PortTwin& port)
+    {
+        auto* const block = reinterpret_cast<ReadinessBlock*>(overlapped);
+        const bool ownerIsGone = block->isAbandoned.load();
+        block->takeBack(port);
+        return ownerIsGone;
+    }
+};
+
+} // namespace zel::sys
