@@ -1,0 +1,54 @@
+#pragma once
+
+#include "byte_cursor.h"
+#include "native_socket.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+struct sockaddr;
+
+/// The operating system's stream sockets, one thin call each, with one way to tell their failures.
+namespace zel::communication::native {
+
+using sys::NativeSocket;
+
+enum class Failure { none, wouldBlock, inProgress, pending, interrupted, other };
+
+struct Transfer {
+    std::ptrdiff_t count = -1; // bytes moved; 0: the peer has closed; -1: see failure
+    Failure failure = Failure::none;
+};
+
+enum class Direction { read, write };
+enum class Wait { ready, timedOut, interrupted, failed };
+
+/// Starts and ends the process's use of the socket system; counted by the system itself.
+bool startUp();
+void cleanUp();
+
+NativeSocket openStream(int family);
+/// Non-blocking, no delay for small telegrams, keep-alive probes after one second of silence and
+/// every second from then on.
+bool setStreamOptions(NativeSocket socket);
+/// Failure::none when connected at once, wouldBlock while the connection is being made.
+Failure connect(NativeSocket socket, const sockaddr* address, std::size_t length);
+bool isConnectionMade(NativeSocket socket);
+
+/// A negative time waits without limit.
+Wait waitFor(NativeSocket socket, Direction direction, int milliseconds);
+
+/// One call that fills `first` and then `second`.
+Transfer receive(NativeSocket socket, MutableBytes first, MutableBytes second);
+Transfer send(NativeSocket socket, Bytes data);
+/// One gathered send; may take only a part of the buffers.
+Transfer send(NativeSocket socket, std::span<const Bytes> buffers);
+
+void shutDown(NativeSocket socket);
+void close(NativeSocket socket);
+
+/// True when both addresses have the same numeric host and service.
+bool isPeer(NativeSocket socket, const sockaddr* address, std::size_t length);
+
+} // namespace zel::communication::native

@@ -1,0 +1,265 @@
+#include "socket_nonblocking.h"
+
+#include "address_list.h"
+#include "exception.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <chrono>
+#include <cstring>
+
+namespace zel::communication {
+
+namespace {
+
+constexpr int kConnectTimeoutMs = 5000;
+
+using native::Direction;
+using native::Failure;
+using native::Wait;
+
+} // namespace
+
+SocketNonblocking::SocketNonblocking(sys::EventLoop& loop)
+    : m_readiness((native::startUp(), loop)),
+      m_buffer(std::make_unique_for_overwrite<std::byte[]>(kBufferSize))
+{
+}
+
+SocketNonblocking::SocketNonblocking(sys::NativeSocket socket, sys::EventLoop& loop)
+    : SocketNonblocking(loop)
+{
+    m_socket = socket;
+    m_readiness.setSocket(socket);
+    if (!native::setStreamOptions(socket)) {
+        // The handle stays the caller's when no object takes it over.
+        m_socket = sys::kNoSocket;
+        throw exception("error setting socket options");
+    }
+}
+
+SocketNonblocking::~SocketNonblocking()
+{
+    disconnect();
+    native::cleanUp();
+}
+
+int SocketNonblocking::connect(const std::string& address, const std::string& port)
+{
+    const AddressList addresses{address, port};
+    if (addresses.isEmpty())
+        return -1;
+    const AddressList::Entry& first = addresses.first();
+    return connect(first.family, first.address(), first.length());
+}
+
+int SocketNonblocking::connect(int family, const sockaddr* address, std::size_t length)
+{
+    disconnect();
+    m_socket = native::openStream(family);
+    if (m_socket == sys::kNoSocket)
+        return -1;
+    m_readiness.setSocket(m_socket);
+    bool isConnected = native::setStreamOptions(m_socket);
+    if (isConnected) {
+        const Failure failure = native::connect(m_socket, address, length);
+        isConnected = failure == Failure::none;
+        if (failure == Failure::wouldBlock)
+            isConnected =
+                native::waitFor(m_socket, Direction::write, kConnectTimeoutMs) == Wait::ready &&
+                native::isConnectionMade(m_socket);
+    }
+    if (!isConnected) {
+        close();
+        return -1;
+    }
+    if (m_dataCallback)
+        registerWithLoop();
+    return 0;
+}
+
+void SocketNonblocking::setDataCb(DataCallback handler)
+{
+    m_dataCallback = std::move(handler);
+    registerWithLoop();
+}
+
+void SocketNonblocking::registerWithLoop()
+{
+    m_isRegistered = true;
+    // The loop's copy of the handler: it may run while this object is being destroyed by it.
+    m_readiness.loop().addEvent(m_readiness.event(), [this, handler = m_dataCallback] {
+        return handler ? handler(*this) : -1;
+    });
+    m_readiness.post();
+}
+
+void SocketNonblocking::leaveLoop()
+{
+    m_readiness.loop().eraseEvent(m_readiness.event());
+}
+
+void SocketNonblocking::clearDataCb()
+{
+    leaveLoop();
+    m_dataCallback = nullptr;
+}
+
+std::size_t SocketNonblocking::takeBuffered(MutableBytes buffer)
+{
+    const std::size_t count = std::min(buffer.size(), m_filled - m_position);
+    std::memcpy(buffer.data(), m_buffer.get() + m_position, count);
+    m_position += count;
+    if (m_position == m_filled)
+        m_filled = m_position = 0;
+    return count;
+}
+
+int SocketNonblocking::receive(MutableBytes buffer)
+{
+    if (m_filled > m_position)
+        return static_cast<int>(takeBuffered(buffer));
+    if (m_readiness.isPending()) {
+        m_lastFailure = Failure::pending;
+        return -1;
+    }
+    int count = readIntoBoth(buffer);
+    // A notice that completes at once tells that data came between the read and the request.
+    while (count < 0 && m_lastFailure == Failure::wouldBlock && m_isRegistered &&
+           m_readiness.post() == sys::Readiness::Posted::completed)
+        count = readIntoBoth(buffer);
+    return count;
+}
+
+int SocketNonblocking::readIntoBoth(MutableBytes buffer)
+{
+    m_filled = m_position = 0;
+    // Before the loop watches the socket nothing is read ahead: it announces only what the system
+    // still holds.
+    const native::Transfer read =
+        native::receive(m_socket, buffer, {m_buffer.get(), m_isRegistered ? kBufferSize : 0});
+    m_lastFailure = read.failure;
+    if (read.count <= 0)
+        return static_cast<int>(read.count);
+    const auto count = static_cast<std::size_t>(read.count);
+    if (count <= buffer.size())
+        return static_cast<int>(count);
+    m_filled = count - buffer.size();
+    return static_cast<int>(buffer.size());
+}
+
+int SocketNonblocking::receiveComplete(MutableBytes buffer, int timeoutMs)
+{
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds{timeoutMs};
+    std::size_t position = 0;
+    while (position < buffer.size()) {
+        const int count = receive(buffer.subspan(position));
+        if (count > 0) {
+            position += static_cast<std::size_t>(count);
+            continue;
+        }
+        const bool mayCome = count < 0 && (m_lastFailure == Failure::pending ||
+                                           m_lastFailure == Failure::wouldBlock);
+        if (!mayCome)
+            return -1;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        const int limitMs = timeoutMs < 0 ? -1 : std::max(0, static_cast<int>(left.count()));
+        const Wait wait = native::waitFor(m_socket, Direction::read, limitMs);
+        if (wait == Wait::interrupted || wait == Wait::timedOut)
+            return -1;
+    }
+    return static_cast<int>(buffer.size());
+}
+
+int SocketNonblocking::sendBlock(Bytes data)
+{
+    const auto size = static_cast<int>(data.size());
+    while (!data.empty()) {
+        const native::Transfer sent = native::send(m_socket, data);
+        if (sent.count == 0)
+            return -1;
+        if (sent.count > 0) {
+            data = data.subspan(static_cast<std::size_t>(sent.count));
+            continue;
+        }
+        if (sent.failure == Failure::interrupted)
+            continue;
+        if (sent.failure == Failure::other ||
+            native::waitFor(m_socket, Direction::write, -1) != Wait::ready)
+            break;
+    }
+    return size;
+}
+
+SocketNonblocking::SendResult SocketNonblocking::sendGathered(std::span<const Bytes> buffers,
+                                                              int stallMs)
+{
+    std::array<Bytes, 8> left;
+    assert(buffers.size() <= left.size());
+    const std::size_t count = buffers.size();
+    std::copy(buffers.begin(), buffers.end(), left.begin());
+    std::size_t next = 0;
+    bool hasSent = false;
+    while (next < count) {
+        if (left[next].empty()) {
+            ++next;
+            continue;
+        }
+        const native::Transfer sent =
+            native::send(m_socket, std::span<const Bytes>{left}.subspan(next, count - next));
+        if (sent.count > 0) {
+            hasSent = true;
+            for (auto taken = static_cast<std::size_t>(sent.count); taken > 0;) {
+                const std::size_t step = std::min(taken, left[next].size());
+                left[next] = left[next].subspan(step);
+                taken -= step;
+                if (left[next].empty())
+                    ++next;
+            }
+            continue;
+        }
+        if (sent.count < 0 && sent.failure == Failure::interrupted)
+            continue;
+        const bool mayGoOn = sent.count < 0 && sent.failure != Failure::other;
+        if (!mayGoOn || native::waitFor(m_socket, Direction::write, stallMs) != Wait::ready) {
+            return hasSent ? SendResult::brokenOff : SendResult::nothingSent;
+        }
+    }
+    return SendResult::sent;
+}
+
+void SocketNonblocking::retire()
+{
+    leaveLoop();
+    m_readiness.retire();
+    if (m_socket != sys::kNoSocket)
+        native::shutDown(m_socket);
+}
+
+void SocketNonblocking::disconnect()
+{
+    leaveLoop();
+    if (m_socket == sys::kNoSocket)
+        return;
+    m_readiness.retire();
+    native::shutDown(m_socket);
+    close();
+}
+
+void SocketNonblocking::close()
+{
+    native::close(m_socket);
+    m_socket = sys::kNoSocket;
+    m_readiness.renew();
+    m_isRegistered = false;
+    m_filled = m_position = 0;
+}
+
+bool SocketNonblocking::checkSockAddr(const sockaddr* address, std::size_t length) const
+{
+    return m_socket != sys::kNoSocket && native::isPeer(m_socket, address, length);
+}
+
+} // namespace zel::communication

@@ -1,0 +1,86 @@
+#pragma once
+
+#include "native_stream.h"
+#include "readiness.h"
+
+#include <array>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace zel::communication {
+
+/// The TCP stream to one module: a non-blocking socket with blocking operations on top.
+///
+/// Threads: before a data handler is set, one thread uses the socket. From then on receiving
+/// belongs to the event loop's thread (inside the data handler); sending may happen on any thread,
+/// one at a time; retire() on any thread.
+class SocketNonblocking {
+public:
+    /// Gets the socket when data is ready; returns more than zero to be called again.
+    using DataCallback = std::function<int(SocketNonblocking&)>;
+
+    enum class SendResult { sent, nothingSent, brokenOff };
+
+    explicit SocketNonblocking(sys::EventLoop& loop);
+    /// Takes over a connected socket. Throws zel::exception when its options cannot be set.
+    SocketNonblocking(sys::NativeSocket socket, sys::EventLoop& loop);
+    ~SocketNonblocking();
+    SocketNonblocking(const SocketNonblocking&) = delete;
+    SocketNonblocking& operator=(const SocketNonblocking&) = delete;
+
+    /// Resolves and connects to the first address, within 5 seconds; 0 or -1.
+    int connect(const std::string& address, const std::string& port);
+    int connect(int family, const sockaddr* address, std::size_t length);
+
+    /// Registers the socket with the event loop; the handler may be called before this returns.
+    void setDataCb(DataCallback handler);
+    void clearDataCb();
+
+    /// One buffered read: the count, which may be short; 0 when the peer has closed; or -1.
+    int receive(MutableBytes buffer);
+    /// Reads exactly the buffer's size; a negative time waits without limit. The size or -1.
+    int receiveComplete(MutableBytes buffer, int timeoutMs);
+    native::Failure lastFailure() const { return m_lastFailure; }
+
+    /// Writes all bytes; returns their count also when the connection breaks meanwhile, which the
+    /// receiving side notices. -1 when the system takes nothing.
+    int sendBlock(Bytes data);
+    /// Writes all buffers with as few calls as the system allows. Gives up when the peer takes
+    /// nothing for `stallMs`. After brokenOff the stream is torn within a telegram and of no use.
+    SendResult sendGathered(std::span<const Bytes> buffers, int stallMs);
+
+    /// Leaves the event loop and ends the stream in both directions; whoever waits on it wakes up.
+    /// The handle stays until the object goes, so that no other thread can meet a foreign one.
+    void retire();
+    /// Leaves the event loop and closes; the object may connect again.
+    void disconnect();
+
+    sys::EventLoop& loop() const { return m_readiness.loop(); }
+    bool checkSockAddr(const sockaddr* address, std::size_t length) const;
+
+private:
+    static constexpr std::size_t kBufferSize = 65536;
+
+    void registerWithLoop();
+    void leaveLoop();
+    std::size_t takeBuffered(MutableBytes buffer);
+    int readIntoBoth(MutableBytes buffer);
+    void close();
+
+    // changes only while one thread uses the socket
+    sys::Readiness m_readiness;
+    sys::NativeSocket m_socket = sys::kNoSocket;
+    bool m_isRegistered = false;
+    DataCallback m_dataCallback;
+
+    // the receiving side
+    std::size_t m_filled = 0;
+    std::size_t m_position = 0;
+    native::Failure m_lastFailure = native::Failure::none;
+    // Not initialised: its pages cost nothing until data comes in larger pieces than it is read.
+    std::unique_ptr<std::byte[]> m_buffer;
+};
+
+} // namespace zel::communication

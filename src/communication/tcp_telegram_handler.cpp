@@ -1,0 +1,197 @@
+#include "tcp_telegram_handler.h"
+
+#include "logger.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <sstream>
+#include <vector>
+
+namespace zel {
+
+namespace {
+
+constexpr int kSendStallMs = 3000;
+constexpr int kLoopSendStallMs = 500;
+
+std::uint64_t nextConnectionId()
+{
+    static std::atomic<std::uint64_t> last = 0;
+    return ++last;
+}
+
+void logTransaction(LogLevel level, const std::string& text)
+{
+    logger().write(level, LogCategory::transactions, text);
+}
+
+std::string hexadecimal(std::uint64_t value)
+{
+    std::ostringstream text;
+    text << std::hex << value;
+    return text.str();
+}
+
+void logFrame(const FrameHeader& header, FrameDirection direction)
+{
+    if (logger().isOn(LogCategory::transactions))
+        logTransaction(LogLevel::info, frameLogLine(header, direction));
+}
+
+} // namespace
+
+clTcpTelHndlr::clTcpTelHndlr(std::shared_ptr<communication::SocketNonblocking> socket,
+                             std::uint64_t peer, std::uint64_t self,
+                             iTransactionHandler& transactions)
+    : m_socket(std::move(socket)),
+      m_id(nextConnectionId()),
+      m_peer(peer),
+      m_self(self),
+      m_loop(&m_socket->loop()),
+      m_transactions(transactions),
+      m_header(FrameHeader{.source = self}.encode()),
+      m_trailer(encodeFrameTrailer())
+{
+}
+
+clTcpTelHndlr::~clTcpTelHndlr() = default;
+
+void clTcpTelHndlr::start()
+{
+    m_socket->setDataCb([weak = weak_from_this()](communication::SocketNonblocking&) {
+        // Held until the callback is over, also when it reports the loss of this connection.
+        const std::shared_ptr<clTcpTelHndlr> self = weak.lock();
+        return self && !self->m_isClosed ? self->onReadable() : -1;
+    });
+}
+
+void clTcpTelHndlr::close()
+{
+    m_isClosed = true;
+    m_socket->retire();
+}
+
+int clTcpTelHndlr::onReadable()
+{
+    const int result = receiveTelegrams();
+    if (result > 0)
+        return result;
+    if (result < 0) {
+        using communication::native::Failure;
+        const Failure failure = m_socket->lastFailure();
+        if (failure == Failure::wouldBlock || failure == Failure::pending)
+            return result;
+        // The text is that of errno, whatever the socket's own error was.
+        logTransaction(LogLevel::warning, "destroying telegram handler to " + hexadecimal(m_peer) +
+                                              " after error '" + std::strerror(errno) + "'");
+    }
+    m_transactions.connectionLost(*this);
+    return result;
+}
+
+int clTcpTelHndlr::readStage(MutableBytes stage, std::size_t& received)
+{
+    const int count = m_socket->receive(stage.subspan(received));
+    if (count > 0)
+        received += static_cast<std::size_t>(count);
+    return count;
+}
+
+int clTcpTelHndlr::receiveTelegrams()
+{
+    int total = 0;
+    while (m_headerReceived < m_header.size()) {
+        const int count = readStage(m_header, m_headerReceived);
+        if (count <= 0)
+            return count;
+        total += count;
+        if (m_headerReceived == m_header.size() && !beginPayload())
+            return 0;
+    }
+    while (m_payloadReceived < m_incoming->size()) {
+        const int count = readStage(m_incoming->writable(), m_payloadReceived);
+        if (count <= 0)
+            return count;
+        total += count;
+    }
+    while (m_trailerReceived < m_trailer.size()) {
+        const int count = readStage(m_trailer, m_trailerReceived);
+        if (count <= 0)
+            return count;
+        total += count;
+    }
+    return finishTelegram(total);
+}
+
+bool clTcpTelHndlr::beginPayload()
+{
+    try {
+        m_incoming =
+            std::make_unique<clRxTelContainer>(FrameHeader::decode(m_header).payloadLength);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    m_payloadReceived = 0;
+    return true;
+}
+
+int clTcpTelHndlr::finishTelegram(int count)
+{
+    const FrameHeader header = FrameHeader::decode(m_header);
+    m_headerReceived = m_payloadReceived = m_trailerReceived = 0;
+    logFrame(header, FrameDirection::received);
+    const bool isTrailerValid = decodeFrameTrailer(m_trailer) == kFrameTrailer;
+    if (!isTrailerValid && logger().isOn(LogCategory::transactions))
+        logTransaction(LogLevel::info, "FT_ERR");
+    if (!header.isValid() || !isTrailerValid) {
+        logTransaction(LogLevel::error, "connection frame check of request failed");
+        return 0;
+    }
+    if (header.type != TelegramType::transaction) {
+        logTransaction(LogLevel::error, "received unexpected telegram type instead of transaction");
+        return 0;
+    }
+    m_transactions.transactionArrived(header.source, std::move(m_incoming), *this);
+    return count;
+}
+
+int clTcpTelHndlr::send(std::span<const Bytes> payload)
+{
+    using communication::SocketNonblocking;
+    std::size_t length = 0;
+    for (const Bytes part : payload)
+        length += part.size();
+    // The field holds 16 bits; the transaction layer cuts what is longer.
+    const FrameHeader header{.payloadLength = static_cast<std::uint16_t>(length), .source = m_self};
+    const auto headerBytes = header.encode();
+    const auto trailerBytes = encodeFrameTrailer();
+    std::array<Bytes, 8> parts;
+    std::size_t count = 0;
+    parts[count++] = headerBytes;
+    for (const Bytes part : payload)
+        parts[count++] = part;
+    parts[count++] = trailerBytes;
+
+    logFrame(header, FrameDirection::sent);
+    const int stallMs = m_loop->isLoopThread() ? kLoopSendStallMs : kSendStallMs;
+    auto result = SocketNonblocking::SendResult::nothingSent;
+    {
+        std::unique_lock lock{m_sendMutex, std::chrono::milliseconds{stallMs}};
+        if (lock && !m_isClosed)
+            result = m_socket->sendGathered(std::span<const Bytes>{parts}.first(count), stallMs);
+    }
+    if (result == SocketNonblocking::SendResult::sent)
+        return 0;
+    logTransaction(LogLevel::error, "could not send to " + hexadecimal(m_peer));
+    if (result == SocketNonblocking::SendResult::brokenOff)
+        m_transactions.connectionLost(*this);
+    return -1;
+}
+
+bool clTcpTelHndlr::isConnectedTo(const sockaddr* address, std::size_t length) const
+{
+    return m_socket->checkSockAddr(address, length);
+}
+
+} // namespace zel

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "frame.h"
+#include "socket_nonblocking.h"
+#include "telegram_container.h"
+#include "telegram_sender.h"
+#include "transaction_listener.h"
+
+#include <array>
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+namespace zel {
+
+/// One TCP connection to one module: cuts the incoming stream into telegrams, checks their frames
+/// and hands transactions on; frames and sends what goes out. Owned by the connection table;
+/// whoever sends holds it too, so that it outlives its use.
+class clTcpTelHndlr : public iTelegramSender, public std::enable_shared_from_this<clTcpTelHndlr> {
+public:
+    clTcpTelHndlr(std::shared_ptr<communication::SocketNonblocking> socket, std::uint64_t peer,
+                  std::uint64_t self, iTransactionHandler& transactions);
+    ~clTcpTelHndlr() override;
+
+    /// Begins to receive. Not under the table's lock: it calls into the event loop.
+    void start();
+    /// Ends the connection for good. After it has returned on another thread than the loop's,
+    /// nothing is received any more; senders wake up and fail. Not under the table's lock.
+    void close();
+
+    /// Sends one transaction telegram. Waits at most 3 s for a peer that takes nothing, on the
+    /// loop's thread half a second; a telegram that was torn by then ends the connection.
+    int send(std::span<const Bytes> payload) override;
+    std::uint64_t connectionId() const override { return m_id; }
+
+    std::uint64_t peer() const { return m_peer; }
+    bool isConnectedTo(const sockaddr* address, std::size_t length) const;
+
+private:
+    int onReadable();
+    int receiveTelegrams();
+    int readStage(MutableBytes stage, std::size_t& received);
+    bool beginPayload();
+    int finishTelegram(int count);
+
+    // fixed at construction
+    const std::shared_ptr<communication::SocketNonblocking> m_socket;
+    const std::uint64_t m_id;
+    const std::uint64_t m_peer;
+    const std::uint64_t m_self;
+    sys::EventLoop* const m_loop;
+    iTransactionHandler& m_transactions;
+
+    // event-loop thread only
+    std::array<std::byte, kFrameHeaderSize> m_header;
+    std::array<std::byte, kFrameTrailerSize> m_trailer;
+    std::size_t m_headerReceived = 0;
+    std::unique_ptr<clRxTelContainer> m_incoming;
+    std::size_t m_payloadReceived = 0;
+    std::size_t m_trailerReceived = 0;
+
+    // any thread
+    std::atomic<bool> m_isClosed = false;
+    std::timed_mutex m_sendMutex; // one telegram at a time on the stream
+};
+
+} // namespace zel
