@@ -1,0 +1,127 @@
+#include "connection_table.h"
+
+#include "own_uuid.h"
+#include "spinning_lock.h"
+
+#include <algorithm>
+
+namespace zel {
+
+clConHndlr::clConHndlr(sys::EventLoop&) {}
+
+clConHndlr::~clConHndlr()
+{
+    eraseAll();
+}
+
+bool clConHndlr::insert(const std::shared_ptr<clTcpTelHndlr>& connection)
+{
+    {
+        const std::lock_guard lock{m_mutex};
+        if (!m_table.emplace(connection->peer(), connection).second)
+            return false;
+    }
+    connection->start();
+    return true;
+}
+
+clConHndlr::Table::const_iterator clConHndlr::connectedToLocked(const sockaddr* address,
+                                                                std::size_t length) const
+{
+    return std::find_if(m_table.begin(), m_table.end(), [&](const Table::value_type& entry) {
+        return entry.second->isConnectedTo(address, length);
+    });
+}
+
+std::uint64_t clConHndlr::findByAddress(const sockaddr* address, std::size_t length) const
+{
+    const std::lock_guard lock{m_mutex};
+    const auto found = connectedToLocked(address, length);
+    return found == m_table.end() ? kNoUuid : found->first;
+}
+
+std::uint64_t clConHndlr::eraseByAddress(const sockaddr* address, std::size_t length)
+{
+    std::shared_ptr<clTcpTelHndlr> taken;
+    {
+        const std::lock_guard lock{m_mutex};
+        const auto found = connectedToLocked(address, length);
+        if (found == m_table.end())
+            return kNoUuid;
+        taken = found->second;
+        m_table.erase(found);
+    }
+    drop(taken);
+    return taken->peer();
+}
+
+bool clConHndlr::erase(std::uint64_t uuid)
+{
+    Table::node_type taken;
+    {
+        const std::lock_guard lock{m_mutex};
+        taken = m_table.extract(uuid);
+    }
+    if (taken.empty())
+        return false;
+    drop(taken.mapped());
+    return true;
+}
+
+void clConHndlr::erase(const clTcpTelHndlr& connection)
+{
+    std::shared_ptr<clTcpTelHndlr> taken;
+    {
+        const std::lock_guard lock{m_mutex};
+        const auto found = m_table.find(connection.peer());
+        if (found == m_table.end() || found->second.get() != &connection)
+            return;
+        taken = std::move(found->second);
+        m_table.erase(found);
+    }
+    drop(taken);
+}
+
+void clConHndlr::eraseAll()
+{
+    Table taken;
+    {
+        const std::lock_guard lock{m_mutex};
+        taken.swap(m_table);
+    }
+    for (const auto& [uuid, connection] : taken)
+        drop(connection);
+}
+
+void clConHndlr::drop(const std::shared_ptr<clTcpTelHndlr>& connection)
+{
+    // Closed first: a request that is just being sent on it then fails by itself if it comes too
+    // late to be found among those that wait.
+    connection->close();
+    requestorRegistry().connectionLost(connection->connectionId());
+}
+
+std::vector<std::uint64_t> clConHndlr::uuids() const
+{
+    const std::lock_guard lock{m_mutex};
+    std::vector<std::uint64_t> uuids;
+    uuids.reserve(m_table.size());
+    for (const auto& [uuid, connection] : m_table)
+        uuids.push_back(uuid);
+    return uuids;
+}
+
+std::shared_ptr<iTelegramSender> clConHndlr::senderTo(std::uint64_t uuid)
+{
+    const sys::SpinningLock lock{m_mutex};
+    const auto found = m_table.find(uuid);
+    return found == m_table.end() ? nullptr : found->second;
+}
+
+std::unique_ptr<clRequestorBase>
+clConHndlr::createRequestor(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop)
+{
+    return std::make_unique<clRequestorTrans>(target, owner, loop, *this);
+}
+
+} // namespace zel

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "requestor_context.h"
+#include "requestor_trans.h"
+#include "tcp_telegram_handler.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace zel {
+
+/// The connections to modules, by the modules' UUIDs.
+///
+/// Its lock guards the map alone. Connections are started and closed outside of it, because both
+/// call into the event loop; each connection has a send lock of its own, so that a module which
+/// takes nothing holds up nobody else.
+class clConHndlr final : public iRequestorContext, public iConnectionFinder {
+public:
+    explicit clConHndlr(sys::EventLoop& loop);
+    /// Closes every connection and ends what waits on them.
+    ~clConHndlr() override;
+
+    /// Where the connections report; once, before the first connection.
+    void setTransactionHandler(iTransactionHandler& handler) { m_transactions = &handler; }
+    iTransactionHandler& transactions() const { return *m_transactions; }
+
+    /// Adds the connection and starts its reception; false when the module has one already, which
+    /// stays.
+    bool insert(const std::shared_ptr<clTcpTelHndlr>& connection);
+    /// The first module, in the order of UUIDs, that is connected to this peer address; else
+    /// kNoUuid.
+    std::uint64_t findByAddress(const sockaddr* address, std::size_t length) const;
+    std::uint64_t eraseByAddress(const sockaddr* address, std::size_t length);
+    bool erase(std::uint64_t uuid);
+    /// Takes out this very connection, not another one of the same module.
+    void erase(const clTcpTelHndlr& connection);
+    void eraseAll();
+
+    std::vector<std::uint64_t> uuids() const;
+
+    std::shared_ptr<iTelegramSender> senderTo(std::uint64_t uuid) override;
+    std::unique_ptr<clRequestorBase> createRequestor(std::uint64_t target, iTransactionOwner& owner,
+                                                     sys::EventLoop& loop) override;
+
+private:
+    using Table = std::map<std::uint64_t, std::shared_ptr<clTcpTelHndlr>>;
+
+    Table::const_iterator connectedToLocked(const sockaddr* address, std::size_t length) const;
+    static void drop(const std::shared_ptr<clTcpTelHndlr>& connection);
+
+    // fixed before the first connection
+    iTransactionHandler* m_transactions = nullptr;
+
+    // under m_mutex
+    mutable std::mutex m_mutex;
+    Table m_table;
+};
+
+} // namespace zel

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "last_error_store.h"
+#include "telegram_container.h"
+
+#include <memory>
+#include <string>
+
+namespace zel {
+
+/// The explanation that came with the last failed synchronous request to each module.
+LastErrorStore<std::string>& messageStore();
+
+/// The last response of each module that was longer than its caller's buffer.
+LastErrorStore<std::unique_ptr<clRxTelContainer>>& dataStore();
+
+/// Empties both and lets their memory go.
+void clearLastErrorStores();
+
+} // namespace zel

@@ -1,0 +1,94 @@
+#include "method_request.h"
+
+#include "logger.h"
+#include "method_header.h"
+#include "method_names.h"
+#include "text_handler.h"
+#include "ZEL_VR_Framework.h"
+
+#include <sstream>
+
+namespace zel {
+
+namespace {
+
+void log(LogLevel level, const std::string& text)
+{
+    logger().write(level, LogCategory::transactions, text);
+}
+
+bool isLogging()
+{
+    return logger().isOn(LogCategory::transactions);
+}
+
+} // namespace
+
+std::shared_ptr<const clTxTelContainer> makeMethodRequest(const MethodAddress& address,
+                                                          std::string requestData)
+{
+    return std::make_shared<const clTxTelContainer>(
+        MethodRequestHeader{address.service, address.method}.encode(), std::move(requestData));
+}
+
+clMthdReqrSrv::clMthdReqrSrv(const MethodAddress& address, sys::EventLoop& loop,
+                             iRequestorContext& context)
+    : m_address(address),
+      m_requestor(context.createRequestor(address.uuid, *this, loop)),
+      m_label(m_requestor->label())
+{
+}
+
+clMthdReqrSrv::~clMthdReqrSrv() = default;
+
+void clMthdReqrSrv::prepare(std::shared_ptr<const clTxTelContainer> request)
+{
+    m_request = std::move(request);
+}
+
+void clMthdReqrSrv::sendRequest()
+{
+    if (!m_request) {
+        log(LogLevel::warning,
+            std::string{"clMthdReqrSrv::sendRequest(): "} + resultText(ZEL_SRV_NO_TELEGRAM));
+        completed(ZEL_SRV_NO_TELEGRAM);
+        return;
+    }
+    if (isLogging())
+        log(LogLevel::info,
+            logName("tx: REQ", "to") + " DatLen: " + std::to_string(m_request->dataSize()));
+    m_requestor->send(std::move(m_request));
+}
+
+std::string clMthdReqrSrv::logName(const char* direction, const char* preposition) const
+{
+    std::ostringstream text;
+    text << "Srv     : " << direction << " (id=" << m_label << ") " << preposition
+         << " UUID: " << std::hex << m_address.uuid << std::dec << " "
+         << methodLogName(m_address.service, m_address.method);
+    return text.str();
+}
+
+std::int32_t clMthdReqrSrv::evalRespHeader(clRxTelContainer& response)
+{
+    ByteReader in{response.payload()};
+    const auto header = MethodResponseHeader::decode(in).value_or(MethodResponseHeader{});
+    response.takeOff(MethodResponseHeader::kSize);
+    if (isLogging())
+        log(LogLevel::info, logName("rx: RESP", "from") +
+                                " Result: " + std::to_string(header.result) +
+                                " DatLen: " + std::to_string(response.payload().size()));
+    if (header.service == m_address.service && header.method == m_address.method)
+        return header.result;
+    log(LogLevel::warning,
+        std::string{"clMthdReqrSrv::evalRespHeader(): "} + resultText(ZEL_SRV_RESPONSE_MISMATCH));
+    return ZEL_SRV_RESPONSE_MISMATCH;
+}
+
+void clMthdReqrSrv::logFailure(std::int32_t result) const
+{
+    if (isLogging())
+        log(LogLevel::info, logName("rx: RESP", "from") + " Failure: " + std::to_string(result));
+}
+
+} // namespace zel

@@ -1,0 +1,35 @@
+#include "own_uuid.h"
+
+#include "host_adapters.h"
+#include "host_facts.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+
+namespace zel {
+
+namespace {
+
+std::uint64_t makeOwnUuid()
+{
+    constexpr std::uint64_t kLastThreeBytes = 0xFFFFFF;
+    std::uint64_t hardware = 0;
+    const auto adapters = sys::listHostAdapters();
+    if (!adapters.empty()) {
+        std::string digits = adapters.front().physicalAddress;
+        digits.erase(std::remove(digits.begin(), digits.end(), ':'), digits.end());
+        hardware = std::strtoull(("0x" + digits).c_str(), nullptr, 16);
+    }
+    return std::uint64_t{sys::processId()} << 48 | (hardware & kLastThreeBytes);
+}
+
+} // namespace
+
+std::uint64_t ownUuid()
+{
+    static const std::uint64_t uuid = makeOwnUuid();
+    return uuid;
+}
+
+} // namespace zel

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "requestor_registry.h"
+#include "timer.h"
+#include "transaction.h"
+
+namespace zel {
+
+/// A transaction of the requesting side: its label, its time limit and its one terminal callback.
+class clRequestorBase : public iTransaction {
+public:
+    static constexpr std::uint32_t kAcknowledgeMs = 3000;
+
+    clRequestorBase(const clRequestorBase&) = delete;
+    clRequestorBase& operator=(const clRequestorBase&) = delete;
+
+    std::uint64_t target() const { return m_target; }
+    std::uint16_t label() const { return m_label; }
+    /// The connection that it was sent on; under the registry's lock.
+    std::uint64_t connectionId() const { return m_connectionId; }
+
+    /// Ends the transaction without a response. What comes after the end is ignored.
+    void finish(std::int32_t result);
+
+protected:
+    clRequestorBase(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop);
+
+    /// Leaves the registry and waits until neither a transaction nor a time-out is being handled.
+    /// The destructor of the last class must call it first, without the registry's lock.
+    void retire();
+    /// On the sending thread, before it sends; false when no timer will ever expire again.
+    bool startTimer(std::uint32_t milliseconds);
+    /// On the loop's thread.
+    void restartTimer(std::uint32_t milliseconds);
+    /// Hands a complete response to the owner; under the registry's lock.
+    void deliver(std::unique_ptr<clRxTelContainer> response, const TransactionSource& source);
+    bool isFinished() const { return m_isFinished; }
+    void logSent(TransactionType type) const;
+
+    sys::EventLoop& m_loop;
+
+    // under the registry's lock
+    std::uint64_t m_connectionId = 0;
+
+private:
+    // fixed at construction
+    const std::uint64_t m_target;
+    iTransactionOwner& m_owner;
+    const std::uint16_t m_label;
+
+    // under the registry's lock
+    bool m_isFinished = false;
+
+    sys::Timer m_timer;
+};
+
+} // namespace zel

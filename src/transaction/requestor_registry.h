@@ -1,0 +1,42 @@
+#pragma once
+
+#include "transaction.h"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <set>
+
+namespace zel {
+
+class clRequestorBase;
+
+/// All requestors that wait for something, process-wide. Whoever holds its lock must not call into
+/// the event loop unless it is the loop's thread. The lock is recursive: a requestor may finish
+/// while a transaction is handed to it.
+class RequestorRegistry {
+public:
+    using Lock = std::recursive_mutex;
+
+    Lock& lock() { return m_mutex; }
+
+    /// Returns the label that the requestor has to use.
+    std::uint16_t enter(clRequestorBase& requestor);
+    void leave(clRequestorBase& requestor);
+
+    /// Hands a received transaction to the requestor that it belongs to, or drops it.
+    void dispatch(const TransactionSource& source, std::unique_ptr<clRxTelContainer> telegram);
+
+    /// Ends everything that waits on a connection, or with kEveryConnection everything there is.
+    void connectionLost(std::uint64_t connectionId);
+    static constexpr std::uint64_t kEveryConnection = ~std::uint64_t{0};
+
+private:
+    Lock m_mutex;
+    std::set<clRequestorBase*> m_requestors;
+    std::uint16_t m_lastLabel = 0;
+};
+
+RequestorRegistry& requestorRegistry();
+
+} // namespace zel

@@ -1,0 +1,230 @@
+#include "requestor_trans.h"
+
+#include "own_uuid.h"
+#include "spinning_lock.h"
+#include "ZEL_VR_Framework.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace zel {
+
+namespace {
+
+constexpr std::size_t kLengthField = 4;
+// A length that was only announced is not believed beyond this: the rest grows as data comes.
+constexpr std::size_t kFirstAllocation = std::size_t{1} << 20;
+
+std::array<std::byte, kLengthField> encodeLength(std::size_t length)
+{
+    std::array<std::byte, kLengthField> bytes;
+    ByteWriter{bytes}.u32(length);
+    return bytes;
+}
+
+} // namespace
+
+clRequestorTrans::clRequestorTrans(std::uint64_t target, iTransactionOwner& owner,
+                                   sys::EventLoop& loop, iConnectionFinder& connections)
+    : clRequestorBase(target, owner, loop), m_connections(connections)
+{
+}
+
+clRequestorTrans::~clRequestorTrans()
+{
+    retire();
+}
+
+bool clRequestorTrans::matches(const TransactionSource& source,
+                               const TransactionHeader& header) const
+{
+    return source.uuid == target() && source.connectionId == m_connectionId &&
+           header.label == label() && header.type != TransactionType::request &&
+           header.destination == ownUuid();
+}
+
+void clRequestorTrans::send(std::shared_ptr<const clTxTelContainer> payload)
+{
+    const std::shared_ptr<iTelegramSender> sender = m_connections.senderTo(target());
+    if (!sender) {
+        finish(ZEL_CONN_UNKNOWN_UUID);
+        return;
+    }
+    const std::size_t size = payload->size();
+    const bool isSegmented = size > kMaxUnsegmented;
+    {
+        const sys::SpinningLock lock{requestorRegistry().lock()};
+        m_sender = sender;
+        m_connectionId = sender->connectionId();
+        m_state = isSegmented ? State::sendingSegments : State::waitingForAcknowledge;
+        m_request = payload;
+    }
+    if (!startTimer(kAcknowledgeMs)) {
+        finish(ZEL_CONN_RECEIVE_FAILED);
+        return;
+    }
+    // The answer may be here, and this object gone, before the call below has returned: nothing of
+    // it is used from then on unless the call failed.
+    int result;
+    if (isSegmented) {
+        const auto length = encodeLength(size);
+        result = sendTelegram(TransactionType::requestSegmentInit, {Bytes{length}, Bytes{}});
+    } else {
+        result = sendTelegram(TransactionType::request, payload->slice(0, size));
+    }
+    if (result != 0)
+        finish(ZEL_CONN_SEND_FAILED);
+}
+
+int clRequestorTrans::sendTelegram(TransactionType type, std::array<Bytes, 2> payload)
+{
+    const std::shared_ptr<iTelegramSender> sender = m_sender;
+    const auto header = TransactionHeader{type, label(), target()}.encode();
+    logSent(type);
+    const std::array<Bytes, 3> parts{Bytes{header}, payload[0], payload[1]};
+    return sender->send(parts);
+}
+
+void clRequestorTrans::onTimeout(bool expired)
+{
+    if (!expired)
+        return;
+    const sys::SpinningLock lock{requestorRegistry().lock()};
+    switch (m_state) {
+    case State::sendingSegments:
+        finish(ZEL_TRANS_TIMEOUT_SEND);
+        break;
+    case State::waitingForAcknowledge:
+        finish(ZEL_TRANS_TIMEOUT_ACKNOWLEDGE);
+        break;
+    case State::waitingForResponse:
+    case State::receivingSegments:
+        finish(ZEL_TRANS_TIMEOUT_RESPONSE);
+        break;
+    default:
+        finish(ZEL_TRANS_WRONG_TYPE);
+    }
+}
+
+void clRequestorTrans::receive(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
+                               const TransactionSource& source)
+{
+    switch (m_state) {
+    case State::sendingSegments:
+        if (type == TransactionType::requestSegmentAck)
+            sendNextSegment();
+        else
+            finish(ZEL_TRANS_WRONG_TYPE);
+        break;
+    case State::waitingForAcknowledge:
+        acknowledged(type, std::move(telegram), source);
+        break;
+    case State::waitingForResponse:
+        responded(type, std::move(telegram), source);
+        break;
+    case State::receivingSegments:
+        if (type == TransactionType::responseSegment)
+            takeSegment(telegram->payload(), source);
+        else
+            finish(ZEL_TRANS_WRONG_TYPE);
+        break;
+    }
+}
+
+void clRequestorTrans::sendNextSegment()
+{
+    const std::size_t length = std::min(m_request->size() - m_sent, kSegmentSize);
+    const auto segment = m_request->slice(m_sent, length);
+    m_sent += length;
+    if (m_sent == m_request->size())
+        m_state = State::waitingForAcknowledge;
+    restartTimer(kAcknowledgeMs);
+    if (sendTelegram(TransactionType::requestSegment, segment) != 0)
+        finish(ZEL_CONN_SEND_FAILED);
+}
+
+void clRequestorTrans::acknowledged(TransactionType type,
+                                    std::unique_ptr<clRxTelContainer> telegram,
+                                    const TransactionSource& source)
+{
+    if (type == TransactionType::response) {
+        m_state = State::waitingForResponse;
+        responded(type, std::move(telegram), source);
+        return;
+    }
+    if (type != TransactionType::responsePending) {
+        finish(ZEL_TRANS_WRONG_TYPE);
+        return;
+    }
+    if (telegram->payload().size() != kLengthField) {
+        finish(ZEL_TRANS_INVALID_FORMAT);
+        return;
+    }
+    m_state = State::waitingForResponse;
+    restartTimer(ByteReader{telegram->payload()}.u32());
+}
+
+void clRequestorTrans::responded(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
+                                 const TransactionSource& source)
+{
+    if (type == TransactionType::response)
+        deliver(std::move(telegram), source);
+    else if (type != TransactionType::responseSegmentInit)
+        finish(ZEL_TRANS_WRONG_TYPE);
+    else if (telegram->payload().size() != kLengthField)
+        finish(ZEL_TRANS_INVALID_FORMAT);
+    else
+        beginResponse(telegram->payload());
+}
+
+void clRequestorTrans::beginResponse(Bytes payload)
+{
+    m_expected = ByteReader{payload}.u32();
+    m_received = 0;
+    m_response.reset();
+    try {
+        m_response = std::make_unique<clRxTelContainer>(std::min(m_expected, kFirstAllocation));
+    } catch (const std::bad_alloc&) {
+        finish(ZEL_SYS_NO_OBJECT);
+        return;
+    }
+    m_state = State::receivingSegments;
+    acknowledgeSegment();
+}
+
+void clRequestorTrans::takeSegment(Bytes segment, const TransactionSource& source)
+{
+    // The timer keeps running: the module has to send the right one.
+    if (segment.size() > m_expected - m_received)
+        return;
+    const std::size_t needed = m_received + segment.size();
+    if (needed > m_response->size()) {
+        try {
+            m_response->resize(std::min(m_expected, std::max(needed, 2 * m_response->size())));
+        } catch (const std::bad_alloc&) {
+            finish(ZEL_SYS_NO_OBJECT);
+            return;
+        }
+    }
+    if (!segment.empty())
+        std::memcpy(m_response->writable().data() + m_received, segment.data(), segment.size());
+    m_received = needed;
+    if (m_received < m_expected) {
+        acknowledgeSegment();
+        return;
+    }
+    // The response counts although its last acknowledge may not have left.
+    sendTelegram(TransactionType::responseSegmentAck, {});
+    if (!isFinished())
+        deliver(std::move(m_response), source);
+}
+
+void clRequestorTrans::acknowledgeSegment()
+{
+    restartTimer(kAcknowledgeMs);
+    if (sendTelegram(TransactionType::responseSegmentAck, {}) != 0)
+        finish(ZEL_CONN_SEND_FAILED);
+}
+
+} // namespace zel

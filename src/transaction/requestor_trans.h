@@ -1,0 +1,67 @@
+#pragma once
+
+#include "requestor_base.h"
+#include "telegram_container.h"
+#include "telegram_sender.h"
+
+#include <array>
+#include <memory>
+
+namespace zel {
+
+/// Finds the connection of a module.
+class iConnectionFinder {
+public:
+    virtual ~iConnectionFinder() = default;
+    /// Null when the module is not connected.
+    virtual std::shared_ptr<iTelegramSender> senderTo(std::uint64_t uuid) = 0;
+};
+
+/// A transaction with one module over its connection: cuts what is too long for a telegram into
+/// segments, puts a segmented response together, waits as long as the module asks for.
+///
+/// Everything below is under the registry's lock from send() on.
+class clRequestorTrans final : public clRequestorBase {
+public:
+    static constexpr std::size_t kMaxUnsegmented = 65535;
+    static constexpr std::size_t kSegmentSize = 61440;
+
+    clRequestorTrans(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop,
+                     iConnectionFinder& connections);
+    ~clRequestorTrans() override;
+
+    bool matches(const TransactionSource& source, const TransactionHeader& header) const override;
+    void send(std::shared_ptr<const clTxTelContainer> payload) override;
+    void onTimeout(bool expired) override;
+    void receive(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
+                 const TransactionSource& source) override;
+
+private:
+    enum class State : std::uint32_t {
+        sendingSegments = 2,
+        waitingForAcknowledge = 3,
+        waitingForResponse = 4,
+        receivingSegments = 5,
+    };
+
+    int sendTelegram(TransactionType type, std::array<Bytes, 2> payload);
+    void sendNextSegment();
+    void acknowledged(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
+                      const TransactionSource& source);
+    void responded(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
+                   const TransactionSource& source);
+    void beginResponse(Bytes payload);
+    void takeSegment(Bytes segment, const TransactionSource& source);
+    void acknowledgeSegment();
+
+    iConnectionFinder& m_connections;
+    std::shared_ptr<iTelegramSender> m_sender;
+    State m_state = State::waitingForAcknowledge;
+    std::shared_ptr<const clTxTelContainer> m_request;
+    std::size_t m_sent = 0;
+    std::unique_ptr<clRxTelContainer> m_response;
+    std::size_t m_expected = 0;
+    std::size_t m_received = 0;
+};
+
+} // namespace zel

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "transaction_listener.h"
+
+namespace zel {
+
+class clConHndlr;
+
+/// Brings what happens on the connections to the requestors. The library only asks, it serves no
+/// requests of modules.
+class clTransactionHandlerRequestorOnly final : public iTransactionHandler {
+public:
+    explicit clTransactionHandlerRequestorOnly(clConHndlr& connections);
+
+    void transactionArrived(std::uint64_t source, std::unique_ptr<clRxTelContainer> telegram,
+                            clTcpTelHndlr& connection) override;
+    /// The connection leaves the table and what waits on it ends.
+    void connectionLost(clTcpTelHndlr& connection) override;
+
+private:
+    clConHndlr& m_connections;
+};
+
+} // namespace zel
