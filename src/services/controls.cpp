@@ -1,0 +1,214 @@
+#include "controls.h"
+
+#include "control_request.h"
+#include "number_format.h"
+#include "request_document.h"
+#include "ZEL_VR_Framework.h"
+
+#include <charconv>
+#include <string>
+#include <string_view>
+
+#include <pugixml.hpp>
+
+namespace zel::controls {
+
+namespace {
+
+constexpr std::uint16_t kService = 3;
+
+namespace method {
+constexpr std::uint16_t kExecute = 1;
+constexpr std::uint16_t kReadDocument = 2;
+constexpr std::uint16_t kReadSchema = 3;
+constexpr std::uint16_t kReadStyleSheet = 4;
+constexpr std::uint16_t kGetControls = 5;
+} // namespace method
+
+constexpr std::size_t kClockAnswerSize = 1024;
+constexpr unsigned kCalibrationDecimals = 8;
+
+std::string describeRequest(const char* control)
+{
+    return RequestDocument{}.addVerbatim("Control", control).take();
+}
+
+std::int32_t describe(const RequestPath& requests, std::uint64_t uuid, std::uint16_t methodId,
+                      const char* control, const TextBuffer& buffer)
+{
+    return sendForText(requests, {uuid, kService, methodId}, describeRequest(control), buffer);
+}
+
+std::int32_t perform(const RequestPath& requests, std::uint64_t uuid, const char* control,
+                     ControlParameters& parameters)
+{
+    return send(requests, {uuid, kService, method::kExecute},
+                controlRequest(control, parameters.take().c_str()));
+}
+
+// Few characters, and read back to the same 32-bit value.
+std::string samplesText(const float* samples, std::uint64_t count)
+{
+    std::string text;
+    if (samples == nullptr)
+        return text;
+    char number[32];
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const auto end = std::to_chars(number, number + sizeof number, samples[i]).ptr;
+        text.append(number, end).push_back(' ');
+    }
+    return text;
+}
+
+double leadingNumber(std::string_view text)
+{
+    const std::size_t start = text.find_first_not_of(" \t\r\n+");
+    double value = 0;
+    if (start != std::string_view::npos)
+        std::from_chars(text.data() + start, text.data() + text.size(), value);
+    return value;
+}
+
+} // namespace
+
+std::int32_t execute(const RequestPath& requests, std::uint64_t uuid, const char* control,
+                     std::uint32_t count, const char* const* parameters)
+{
+    if (count != 0 && parameters == nullptr)
+        return ZEL_SYS_BAD_PARAMETER;
+    ControlParameters document;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        if (parameters[i] == nullptr)
+            return ZEL_SYS_BAD_PARAMETER;
+        document.add(std::string_view{parameters[i]});
+    }
+    return perform(requests, uuid, control, document);
+}
+
+std::int32_t executeDocument(const RequestPath& requests, std::uint64_t uuid, const char* control,
+                             const char* parameterDocument, const TextBuffer& buffer)
+{
+    return sendForText(requests, {uuid, kService, method::kExecute},
+                       controlRequest(control, parameterDocument), buffer);
+}
+
+std::int32_t readList(const RequestPath& requests, std::uint64_t uuid, const TextBuffer& buffer)
+{
+    return sendForText(requests, {uuid, kService, method::kGetControls}, {}, buffer);
+}
+
+std::int32_t readListToFile(const RequestPath& requests, std::uint64_t uuid, const char* fileName)
+{
+    return sendForFile(requests, {uuid, kService, method::kGetControls}, {}, fileName);
+}
+
+std::int32_t readDocument(const RequestPath& requests, std::uint64_t uuid, const char* control,
+                          const TextBuffer& buffer)
+{
+    return describe(requests, uuid, method::kReadDocument, control, buffer);
+}
+
+std::int32_t readSchema(const RequestPath& requests, std::uint64_t uuid, const char* control,
+                        const TextBuffer& buffer)
+{
+    return describe(requests, uuid, method::kReadSchema, control, buffer);
+}
+
+std::int32_t readStyleSheet(const RequestPath& requests, std::uint64_t uuid, const char* control,
+                            const TextBuffer& buffer)
+{
+    return describe(requests, uuid, method::kReadStyleSheet, control, buffer);
+}
+
+std::int32_t activateTeds(const RequestPath& requests, std::uint64_t uuid, std::uint32_t connector)
+{
+    return perform(requests, uuid, "CONNECTORRECONNECT", ControlParameters{}.add(connector));
+}
+
+std::int32_t setZero(const RequestPath& requests, std::uint64_t uuid, std::uint32_t connector,
+                     std::uint32_t signal)
+{
+    return perform(requests, uuid, "SETZERO",
+                   ControlParameters{}.add(connector).add(signal).add(std::string_view{}));
+}
+
+std::int32_t setZeroWithTarget(const RequestPath& requests, std::uint64_t uuid,
+                               std::uint32_t connector, std::uint32_t signal, double target)
+{
+    return perform(
+        requests, uuid, "SETZERO",
+        ControlParameters{}.add(connector).add(signal).add(formatParameterDouble(target)));
+}
+
+std::int32_t setCalibrationPoint(const RequestPath& requests, std::uint64_t uuid,
+                                 std::uint32_t connector, std::uint32_t signal, std::int32_t point,
+                                 double value)
+{
+    return perform(requests, uuid, "INITADJ",
+                   ControlParameters{}
+                       .add(connector)
+                       .add(signal)
+                       .add(std::to_string(point))
+                       .add(formatCalibrationDouble(value, kCalibrationDecimals, true)));
+}
+
+std::int32_t setI2SToCalibration(const RequestPath& requests, std::uint64_t uuid,
+                                 std::uint32_t connector)
+{
+    return perform(requests, uuid, "SETI2STOCAL", ControlParameters{}.add(connector));
+}
+
+std::int32_t setInputSource(const RequestPath& requests, std::uint64_t uuid,
+                            std::uint32_t connector, std::uint32_t channel, std::uint32_t source)
+{
+    return perform(requests, uuid, "INPUTSRC",
+                   ControlParameters{}.add(connector).add(channel).add(source));
+}
+
+std::int32_t setLedMode(const RequestPath& requests, std::uint64_t uuid, std::uint32_t led,
+                        std::uint32_t mode)
+{
+    return perform(requests, uuid, "LEDFLASH", ControlParameters{}.add(led).add(mode));
+}
+
+std::int32_t transmitCanMessage(const RequestPath& requests, std::uint64_t uuid,
+                                std::uint32_t connector, std::uint32_t identifier,
+                                const std::array<std::uint8_t, 9>& bytes)
+{
+    ControlParameters parameters;
+    parameters.add(connector).add(identifier);
+    for (const std::uint8_t byte : bytes)
+        parameters.add(byte);
+    return perform(requests, uuid, "CANTRANSMITUSERCANMSG", parameters);
+}
+
+std::int32_t readSignalGeneratorClock(const RequestPath& requests, std::uint64_t uuid,
+                                      std::uint32_t generator, double& frequency)
+{
+    frequency = 0;
+    std::array<char, kClockAnswerSize> answer{};
+    std::uint64_t length = 0;
+    const std::string parameters = ControlParameters{}.add(generator).take();
+    const std::int32_t result =
+        executeDocument(requests, uuid, "GETSIGNALGENERATORCLOCK", parameters.c_str(),
+                        {answer.data(), &length, answer.size()});
+    if (result != ZEL_OK)
+        return result;
+    pugi::xml_document document;
+    if (document.load_buffer(answer.data(), static_cast<std::size_t>(length)))
+        frequency = leadingNumber(document.child_value("Frequency"));
+    return ZEL_OK;
+}
+
+std::int32_t setArbitrarySignalGenerator(const RequestPath& requests, std::uint64_t uuid,
+                                         std::uint32_t generator, const SignalGeneratorCurve& curve)
+{
+    ControlParameters parameters;
+    parameters.add(generator).add(samplesText(curve.samples, curve.count));
+    for (const std::uint32_t number : curve.numbers)
+        parameters.add(number);
+    parameters.add(curve.lastNumber);
+    return perform(requests, uuid, "SETARBITRARYSIGNALGENERATOR", parameters);
+}
+
+} // namespace zel::controls

@@ -1,0 +1,41 @@
+#include "module_texts.h"
+
+#include "process_wide.h"
+#include "request_document.h"
+#include "response_document.h"
+#include "text_response.h"
+
+#include <string>
+
+namespace zel {
+
+namespace {
+
+constexpr std::uint16_t kSystemService = 6;
+constexpr std::uint16_t kReadText = 23;
+
+std::string& sharedText()
+{
+    static ProcessWide<std::string> text;
+    return *text;
+}
+
+} // namespace
+
+const char* textFromModule(const RequestPath& requests, std::uint64_t uuid, std::int32_t code)
+{
+    std::string& shared = sharedText();
+    shared.clear();
+    const Response response =
+        sendForResponse(requests, {uuid, kSystemService, kReadText},
+                        RequestDocument().addVerbatim("TextHandle", std::to_string(code)).take());
+    ResponseDocument document;
+    const char* text = nullptr;
+    // A positive result is a warning, and the text is there.
+    if (response.result >= ZEL_OK && document.parse(response.payload()) == ZEL_OK &&
+        document.requireText("Text", text) == ZEL_OK)
+        shared = text;
+    return shared.c_str();
+}
+
+} // namespace zel

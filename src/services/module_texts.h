@@ -1,0 +1,13 @@
+#pragma once
+
+#include "sync_method_request.h"
+
+#include <cstdint>
+
+namespace zel {
+
+/// Asks a module for the text of a result code. The text is empty when the module does not answer,
+/// and stays valid until the next call: all callers share one buffer, which has no lock.
+const char* textFromModule(const RequestPath& requests, std::uint64_t uuid, std::int32_t code);
+
+} // namespace zel

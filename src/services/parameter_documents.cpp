@@ -1,0 +1,183 @@
+#include "parameter_documents.h"
+
+#include "request_document.h"
+#include "response_document.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace zel::parameters {
+
+namespace {
+
+/// 0 to 15, or 16 for what is no hexadecimal digit.
+unsigned hexadecimalValue(char digit)
+{
+    if (digit >= '0' && digit <= '9')
+        return static_cast<unsigned>(digit - '0');
+    if (digit >= 'A' && digit <= 'F')
+        return static_cast<unsigned>(digit - 'A') + 10;
+    if (digit >= 'a' && digit <= 'f')
+        return static_cast<unsigned>(digit - 'a') + 10;
+    return 16;
+}
+
+std::int32_t decodeHexadecimal(std::string_view text, char* data)
+{
+    for (std::size_t at = 0; at + 1 < text.size(); at += 2) {
+        const unsigned high = hexadecimalValue(text[at]);
+        const unsigned low = hexadecimalValue(text[at + 1]);
+        if (high > 15 || low > 15)
+            return ZEL_UTIL_STRING_CONVERSION;
+        data[at / 2] = static_cast<char>(high << 4 | low);
+    }
+    return ZEL_OK;
+}
+
+} // namespace
+
+std::string joinedPath(std::string_view path, std::string_view name)
+{
+    std::string joined(path);
+    if (!name.empty())
+        joined.append(1, '/').append(name);
+    return joined;
+}
+
+std::string viewRequest(std::uint32_t view)
+{
+    return RequestDocument().addNumber("View", view).take();
+}
+
+std::string pathRequest(std::uint32_t view, std::string_view path)
+{
+    return RequestDocument().addNumber("View", view).addText("Path", path).take();
+}
+
+std::string documentRequest(std::uint32_t view, bool currentChoicesOnly)
+{
+    return RequestDocument()
+        .addNumber("View", view)
+        .addFlag("CurrChoicesOnly", currentChoicesOnly)
+        .take();
+}
+
+std::string sectionRequest(std::uint32_t view, std::string_view path, bool currentChoicesOnly)
+{
+    return RequestDocument()
+        .addNumber("View", view)
+        .addText("Path", path)
+        .addFlag("CurrChoicesOnly", currentChoicesOnly)
+        .take();
+}
+
+std::string writeDocumentRequest(std::uint32_t view, std::string_view document)
+{
+    return RequestDocument().addNumber("View", view).addText("XmlSection", document).take();
+}
+
+std::string writeSectionRequest(std::uint32_t view, std::string_view path, std::string_view section)
+{
+    return RequestDocument()
+        .addNumber("View", view)
+        .addText("Path", path)
+        .addText("XmlSection", section)
+        .take();
+}
+
+std::string activateDefaultRequest(std::uint32_t view, std::string_view xpath)
+{
+    return RequestDocument().addNumber("View", view).addText("Xpath", xpath).take();
+}
+
+std::string activateAllDefaultsRequest()
+{
+    return RequestDocument().take();
+}
+
+std::string readTedsRequest(std::uint32_t channel)
+{
+    return RequestDocument().addNumber("Channel", channel - 1).take();
+}
+
+std::string writeTedsRequest(std::uint32_t channel, Bytes data)
+{
+    // The module gives the identifier; the request's says nothing.
+    return RequestDocument()
+        .addNumber("Channel", channel - 1)
+        .addNumber("Tid", 0)
+        .addHexadecimal("BinData", data)
+        .take();
+}
+
+std::int32_t countConnectors(Bytes section)
+{
+    pugi::xml_document document;
+    if (!document.load_buffer(section.data(), section.size()))
+        return 0;
+    const pugi::xml_node amplifier = document.find_node(
+        [](const pugi::xml_node& node) { return std::string_view(node.name()) == "Amplifier"; });
+    std::int32_t count = 0;
+    for (const pugi::xml_node& child : amplifier.children())
+        if (child.type() == pugi::node_element && count < std::numeric_limits<std::int32_t>::max())
+            ++count;
+    return count;
+}
+
+std::int32_t maxOccurs(Bytes schema)
+{
+    pugi::xml_document document;
+    if (!document.load_buffer(schema.data(), schema.size()))
+        return 0;
+    const pugi::xml_node element = document.first_child().first_child();
+    return std::max(0, element.attribute("maxOccurs").as_int());
+}
+
+std::int32_t TedsAnswer::readData(Bytes payload, char* data, std::uint64_t capacity)
+{
+    ResponseDocument response;
+    const char* identifierText = nullptr;
+    const char* dataText = nullptr;
+    if (response.parse(payload) != ZEL_OK ||
+        response.requireText("Tid", identifierText) != ZEL_OK ||
+        response.requireText("BinData", dataText) != ZEL_OK)
+        return ZEL_PARAM_XML_ERROR;
+    std::uint64_t number = 0;
+    const std::int32_t result = parseNumber(identifierText, number);
+    if (result != ZEL_OK)
+        return result;
+    const std::string_view digits = dataText;
+    size = digits.size() / 2;
+    if (size > capacity)
+        return ZEL_SRV_BUFFER_TOO_SMALL;
+    identifier = number;
+    return decodeHexadecimal(digits, data);
+}
+
+std::int32_t TedsAnswer::readIdentifier(Bytes payload)
+{
+    ResponseDocument response;
+    const std::int32_t result = response.parse(payload);
+    return result == ZEL_OK ? response.requireNumber("Tid", identifier) : result;
+}
+
+std::array<char, 17> tedsIdentifierText(std::uint64_t identifier)
+{
+    std::array<std::byte, 8> bytes{};
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<std::byte>(identifier >> (8 * i) & 0xFF);
+    std::string digits;
+    appendHexadecimal(digits, bytes);
+    std::array<char, 17> text{};
+    std::copy(digits.begin(), digits.end(), text.begin());
+    return text;
+}
+
+Bytes withoutPadding(Bytes image)
+{
+    while (!image.empty() && image.back() == std::byte{0})
+        image = image.first(image.size() - 1);
+    return image;
+}
+
+} // namespace zel::parameters

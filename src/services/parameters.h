@@ -1,0 +1,75 @@
+#pragma once
+
+#include "text_response.h"
+
+#include <cstddef>
+#include <cstdint>
+
+/// The parameters of a module: documents, one for each view, read and written whole, by section or
+/// by value, and the TEDS memories of its sensors. Each function is one method request of
+/// service 1.
+///
+/// Paths are element names joined by "/"; where a name goes with a path, an empty name stands for
+/// the path itself. All return the method's result or what text_response.h says. Texts must not be
+/// null unless a function says what comes then.
+namespace zel::parameters {
+
+std::int32_t read(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
+                  const char* path, const char* name, const TextBuffer& buffer);
+
+/// ZEL_SRV_BUFFER_TOO_SMALL for a value of 100 characters or more, ZEL_UTIL_STRING_CONVERSION for
+/// one that is no number; `value` is set on success only.
+std::int32_t readDouble(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
+                        const char* path, const char* name, double& value);
+
+std::int32_t writeDouble(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
+                         const char* path, const char* name, double value);
+std::int32_t writeInt(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
+                      const char* path, const char* name, std::int32_t value);
+std::int32_t writeString(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
+                         const char* path, const char* name, const char* value);
+
+/// `currentChoicesOnly` leaves out of the document the choices that cannot be selected now.
+std::int32_t readDocument(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
+                          bool currentChoicesOnly, const TextBuffer& buffer);
+/// ZEL_SYS_BAD_PARAMETER for a buffer without capacity.
+std::int32_t readSection(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
+                         bool currentChoicesOnly, const char* path, const TextBuffer& buffer);
+std::int32_t writeDocument(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
+                           const char* document, std::uint64_t length);
+std::int32_t writeSection(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
+                          const char* path, const char* section, std::uint64_t length);
+
+std::int32_t readSchema(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
+                        const TextBuffer& buffer);
+std::int32_t readSectionSchema(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
+                               const char* path, const TextBuffer& buffer);
+std::int32_t readStyleSheet(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
+                            const TextBuffer& buffer);
+
+/// The module resets what the XPath expression selects.
+std::int32_t activateDefault(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
+                             const char* xpath);
+std::int32_t activateAllDefaults(const RequestPath& requests, std::uint64_t uuid);
+
+std::int32_t readViews(const RequestPath& requests, std::uint64_t uuid, const TextBuffer& buffer);
+/// Into a file, which is created or emptied first.
+std::int32_t readViewsToFile(const RequestPath& requests, std::uint64_t uuid, const char* fileName);
+
+/// How often a parameter may occur, 0 or more, or a negative result code; ZEL_SYS_BAD_PARAMETER for
+/// a null text.
+std::int32_t maxCount(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
+                      const char* path, const char* name);
+
+/// Sixteen hexadecimal characters and a zero byte.
+inline constexpr std::size_t kTedsIdentifierSize = 17;
+
+/// The channel counts from 1: ZEL_SRV_INVALID_PARAMETERS for channel 0. `identifier` has room for
+/// kTedsIdentifierSize characters and is set on success only.
+std::int32_t readTeds(const RequestPath& requests, std::uint64_t uuid, std::uint32_t channel,
+                      char* identifier, const TextBuffer& buffer);
+/// Also ZEL_SRV_INVALID_PARAMETERS for null data. The module gives the identifier.
+std::int32_t writeTeds(const RequestPath& requests, std::uint64_t uuid, std::uint32_t channel,
+                       char* identifier, const void* data, std::uint64_t length);
+
+} // namespace zel::parameters

@@ -1,0 +1,152 @@
+#include "pugi_xml_composer.h"
+
+#include "number_format.h"
+#include "ZEL_VR_Framework.h"
+
+namespace zel {
+
+namespace {
+
+constexpr unsigned kTextDecimals = 9;
+
+bool isEmpty(const char* name)
+{
+    return name == nullptr || *name == '\0';
+}
+
+} // namespace
+
+std::int32_t PugiXmlComposer::openElement(const char* name)
+{
+    if (isEmpty(name))
+        return ZEL_XML_TAG_NOT_DEFINED;
+    const pugi::xml_node child = m_current.append_child(name);
+    if (child)
+        m_current = child;
+    return added(static_cast<bool>(child));
+}
+
+std::int32_t PugiXmlComposer::closeElement()
+{
+    const pugi::xml_node parent = m_current.parent();
+    if (!parent)
+        return ZEL_FAILED;
+    m_current = parent;
+    return ZEL_OK;
+}
+
+std::int32_t PugiXmlComposer::reset()
+{
+    m_document.reset();
+    m_current = m_document;
+    return ZEL_OK;
+}
+
+std::int32_t PugiXmlComposer::addText(const std::string& text)
+{
+    return addText(text.c_str());
+}
+
+std::int32_t PugiXmlComposer::addText(double value)
+{
+    return addText(formatFixed(value, kTextDecimals));
+}
+
+std::int32_t PugiXmlComposer::addText(std::uint64_t value)
+{
+    return addText(std::to_string(value));
+}
+
+std::int32_t PugiXmlComposer::addText(std::uint32_t value)
+{
+    return addText(std::to_string(value));
+}
+
+std::int32_t PugiXmlComposer::addText(std::int32_t value)
+{
+    return addText(std::to_string(value));
+}
+
+std::int32_t PugiXmlComposer::addText(const char* text)
+{
+    if (text == nullptr)
+        return ZEL_OK;
+    return added(m_current.append_child(pugi::node_pcdata).set_value(text));
+}
+
+std::int32_t PugiXmlComposer::addAttribute(const char* name, const std::string& value)
+{
+    return addAttribute(name, value.c_str());
+}
+
+std::int32_t PugiXmlComposer::addAttribute(const char* name, std::uint64_t value)
+{
+    return addAttribute(name, std::to_string(value));
+}
+
+std::int32_t PugiXmlComposer::addAttribute(const char* name, std::uint32_t value)
+{
+    return addAttribute(name, std::to_string(value));
+}
+
+std::int32_t PugiXmlComposer::addAttribute(const char* name, std::int32_t value)
+{
+    return addAttribute(name, std::to_string(value));
+}
+
+std::int32_t PugiXmlComposer::addAttribute(const char* name, double value)
+{
+    return addAttribute(name, formatParameterDouble(value));
+}
+
+std::int32_t PugiXmlComposer::addAttribute(const char* name, const char* value)
+{
+    if (name == nullptr || value == nullptr)
+        return ZEL_FAILED;
+    return added(m_current.append_attribute(name).set_value(value));
+}
+
+std::int32_t PugiXmlComposer::addElement(const char* name, std::uint32_t value)
+{
+    return addElement(name, std::to_string(value));
+}
+
+std::int32_t PugiXmlComposer::addElement(const char* name, std::int32_t value)
+{
+    return addElement(name, std::to_string(value));
+}
+
+std::int32_t PugiXmlComposer::addElement(const char* name, const std::string& value)
+{
+    return addElement(name, value.c_str());
+}
+
+std::int32_t PugiXmlComposer::addElement(const char* name, const char* value)
+{
+    if (value == nullptr)
+        return ZEL_FAILED;
+    if (isEmpty(name))
+        return ZEL_XML_TAG_NOT_DEFINED;
+    return added(m_current.append_child(name).append_child(pugi::node_pcdata).set_value(value));
+}
+
+std::int32_t PugiXmlComposer::addComment(const std::string& text)
+{
+    return added(m_current.append_child(pugi::node_comment).set_value(text.c_str()));
+}
+
+void PugiXmlComposer::saveDocument(pugi::xml_writer& writer) const
+{
+    m_document.save(writer, " ", pugi::format_raw, pugi::encoding_auto);
+}
+
+// The library refuses, for instance, text beside the root element and what there is no memory for.
+std::int32_t PugiXmlComposer::added(bool isDone)
+{
+    if (!isDone)
+        return ZEL_FAILED;
+    countItem();
+    return ZEL_OK;
+}
+
+} // namespace zel

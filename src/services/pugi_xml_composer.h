@@ -1,0 +1,51 @@
+#pragma once
+
+#include "xml_composer.h"
+
+#include <pugixml.hpp>
+
+namespace zel {
+
+/// What the composers share that build a pugixml document.
+class PugiXmlComposer : public XmlComposer {
+public:
+    std::int32_t openElement(const char* name) override;
+    std::int32_t closeElement() override;
+    std::int32_t reset() override;
+
+    std::int32_t addText(const std::string& text) override;
+    std::int32_t addText(double value) override;
+    std::int32_t addText(std::uint64_t value) override;
+    std::int32_t addText(std::uint32_t value) override;
+    std::int32_t addText(std::int32_t value) override;
+    std::int32_t addText(const char* text) override;
+
+    std::int32_t addAttribute(const char* name, const std::string& value) override;
+    std::int32_t addAttribute(const char* name, std::uint64_t value) override;
+    std::int32_t addAttribute(const char* name, std::uint32_t value) override;
+    std::int32_t addAttribute(const char* name, std::int32_t value) override;
+    std::int32_t addAttribute(const char* name, double value) override;
+    std::int32_t addAttribute(const char* name, const char* value) override;
+
+    std::int32_t addElement(const char* name, std::uint32_t value) override;
+    std::int32_t addElement(const char* name, std::int32_t value) override;
+    std::int32_t addElement(const char* name, const std::string& value) override;
+    std::int32_t addElement(const char* name, const char* value) override;
+
+    std::int32_t addComment(const std::string& text) override;
+
+protected:
+    /// Unindented, with the declaration.
+    void saveDocument(pugi::xml_writer& writer) const;
+
+private:
+    /// Called once for everything that was added.
+    virtual void countItem() {}
+
+    std::int32_t added(bool isDone);
+
+    pugi::xml_document m_document;
+    pugi::xml_node m_current = m_document;
+};
+
+} // namespace zel

@@ -1,0 +1,92 @@
+#include "request_document.h"
+
+#include "number_format.h"
+#include "xml_escape.h"
+
+#include <array>
+#include <charconv>
+#include <utility>
+
+namespace zel {
+
+namespace {
+
+constexpr std::string_view kRoot = "SrvParams";
+
+} // namespace
+
+RequestDocument::RequestDocument() : m_text(kXmlDeclaration)
+{
+    open(kRoot);
+}
+
+RequestDocument& RequestDocument::addNumber(std::string_view name, std::uint64_t value)
+{
+    std::array<char, 20> digits{};
+    const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), value);
+    open(name);
+    m_text.append(digits.data(), written.ptr);
+    return close(name);
+}
+
+RequestDocument& RequestDocument::addFlag(std::string_view name, bool value)
+{
+    return addVerbatim(name, value ? "1" : "0");
+}
+
+RequestDocument& RequestDocument::addDouble(std::string_view name, double value)
+{
+    return addVerbatim(name, formatParameterDouble(value));
+}
+
+RequestDocument& RequestDocument::addText(std::string_view name, std::string_view text)
+{
+    open(name);
+    appendXmlEscaped(m_text, text);
+    return close(name);
+}
+
+RequestDocument& RequestDocument::addVerbatim(std::string_view name, std::string_view text)
+{
+    open(name);
+    m_text.append(text);
+    return close(name);
+}
+
+RequestDocument& RequestDocument::addHexadecimal(std::string_view name, Bytes data)
+{
+    open(name);
+    appendHexadecimal(m_text, data);
+    return close(name);
+}
+
+std::string RequestDocument::take()
+{
+    close(kRoot);
+    return std::move(m_text);
+}
+
+void RequestDocument::open(std::string_view name)
+{
+    m_text.append(1, '<').append(name).append(1, '>');
+}
+
+RequestDocument& RequestDocument::close(std::string_view name)
+{
+    m_text.append("</").append(name).append(1, '>');
+    return *this;
+}
+
+void appendHexadecimal(std::string& out, Bytes data)
+{
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    std::size_t at = out.size();
+    out.resize(at + 2 * data.size());
+    for (const std::byte byte : data) {
+        const auto value = std::to_integer<std::size_t>(byte);
+        out[at++] = kDigits[value >> 4];
+        out[at++] = kDigits[value & 0xF];
+    }
+}
+
+} // namespace zel

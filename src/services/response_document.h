@@ -1,0 +1,53 @@
+#pragma once
+
+#include "byte_cursor.h"
+#include "number_format.h"
+#include "ZEL_VR_Framework.h"
+
+#include <cstdint>
+
+#include <pugixml.hpp>
+
+namespace zel {
+
+/// Reads an XML response, root "SrvParams". What comes from the wire may be anything: nothing here
+/// walks a document recursively.
+class ResponseDocument {
+public:
+    /// Returns 0, or ZEL_PARAM_XML_ERROR where the payload does not parse or has no such root.
+    std::int32_t parse(Bytes payload)
+    {
+        m_root = {};
+        if (m_document.load_buffer(payload.data(), payload.size(), pugi::parse_default))
+            m_root = m_document.child("SrvParams");
+        return m_root ? ZEL_OK : ZEL_PARAM_XML_ERROR;
+    }
+
+    pugi::xml_node root() const { return m_root; }
+
+    /// The text of a required child of the root: 0 or ZEL_PARAM_XML_ERROR. It lives as long as the
+    /// document.
+    std::int32_t requireText(const char* name, const char*& text) const
+    {
+        const pugi::xml_node child = m_root.child(name);
+        if (!child)
+            return ZEL_PARAM_XML_ERROR;
+        text = child.child_value();
+        return ZEL_OK;
+    }
+
+    /// The number in a required child: also ZEL_UTIL_STRING_CONVERSION.
+    template <class Number>
+    std::int32_t requireNumber(const char* name, Number& value) const
+    {
+        const char* text = nullptr;
+        const std::int32_t result = requireText(name, text);
+        return result == ZEL_OK ? parseNumber(text, value) : result;
+    }
+
+private:
+    pugi::xml_document m_document;
+    pugi::xml_node m_root;
+};
+
+} // namespace zel

@@ -1,0 +1,127 @@
+#include "status.h"
+
+#include "request_document.h"
+#include "response_document.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+namespace zel::status {
+
+namespace {
+
+constexpr std::uint16_t kService = 2;
+
+namespace method {
+constexpr std::uint16_t kGetErrors = 2;
+constexpr std::uint16_t kGetStatuses = 3;
+constexpr std::uint16_t kGetTedsStatus = 4;
+} // namespace method
+
+// A text that fills the field has no zero byte behind it.
+void fillText(char (&field)[ZEL_STATUS_TEXT_SIZE], std::string_view text)
+{
+    const std::size_t length = std::min(text.size(), sizeof field);
+    std::memcpy(field, text.data(), length);
+    std::memset(field + length, 0, sizeof field - length);
+}
+
+void fill(ZEL_ErrorEntry& entry, pugi::xml_node node)
+{
+    entry.level = node.attribute("ErrLevel").as_uint();
+    entry.code = node.attribute("ErrCode").as_int();
+    entry.connector = node.attribute("Connector").as_uint();
+    entry.channel = node.attribute("Channel").as_uint();
+    entry.signal = node.attribute("Signal").as_uint();
+    fillText(entry.text, node.attribute("Text").value());
+}
+
+void fill(ZEL_StatusEntry& entry, pugi::xml_node node)
+{
+    entry.connector = node.attribute("Connector").as_uint();
+    entry.channel = node.attribute("Channel").as_uint();
+    entry.signal = node.attribute("Signal").as_uint();
+    entry.statusId = node.attribute("StatusId").as_uint();
+    entry.value = node.attribute("Value").as_ullong();
+    fillText(entry.info, node.child_value("Info"));
+}
+
+template <class Entry>
+std::int32_t readList(const RequestPath& requests, const MethodAddress& address,
+                      const char* element, std::uint32_t& count, std::span<Entry> entries)
+{
+    count = 0;
+    const Response response = sendForResponse(requests, address, {});
+    if (response.result != ZEL_OK)
+        return response.result;
+    ResponseDocument document;
+    if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
+        return result;
+    for (const pugi::xml_node node : document.root().children(element)) {
+        if (count == entries.size())
+            break;
+        fill(entries[count++], node);
+    }
+    return ZEL_OK;
+}
+
+void copyCut(std::string_view text, const TextBuffer& buffer)
+{
+    *buffer.length = text.size();
+    if (buffer.capacity == 0)
+        return;
+    const std::size_t length = std::min<std::size_t>(text.size(), buffer.capacity - 1);
+    std::memcpy(buffer.data, text.data(), length);
+    buffer.data[length] = '\0';
+    buffer.data[buffer.capacity - 1] = '\0';
+}
+
+} // namespace
+
+std::int32_t readErrors(const RequestPath& requests, std::uint64_t uuid, std::uint32_t& count,
+                        std::span<ZEL_ErrorEntry> entries)
+{
+    return readList(requests, {uuid, kService, method::kGetErrors}, "Error", count, entries);
+}
+
+std::int32_t readStatuses(const RequestPath& requests, std::uint64_t uuid, std::uint32_t& count,
+                          std::span<ZEL_StatusEntry> entries)
+{
+    return readList(requests, {uuid, kService, method::kGetStatuses}, "Status", count, entries);
+}
+
+std::int32_t readErrorDocument(const RequestPath& requests, std::uint64_t uuid,
+                               const TextBuffer& buffer)
+{
+    return sendForText(requests, {uuid, kService, method::kGetErrors}, {}, buffer);
+}
+
+std::int32_t readStatusDocument(const RequestPath& requests, std::uint64_t uuid,
+                                const TextBuffer& buffer)
+{
+    return sendForText(requests, {uuid, kService, method::kGetStatuses}, {}, buffer);
+}
+
+std::int32_t readTedsStatus(const RequestPath& requests, std::uint64_t uuid,
+                            std::uint32_t connector, std::uint32_t& status, const TextBuffer& error,
+                            const TextBuffer& warning)
+{
+    const Response response =
+        sendForResponse(requests, {uuid, kService, method::kGetTedsStatus},
+                        RequestDocument{}.addNumber("Connector", connector).take());
+    ResponseDocument document;
+    std::int32_t result = response.result;
+    if (result == ZEL_OK)
+        result = document.parse(response.payload());
+    if (result == ZEL_OK)
+        result = document.requireNumber("Status", status);
+    const std::string_view errorText = document.root().child_value("error");
+    const std::string_view warningText = document.root().child_value("warning");
+    copyCut(errorText, error);
+    copyCut(warningText, warning);
+    const bool isCut = errorText.size() >= error.capacity || warningText.size() >= warning.capacity;
+    return result == ZEL_OK && isCut ? ZEL_SRV_BUFFER_TOO_SMALL : result;
+}
+
+} // namespace zel::status

@@ -1,0 +1,150 @@
+#include "system_functions.h"
+
+#include "request_document.h"
+#include "response_document.h"
+
+#include <string_view>
+
+namespace zel::system_functions {
+
+namespace {
+
+constexpr std::uint16_t kService = 6;
+
+namespace method {
+constexpr std::uint16_t kFlash = 3;
+constexpr std::uint16_t kGetFlashStatus = 4;
+constexpr std::uint16_t kSetSimulatedValue = 9;
+constexpr std::uint16_t kRestart = 12;
+constexpr std::uint16_t kFlashMsp = 15;
+constexpr std::uint16_t kRequestDebugInfo = 17;
+constexpr std::uint16_t kGetBackgroundServiceResult = 18;
+constexpr std::uint16_t kGetTr620RgRx = 22;
+constexpr std::uint16_t kGetTr620CalUgMeasUx = 24;
+} // namespace method
+
+MethodAddress of(std::uint64_t uuid, std::uint16_t methodId)
+{
+    return {uuid, kService, methodId};
+}
+
+std::int32_t takeNumber(const ResponseDocument& document, const char* name, std::uint32_t& value)
+{
+    const std::int32_t result = document.requireNumber(name, value);
+    return result == ZEL_UTIL_STRING_CONVERSION ? ZEL_SYS_NO_OBJECT : result;
+}
+
+/// Both numbers are set, or neither is.
+std::int32_t readTwoNumbers(const RequestPath& requests, const MethodAddress& address,
+                            std::string request, const char* firstName, std::uint32_t& first,
+                            const char* secondName, std::uint32_t& second)
+{
+    const Response response = sendForResponse(requests, address, std::move(request));
+    if (response.result != ZEL_OK)
+        return response.result;
+    ResponseDocument document;
+    std::int32_t result = document.parse(response.payload());
+    std::uint32_t numbers[2] = {};
+    if (result == ZEL_OK)
+        result = takeNumber(document, firstName, numbers[0]);
+    if (result == ZEL_OK)
+        result = takeNumber(document, secondName, numbers[1]);
+    if (result != ZEL_OK)
+        return result;
+    first = numbers[0];
+    second = numbers[1];
+    return ZEL_OK;
+}
+
+std::string connectorRequest(std::uint32_t connector)
+{
+    return RequestDocument{}.addNumber("Connector", connector).take();
+}
+
+} // namespace
+
+std::int32_t restart(const RequestPath& requests, std::uint64_t uuid)
+{
+    return send(requests, of(uuid, method::kRestart),
+                RequestDocument{}.addFlag("Cold", true).take());
+}
+
+std::int32_t readBackgroundServiceResult(const RequestPath& requests, std::uint64_t uuid,
+                                         std::uint32_t service, const TextBuffer& buffer)
+{
+    return sendForText(requests, of(uuid, method::kGetBackgroundServiceResult),
+                       RequestDocument{}.addNumber("Service", service).take(), buffer);
+}
+
+std::int32_t startFlashing(const RequestPath& requests, std::uint64_t uuid)
+{
+    return send(requests, of(uuid, method::kFlash), {});
+}
+
+std::int32_t startMspFlashing(const RequestPath& requests, std::uint64_t uuid,
+                              std::uint32_t channel)
+{
+    return send(requests, of(uuid, method::kFlashMsp),
+                RequestDocument{}.addNumber("Channel", channel).take());
+}
+
+std::int32_t readFlashStatus(const RequestPath& requests, std::uint64_t uuid, std::uint32_t& status,
+                             std::uint32_t& progress)
+{
+    return readTwoNumbers(requests, of(uuid, method::kGetFlashStatus), {}, "Status", status,
+                          "Progress", progress);
+}
+
+std::int32_t requestDebugInfo(const RequestPath& requests, std::uint64_t uuid,
+                              std::uint32_t debugId, const std::array<const char*, 5>& parameters,
+                              char* buffer, std::uint64_t capacity)
+{
+    RequestDocument request;
+    request.addNumber("DebugId", debugId);
+    for (std::size_t i = 0; i < parameters.size(); ++i)
+        request.addText("Par" + std::to_string(i + 1), parameters[i]);
+    const Response response =
+        sendForResponse(requests, of(uuid, method::kRequestDebugInfo), request.take());
+    if (response.result != ZEL_OK)
+        return response.result;
+    ResponseDocument document;
+    std::int32_t result = document.parse(response.payload());
+    const char* text = nullptr;
+    if (result == ZEL_OK)
+        result = document.requireText("RetPar1", text);
+    if (result != ZEL_OK)
+        return result;
+    const std::string_view answer = text;
+    return copyText(asBytes(answer.data(), answer.size()), buffer, capacity).result;
+}
+
+std::int32_t setSimulatedValue(const RequestPath& requests, std::uint64_t uuid,
+                               std::uint32_t connector, std::uint32_t channel, std::uint32_t signal,
+                               std::uint32_t mode, double value)
+{
+    return send(requests, of(uuid, method::kSetSimulatedValue),
+                RequestDocument{}
+                    .addNumber("Connector", connector)
+                    .addNumber("Channel", channel)
+                    .addNumber("Signal", signal)
+                    .addNumber("Mode", mode)
+                    .addDouble("Value", value)
+                    .take());
+}
+
+std::int32_t readTr620CalUgMeasUx(const RequestPath& requests, std::uint64_t uuid,
+                                  std::uint32_t connector, std::uint32_t& calUg,
+                                  std::uint32_t& measUx)
+{
+    return readTwoNumbers(requests, of(uuid, method::kGetTr620CalUgMeasUx),
+                          connectorRequest(connector), "Tr620CalUg", calUg, "Tr620MeasUx", measUx);
+}
+
+std::int32_t readTr620RgRx(const RequestPath& requests, std::uint64_t uuid, std::uint32_t connector,
+                           std::uint32_t& rg, std::uint32_t& rx)
+{
+    return readTwoNumbers(requests, of(uuid, method::kGetTr620RgRx), connectorRequest(connector),
+                          "Tr620Rg", rg, "Tr620Rx", rx);
+}
+
+} // namespace zel::system_functions

@@ -1,0 +1,171 @@
+#include "text_response.h"
+
+#include "last_error_stores.h"
+#include "ZEL_VR_Framework.h"
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+namespace zel {
+
+namespace {
+
+CopyOutcome tooSmall(std::uint64_t length)
+{
+    return {ZEL_SRV_BUFFER_TOO_SMALL, length, false};
+}
+
+/// Runs `work`, which returns a result code, and turns its exceptions into one.
+template <class Work>
+std::int32_t guarded(Work&& work)
+{
+    try {
+        return work();
+    } catch (const std::exception&) {
+        return ZEL_SYS_NO_OBJECT;
+    }
+}
+
+using CopyRule = CopyOutcome (*)(Bytes, char*, std::uint64_t);
+
+CopyOutcome copyBytesRule(Bytes data, char* buffer, std::uint64_t capacity)
+{
+    return copyBytes(data, buffer, capacity);
+}
+
+CopyOutcome copyResponse(clSyncMthdReqrSrv& call, std::uint64_t uuid, const TextBuffer& buffer,
+                         CopyRule copy)
+{
+    if (!call.hasResponse())
+        return {};
+    if (buffer.data == nullptr)
+        return {ZEL_OK, call.responseData().size(), false};
+    const CopyOutcome copied = copy(call.responseData(), buffer.data, buffer.capacity);
+    if (copied.mustKeep)
+        dataStore().put(uuid, call.takeResponse());
+    return copied;
+}
+
+std::int32_t sendAndCopy(const RequestPath& path, const MethodAddress& method,
+                         std::string&& request, const TextBuffer& buffer, CopyRule copy)
+{
+    if (buffer.capacity != 0 && (buffer.data == nullptr || buffer.length == nullptr))
+        return ZEL_SYS_BAD_PARAMETER;
+    CopyOutcome copied;
+    const std::int32_t result = guarded([&] {
+        clSyncMthdReqrSrv call(method, std::move(request), path);
+        const std::int32_t called = call.execute();
+        copied = copyResponse(call, method.uuid, buffer, copy);
+        return copied.result != ZEL_OK ? copied.result : called;
+    });
+    if (buffer.length != nullptr)
+        *buffer.length = copied.length;
+    return result;
+}
+
+// A name that is no UTF-8 names no file: the conversion throws where the host's names are wide.
+std::ofstream createFile(const char* name)
+{
+    const std::string_view bytes = name;
+    try {
+        const std::filesystem::path file(std::u8string(bytes.begin(), bytes.end()));
+        return std::ofstream(file, std::ios::binary | std::ios::trunc);
+    } catch (const std::system_error&) {
+        std::ofstream none;
+        none.setstate(std::ios::failbit);
+        return none;
+    }
+}
+
+} // namespace
+
+CopyOutcome copyText(Bytes text, char* buffer, std::uint64_t capacity)
+{
+    if (text.size() >= capacity) {
+        if (capacity != 0 && buffer != nullptr)
+            *buffer = '\0';
+        CopyOutcome outcome = tooSmall(text.size());
+        outcome.mustKeep = text.size() > capacity;
+        return outcome;
+    }
+    if (buffer == nullptr)
+        return {text.empty() ? ZEL_OK : ZEL_SYS_BAD_PARAMETER, 0, false};
+    if (!text.empty())
+        std::memcpy(buffer, text.data(), text.size());
+    buffer[text.size()] = '\0';
+    return {ZEL_OK, text.size(), false};
+}
+
+CopyOutcome copyBytes(Bytes data, void* buffer, std::uint64_t capacity)
+{
+    const std::uint64_t size = std::min<std::uint64_t>(data.size(), capacity);
+    if (size != 0 && buffer == nullptr)
+        return {ZEL_SYS_BAD_PARAMETER, 0, false};
+    if (size != 0)
+        std::memcpy(buffer, data.data(), size);
+    return size < data.size() ? tooSmall(size) : CopyOutcome{ZEL_OK, size, false};
+}
+
+std::int32_t sendForText(const RequestPath& path, const MethodAddress& method, std::string request,
+                         const TextBuffer& buffer)
+{
+    return sendAndCopy(path, method, std::move(request), buffer, copyText);
+}
+
+std::int32_t sendForBytes(const RequestPath& path, const MethodAddress& method, std::string request,
+                          const TextBuffer& buffer)
+{
+    return sendAndCopy(path, method, std::move(request), buffer, copyBytesRule);
+}
+
+std::int32_t send(const RequestPath& path, const MethodAddress& method, std::string request)
+{
+    return guarded([&] {
+        clSyncMthdReqrSrv call(method, std::move(request), path);
+        return call.execute();
+    });
+}
+
+Response sendForResponse(const RequestPath& path, const MethodAddress& method, std::string request)
+{
+    Response response;
+    response.result = guarded([&] {
+        clSyncMthdReqrSrv call(method, std::move(request), path);
+        const std::int32_t result = call.execute();
+        if (call.hasResponse())
+            response.telegram = call.takeResponse();
+        return result;
+    });
+    return response;
+}
+
+std::int32_t sendWithRetry(const RequestPath& path, iRequestorContext& second,
+                           const MethodAddress& method, std::string request)
+{
+    return send({path.context, path.loop, &second}, method, std::move(request));
+}
+
+std::int32_t sendForFile(const RequestPath& path, const MethodAddress& method, std::string request,
+                         const char* fileName)
+{
+    return guarded([&] {
+        std::ofstream file = createFile(fileName);
+        if (!file)
+            return ZEL_FILE_OPEN;
+        const Response response = sendForResponse(path, method, std::move(request));
+        if (response.result != ZEL_OK)
+            return response.result;
+        const Bytes text = response.payload();
+        file.write(reinterpret_cast<const char*>(text.data()),
+                   static_cast<std::streamsize>(text.size()));
+        file.close();
+        return file ? ZEL_OK : ZEL_FILE_WRITE;
+    });
+}
+
+} // namespace zel

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "byte_cursor.h"
+#include "sync_method_request.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace zel {
+
+/// Where a caller of the library wants a text: the buffer and its capacity in bytes, and the cell
+/// that gets the text's whole length without its zero byte, also when it did not fit.
+struct TextBuffer {
+    char* data;
+    std::uint64_t* length;
+    std::uint64_t capacity;
+};
+
+struct CopyOutcome {
+    std::int32_t result = 0;
+    std::uint64_t length = 0;
+    bool mustKeep = false; // the response belongs into the store of oversized responses
+};
+
+/// The buffer rule for texts: what is strictly shorter than the capacity is copied with a zero
+/// byte; else the buffer becomes an empty text and the result is ZEL_SRV_BUFFER_TOO_SMALL. Only
+/// what is longer than the capacity is kept; at exactly the capacity it is not.
+CopyOutcome copyText(Bytes text, char* buffer, std::uint64_t capacity);
+
+/// The rule for raw bytes: as many as fit, no zero byte, their count as the length;
+/// ZEL_SRV_BUFFER_TOO_SMALL where some were cut off.
+CopyOutcome copyBytes(Bytes data, void* buffer, std::uint64_t capacity);
+
+// One method call each. All wait for the answer and return the method's result; ZEL_SYS_NO_OBJECT
+// where the request cannot be created.
+
+/// Copies the response into the caller's buffer, if there is one. The copy's result, where it is
+/// not 0, goes before the method's. ZEL_SYS_BAD_PARAMETER, and nothing sent, for a capacity without
+/// buffer or without length cell.
+std::int32_t sendForText(const RequestPath& path, const MethodAddress& method, std::string request,
+                         const TextBuffer& buffer);
+
+/// As sendForText(), for raw bytes.
+std::int32_t sendForBytes(const RequestPath& path, const MethodAddress& method, std::string request,
+                          const TextBuffer& buffer);
+
+/// The response data are not looked at.
+std::int32_t send(const RequestPath& path, const MethodAddress& method, std::string request);
+
+/// What send...() inside the library gives to be parsed.
+struct Response {
+    std::int32_t result = 0;
+    std::unique_ptr<clRxTelContainer> telegram; // null without a response
+
+    Bytes payload() const { return telegram ? telegram->payload() : Bytes{}; }
+};
+Response sendForResponse(const RequestPath& path, const MethodAddress& method, std::string request);
+
+/// As send(), but when the first attempt's response does not come in time the second goes out
+/// through `second`.
+std::int32_t sendWithRetry(const RequestPath& path, iRequestorContext& second,
+                           const MethodAddress& method, std::string request);
+
+/// Writes the response into a file, which is created or emptied before anything is sent.
+/// ZEL_FILE_OPEN, ZEL_FILE_WRITE. The name is UTF-8.
+std::int32_t sendForFile(const RequestPath& path, const MethodAddress& method, std::string request,
+                         const char* fileName);
+
+} // namespace zel
