@@ -1,0 +1,41 @@
+#include "client.h"
+
+namespace zel {
+
+namespace {
+
+void run(sys::EventLoop& loop)
+{
+    loop.execute();
+    // A loop that ended by itself delivers nothing any more, not even a time-out: who waits must
+    // not wait for ever.
+    if (!loop.canRun())
+        requestorRegistry().connectionLost(RequestorRegistry::kEveryConnection);
+}
+
+} // namespace
+
+Client::LoopThread::LoopThread(sys::EventLoop& loop)
+    : m_loop(loop), m_thread([&loop] { run(loop); })
+{
+}
+
+Client::LoopThread::~LoopThread()
+{
+    stop();
+}
+
+void Client::LoopThread::stop()
+{
+    m_loop.stop();
+    m_thread.join();
+}
+
+Client::Client() : m_loopThread(m_loop), m_connections(m_loop), m_transactions(m_connections) {}
+
+Client::~Client()
+{
+    m_loopThread.stop();
+}
+
+} // namespace zel

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "connection_table.h"
+#include "event_loop.h"
+#include "service_thread.h"
+#include "sync_method_request.h"
+#include "transaction_handler.h"
+
+namespace zel {
+
+/// The communication core: the event loop with its thread, and what receives on it.
+class Client {
+public:
+    /// Throws std::system_error when no thread can be had.
+    Client();
+    /// Stops and joins the thread before the connections go.
+    ~Client();
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+
+    sys::EventLoop& loop() { return m_loop; }
+    clConHndlr& connections() { return m_connections; }
+
+private:
+    /// Runs the loop. Stops it also when a later member cannot be constructed.
+    class LoopThread {
+    public:
+        explicit LoopThread(sys::EventLoop& loop);
+        ~LoopThread();
+        LoopThread(const LoopThread&) = delete;
+        LoopThread& operator=(const LoopThread&) = delete;
+
+        /// Returns when the loop's thread has ended; called again it does nothing.
+        void stop();
+
+    private:
+        sys::EventLoop& m_loop;
+        sys::ServiceThread m_thread;
+    };
+
+    // Constructed in this order, destroyed in the reverse one.
+    sys::EventLoop m_loop;
+    LoopThread m_loopThread;
+    clConHndlr m_connections;
+    clTransactionHandlerRequestorOnly m_transactions;
+};
+
+} // namespace zel
