@@ -1,0 +1,121 @@
+#include "control_server.h"
+
+#include "module_codes.h"
+#include "module_model.h"
+#include "parameter_schema.h"
+#include "service_document.h"
+#include "xml_text.h"
+
+#include "ZEL_VR_Framework.h"
+
+namespace zel::simulator {
+
+namespace {
+
+std::string composeList()
+{
+    pugi::xml_document document;
+    pugi::xml_node list = document.append_child("Controls");
+    for (const Control& control : controlCatalogue()) {
+        pugi::xml_node element = list.append_child("Control");
+        element.append_attribute("name").set_value(std::string{control.name}.c_str());
+        element.append_attribute("parameters")
+            .set_value(static_cast<unsigned long long>(control.parameters.children.size()));
+        element.text().set(std::string{control.text}.c_str());
+    }
+    return toText(document);
+}
+
+std::string composeDocument(const Control& control)
+{
+    pugi::xml_document document;
+    pugi::xml_node params = document.append_child(control.parameters.name.c_str());
+    for (const ParameterDefinition& parameter : control.parameters.children)
+        appendText(params, parameter.name.c_str(), parameter.initial(0));
+    return toText(document);
+}
+
+Outcome noSuchControl(const std::string& name)
+{
+    return {kNoSuchControl, "this module has no control '" + name + "'"};
+}
+
+/// Reads Par1, Par2... into `texts`. Every one that the control has must be there, and no other.
+Outcome readParameters(const Control& control, const std::string& document, ControlTexts& texts)
+{
+    pugi::xml_document parsed;
+    if (!document.empty() && !parsed.load_buffer(document.data(), document.size()))
+        return {ZEL_PARAM_XML_ERROR, "ControlParams is not XML"};
+    const pugi::xml_node params = parsed.child("ControlParams");
+    if (!document.empty() && !params)
+        return {ZEL_PARAM_XML_ERROR, "ControlParams holds no ControlParams document"};
+    for (const pugi::xml_node child : params.children()) {
+        if (child.type() == pugi::node_element && control.parameters.child(child.name()) == nullptr)
+            return {kInvalidControlParameter,
+                    std::string{control.name} + " has no parameter " + child.name()};
+    }
+    for (const ParameterDefinition& parameter : control.parameters.children) {
+        const pugi::xml_node child = params.child(parameter.name.c_str());
+        if (!child)
+            return {kInvalidControlParameter,
+                    std::string{control.name} + " needs " + parameter.name};
+        const Outcome checked = parameter.check(child.text().get());
+        if (!checked.isGood())
+            return {kInvalidControlParameter, checked.text};
+        texts.push_back(checked.text);
+    }
+    return {};
+}
+
+} // namespace
+
+MethodAnswer ControlServer::call(const MethodCall& call)
+{
+    switch (call.id.method) {
+    case 1:
+        return execute(call);
+    case 2:
+    case 3:
+    case 4:
+        return describe(call);
+    case 5:
+        return {0, composeList()};
+    default:
+        return unknownMethod(call.id);
+    }
+}
+
+MethodAnswer ControlServer::execute(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    const std::string name = request.text("Control");
+    if (!request.isGood())
+        return request.failure();
+    const Control* control = findControl(name);
+    if (control == nullptr)
+        return noSuchControl(name);
+    ControlTexts texts;
+    const std::string document =
+        request.has("ControlParams") ? request.text("ControlParams") : std::string{};
+    if (const Outcome outcome = readParameters(*control, document, texts); !outcome.isGood())
+        return outcome;
+    return control->perform(m_model, texts);
+}
+
+MethodAnswer ControlServer::describe(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    const std::string name = request.text("Control");
+    if (!request.isGood())
+        return request.failure();
+    const Control* control = findControl(name);
+    if (control == nullptr)
+        return noSuchControl(name);
+    if (call.id.method == 2)
+        return {0, composeDocument(*control)};
+    if (call.id.method == 3)
+        return {0, composeSectionSchema(control->parameters)};
+    return {0, composeStyleSheet(control->name)};
+}
+
+} // namespace zel::simulator

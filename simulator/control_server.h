@@ -1,0 +1,23 @@
+#pragma once
+
+#include "module_controls.h"
+#include "module_service.h"
+
+namespace zel::simulator {
+
+/// Service 3: the controls, what they are and the doing of them.
+class ControlServer : public ModuleService {
+public:
+    explicit ControlServer(ModuleModel& model) : m_model(model) {}
+
+    std::uint16_t id() const override { return 3; }
+    MethodAnswer call(const MethodCall& call) override;
+
+private:
+    MethodAnswer execute(const MethodCall& call);
+    MethodAnswer describe(const MethodCall& call);
+
+    ModuleModel& m_model;
+};
+
+} // namespace zel::simulator

@@ -1,0 +1,171 @@
+#include "simulation_script.h"
+#include "simulator.h"
+
+#include <asio/io_context.hpp>
+#include <asio/signal_set.hpp>
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace zel::simulator;
+
+struct Options {
+    unsigned modules = 1;
+    ModuleSettings settings;
+    std::string uuid = "0x0000001234ab0001";
+    std::string name = "MOD-";
+    std::vector<std::string> faults;
+    std::string script;
+    bool json = false;
+};
+
+constexpr const char* kExamples = R"(
+Examples:
+  zel-sim
+      one module on 127.0.0.1, port 55000; connect with 'zel read 127.0.0.1 ...'
+  zel-sim --modules 3 --port 0
+      three modules on free ports; the lines that it prints tell which
+  zel-sim --fault delay:1/10:800ms --fault wrong-trailer:6/23:x1
+      answers to parameter reads come late, and the next text has a bad trailer
+  zel-sim --fault silence:address:x2
+      the first two connects find a module that accepts and says nothing
+  zel-sim --script bench.json
+      modules, parameters, faults and scripted answers from a file
+
+A fault is a kind and what narrows it down, joined by colons: a method as
+service/method or 'address' (the exchange after connecting), xN for N requests,
+'500ms' for the fault's own time, 'for=2000ms' for how long it is on, 'size=64'
+for the size of segments. Kinds:
+  )";
+
+std::string footer()
+{
+    std::string text = kExamples;
+    std::size_t column = 2;
+    for (const std::string_view name : faultNames()) {
+        if (column + name.size() > 76) {
+            text += "\n  ";
+            column = 2;
+        }
+        text += std::string{name} + " ";
+        column += name.size() + 1;
+    }
+    return text;
+}
+
+std::string hexadecimal(std::uint64_t number)
+{
+    char text[24];
+    std::snprintf(text, sizeof text, "0x%016llx", static_cast<unsigned long long>(number));
+    return text;
+}
+
+std::vector<ScriptedModule> fromOptions(const Options& options)
+{
+    std::vector<ScriptedModule> modules;
+    for (unsigned number = 0; number < options.modules; ++number) {
+        ScriptedModule module;
+        module.settings = options.settings;
+        module.settings.uuid += number;
+        if (module.settings.port != 0)
+            module.settings.port = static_cast<std::uint16_t>(module.settings.port + number);
+        module.settings.name = options.name;
+        if (options.name.ends_with('-') || options.modules > 1)
+            module.settings.name += std::to_string(number + 1);
+        modules.push_back(std::move(module));
+    }
+    return modules;
+}
+
+void announce(std::size_t number, const Module& module, bool json)
+{
+    if (json) {
+        const nlohmann::json line{{"module", number},
+                                  {"address", module.address()},
+                                  {"port", module.port()},
+                                  {"uuid", hexadecimal(module.uuid())},
+                                  {"name", module.settings().name}};
+        std::cout << line.dump() << std::endl;
+        return;
+    }
+    std::cout << "module " << number << "  " << module.address() << ":" << module.port()
+              << "  uuid " << hexadecimal(module.uuid()) << "  \"" << module.settings().name << "\""
+              << std::endl;
+}
+
+int run(const Options& options)
+{
+    // Caught from here on: who reads the lines below may end the program at once.
+    asio::io_context signalContext;
+    asio::signal_set signals{signalContext, SIGINT, SIGTERM};
+    signals.async_wait([](const std::error_code&, int) {});
+
+    std::vector<ScriptedModule> modules = options.script.empty()
+                                              ? fromOptions(options)
+                                              : readScript(options.script, options.settings);
+    Simulator simulator;
+    std::size_t number = 0;
+    for (ScriptedModule& module : modules) {
+        for (const std::string& fault : options.faults)
+            module.faults.push_back(parseFault(fault));
+        try {
+            announce(++number, addScripted(simulator, module), options.json);
+        } catch (const std::system_error& failure) {
+            throw std::runtime_error("cannot listen on " + module.settings.address + ":" +
+                                     std::to_string(module.settings.port) + ": " +
+                                     failure.code().message() +
+                                     " (is it in use, or not an address of this host? --port 0 "
+                                     "takes a free port)");
+        }
+    }
+    signalContext.run();
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Options options;
+    options.settings.port = kDefaultTcpPort;
+    CLI::App app{"Simulates measurement-amplifier modules on real sockets, until Ctrl-C."};
+    app.add_option("--modules", options.modules, "How many modules; ports and UUIDs count up")
+        ->check(CLI::Range(1u, 1000u))
+        ->capture_default_str();
+    app.add_option("--address", options.settings.address, "IPv4 address to listen on")
+        ->check(CLI::ValidIPV4)
+        ->capture_default_str();
+    app.add_option("--port", options.settings.port, "TCP port of the first module; 0: a free one")
+        ->capture_default_str();
+    app.add_option("--uuid", options.uuid, "UUID of the first module, decimal or 0x...")
+        ->capture_default_str();
+    app.add_option("--name", options.name, "Module name; of several ones, what a number follows")
+        ->capture_default_str();
+    app.add_option("--type", options.settings.type, "Module type")->capture_default_str();
+    app.add_option("--firmware", options.settings.firmwareVersion, "Firmware version")
+        ->capture_default_str();
+    app.add_option("--serial", options.settings.serialNumber, "Serial number")
+        ->capture_default_str();
+    app.add_option("--fault", options.faults, "A fault to switch on; may be given several times");
+    app.add_option("--script", options.script, "JSON file with modules instead of --modules")
+        ->type_name("FILE");
+    app.add_flag("--json", options.json, "One JSON object a line instead of text");
+    app.footer(footer());
+    CLI11_PARSE(app, argc, argv);
+
+    try {
+        options.settings.uuid = parseUuid(options.uuid);
+        return run(options);
+    } catch (const std::exception& failure) {
+        std::cerr << "zel-sim: " << (options.script.empty() ? "" : options.script + ": ")
+                  << failure.what() << std::endl;
+        return 1;
+    }
+}

@@ -1,0 +1,185 @@
+#include "module_core.h"
+
+#include "module_connection.h"
+
+#include "ZEL_VR_Framework.h"
+
+#include <asio/ip/address.hpp>
+
+namespace zel::simulator {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr milliseconds kRetryTime = 200ms;
+
+} // namespace
+
+ModuleCore::ModuleCore(asio::io_context& context, ModuleSettings settings)
+    : m_context(context),
+      m_settings(std::move(settings)),
+      m_calls(m_settings.keptCalls, m_settings.keptBytes),
+      m_acceptor(context),
+      m_timer(context),
+      m_resumeTimer(context),
+      m_model(m_settings, [this](milliseconds downtime) { restart(downtime); })
+{
+    for (auto& service : makeServices(m_model))
+        m_services.emplace(service->id(), std::move(service));
+}
+
+ModuleCore::~ModuleCore() = default;
+
+void ModuleCore::listen()
+{
+    const asio::ip::tcp::endpoint endpoint{asio::ip::make_address(m_settings.address),
+                                           m_settings.port};
+    asio::ip::tcp::acceptor acceptor{m_context, endpoint.protocol()};
+#ifndef _WIN32
+    // Lets a restarted module take its port although old connections still linger; on Windows the
+    // option would let two modules share a port, and is not needed.
+    acceptor.set_option(asio::socket_base::reuse_address{true});
+#endif
+    if (m_settings.receiveBuffer > 0)
+        acceptor.set_option(asio::socket_base::receive_buffer_size{m_settings.receiveBuffer});
+    acceptor.bind(endpoint);
+    acceptor.listen();
+    if (m_settings.port == 0)
+        m_settings.port = acceptor.local_endpoint().port();
+    m_acceptor = std::move(acceptor);
+    accept();
+}
+
+void ModuleCore::stopListening()
+{
+    std::error_code ignored;
+    ++m_generation;
+    m_timer.cancel();
+    m_acceptor.close(ignored);
+}
+
+void ModuleCore::dropConnections()
+{
+    for (const auto& connection : std::set{m_connections})
+        connection->close();
+}
+
+void ModuleCore::resetConnections()
+{
+    for (const auto& connection : std::set{m_connections})
+        connection->reset();
+}
+
+void ModuleCore::restart(milliseconds downtime)
+{
+    stopListening();
+    dropConnections();
+    m_model.restarted();
+    retryAfter(downtime, &ModuleCore::comeBack);
+}
+
+void ModuleCore::stop()
+{
+    stopListening();
+    dropConnections();
+}
+
+void ModuleCore::resumeReading()
+{
+    for (const auto& connection : std::set{m_connections})
+        connection->resumeReading();
+}
+
+void ModuleCore::resumeReadingAfter(milliseconds time)
+{
+    m_resumeTimer.expires_after(time + milliseconds{1});
+    m_resumeTimer.async_wait([this](const std::error_code& error) {
+        if (!error)
+            resumeReading();
+    });
+}
+
+MethodAnswer ModuleCore::answer(ReceivedCall call)
+{
+    MethodCall request{call.source, call.id, call.data};
+    m_calls.add(std::move(call));
+    try {
+        if (const MethodHandler handler = handlerOf(request.id))
+            return handler(request);
+        const auto service = m_services.find(request.id.service);
+        return service == m_services.end() ? unknownMethod(request.id)
+                                           : service->second->call(request);
+    } catch (const std::exception& failure) {
+        return MethodAnswer{ZEL_FAILED, failure.what()};
+    }
+}
+
+void ModuleCore::forget(ModuleConnection& connection)
+{
+    m_connections.erase(connection.shared_from_this());
+}
+
+ModuleStatistics ModuleCore::statistics() const
+{
+    return {m_accepted, m_badTelegrams, m_misaddressed};
+}
+
+void ModuleCore::setHandler(MethodId id, MethodHandler handler)
+{
+    const std::lock_guard lock{m_handlersMutex};
+    if (handler)
+        m_handlers[id] = std::move(handler);
+    else
+        m_handlers.erase(id);
+}
+
+MethodHandler ModuleCore::handlerOf(MethodId id)
+{
+    const std::lock_guard lock{m_handlersMutex};
+    const auto found = m_handlers.find(id);
+    return found == m_handlers.end() ? MethodHandler{} : found->second;
+}
+
+void ModuleCore::accept()
+{
+    m_acceptor.async_accept([this, generation = m_generation](const std::error_code& error,
+                                                              asio::ip::tcp::socket socket) {
+        if (generation != m_generation)
+            return;
+        if (error) // out of descriptors, or a host that hung up at once
+            return retryAfter(kRetryTime, &ModuleCore::accept);
+        accepted(std::move(socket));
+        accept();
+    });
+}
+
+void ModuleCore::accepted(asio::ip::tcp::socket socket)
+{
+    if (m_connections.size() >= m_settings.maxConnections)
+        return;
+    ++m_accepted;
+    const auto connection = std::make_shared<ModuleConnection>(std::move(socket), *this);
+    m_connections.insert(connection);
+    connection->start();
+}
+
+void ModuleCore::comeBack()
+{
+    try {
+        listen();
+    } catch (const std::system_error&) {
+        retryAfter(kRetryTime, &ModuleCore::comeBack);
+    }
+}
+
+void ModuleCore::retryAfter(milliseconds time, void (ModuleCore::*action)())
+{
+    m_timer.expires_after(time);
+    m_timer.async_wait([this, action, generation = m_generation](const std::error_code& error) {
+        if (!error && generation == m_generation)
+            (this->*action)();
+    });
+}
+
+} // namespace zel::simulator

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "call_log.h"
+#include "module_fault.h"
+#include "module_model.h"
+#include "module_service.h"
+#include "module_settings.h"
+
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <vector>
+
+namespace zel::simulator {
+
+class ModuleConnection;
+
+struct ModuleStatistics {
+    std::size_t connections = 0;  ///< accepted so far
+    std::size_t badTelegrams = 0; ///< what a host sent outside the protocol
+    std::size_t misaddressed = 0; ///< transactions to another node
+};
+
+/// The working parts of one module: listens, holds the connections, hands requests to scripted
+/// handlers and services. Functions without a note run on the simulator's thread only.
+class ModuleCore {
+public:
+    ModuleCore(asio::io_context& context, ModuleSettings settings);
+    ~ModuleCore();
+
+    /// Throws std::system_error when the address cannot be listened on.
+    void listen();
+    void stopListening();
+    void dropConnections();
+    void resetConnections();
+    /// Goes away and comes back on the same port after `downtime`.
+    void restart(milliseconds downtime);
+    void stop();
+    void resumeReading();
+    void resumeReadingAfter(milliseconds time);
+    std::size_t connectionCount() const { return m_connections.size(); }
+
+    MethodAnswer answer(ReceivedCall call);
+    void forget(ModuleConnection& connection);
+    void countBadTelegram() { ++m_badTelegrams; }
+    void countMisaddressed() { ++m_misaddressed; }
+
+    // any thread
+    const ModuleSettings& settings() const { return m_settings; } // fixed once it listens
+    FaultPlan& faults() { return m_faults; }
+    CallLog& calls() { return m_calls; }
+    ModuleStatistics statistics() const;
+    void setHandler(MethodId id, MethodHandler handler);
+
+    ModuleModel& model() { return m_model; }
+
+private:
+    void accept();
+    void accepted(asio::ip::tcp::socket socket);
+    void comeBack();
+    void retryAfter(milliseconds time, void (ModuleCore::*action)());
+    MethodHandler handlerOf(MethodId id);
+
+    asio::io_context& m_context;
+    ModuleSettings m_settings;
+    FaultPlan m_faults;
+    CallLog m_calls;
+
+    // simulator's thread
+    asio::ip::tcp::acceptor m_acceptor;
+    asio::steady_timer m_timer;
+    asio::steady_timer m_resumeTimer;
+    unsigned m_generation = 0; // counts the ends of listening: what began before one is void
+    std::set<std::shared_ptr<ModuleConnection>> m_connections;
+    ModuleModel m_model;
+    std::map<std::uint16_t, std::unique_ptr<ModuleService>> m_services;
+
+    std::mutex m_handlersMutex;
+    std::map<MethodId, MethodHandler> m_handlers; // under m_handlersMutex
+
+    std::atomic<std::size_t> m_accepted{0};
+    std::atomic<std::size_t> m_badTelegrams{0};
+    std::atomic<std::size_t> m_misaddressed{0};
+};
+
+} // namespace zel::simulator

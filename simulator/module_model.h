@@ -1,0 +1,48 @@
+#pragma once
+
+#include "firmware_store.h"
+#include "module_controls.h"
+#include "module_files.h"
+#include "module_settings.h"
+#include "module_status.h"
+#include "parameter_model.h"
+#include "teds_memories.h"
+
+#include <array>
+#include <functional>
+#include <map>
+#include <optional>
+
+namespace zel::simulator {
+
+/// All that the services of one module share. Simulator's thread only, but for the parameters.
+struct ModuleModel {
+    /// Where a value belongs: connector, channel, signal.
+    using Place = std::array<std::uint32_t, 3>;
+    struct SimulatedValue {
+        std::uint32_t mode;
+        double value;
+    };
+
+    ModuleModel(const ModuleSettings& moduleSettings, std::function<void(milliseconds)> goAway);
+
+    /// What a restart changes: the configuration stays, what ran is over.
+    void restarted();
+    /// The value that was set for a signal of a connector, whatever its channel.
+    std::optional<double> simulatedValue(std::uint32_t connector, std::uint32_t signal) const;
+
+    const ModuleSettings& settings;
+    /// Makes the module leave the network and come back after the time.
+    std::function<void(milliseconds)> restart;
+
+    ParameterModel parameters;
+    TedsMemories teds;
+    ControlState controls;
+    RaisedStatus raised;
+    FirmwareStore firmware;
+    ModuleFiles files;
+    std::map<Place, SimulatedValue> simulatedValues;
+    std::map<std::array<std::uint32_t, 2>, std::uint32_t> registers; ///< by channel and number
+};
+
+} // namespace zel::simulator

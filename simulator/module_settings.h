@@ -1,0 +1,46 @@
+#pragma once
+
+#include "method_call.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace zel::simulator {
+
+inline constexpr std::uint16_t kDefaultTcpPort = 55000;
+inline constexpr std::uint64_t kBroadcastNode = 0x8ffffffffffffffe;
+
+/// The largest response data that fits one telegram: what 16 bits of length leave beside the
+/// transaction header and the response header.
+inline constexpr std::size_t kLargestWholeAnswer = 65535 - 12 - 8;
+inline constexpr std::size_t kLargestSegment = 61440;
+
+/// Who a module is and how it behaves; fixed when it is added.
+struct ModuleSettings {
+    std::uint64_t uuid = 0x0000001234ab0001;
+    std::string address = "127.0.0.1";
+    std::uint16_t port = 0; ///< 0 takes a free one
+    std::string name = "MOD-1";
+    std::string type = "VR-8";
+    std::string firmwareVersion = "4.2.1";
+    std::string serialNumber = "00014711";
+
+    std::size_t largestWholeAnswer = kLargestWholeAnswer;
+    std::size_t segmentSize = kLargestSegment;
+    std::size_t largestRequest = 64u << 20;
+    std::size_t maxConnections = 64;
+    int receiveBuffer = 0; ///< of each connection's socket; 0 leaves it to the system
+
+    std::size_t tedsCapacity = 256;
+    milliseconds flashTime{2000};
+    bool flashingFails = false;
+    milliseconds restartTime{1000};
+    bool answersRestart = true;
+
+    /// Bounds on what received() keeps, so that a module can run for weeks.
+    std::size_t keptCalls = 10000;
+    std::size_t keptBytes = 64u << 20;
+};
+
+} // namespace zel::simulator

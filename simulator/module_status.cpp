@@ -1,0 +1,102 @@
+#include "module_status.h"
+
+#include "module_codes.h"
+#include "module_model.h"
+
+#include <cstdlib>
+#include <optional>
+
+namespace zel::simulator {
+
+namespace {
+
+constexpr std::uint32_t kConnectors = 8;
+constexpr std::uint32_t kSignals = 4;
+
+std::string connectorPath(std::uint32_t connector)
+{
+    return "Amplifier/Connector[@address=\"" + std::to_string(connector) + "\"]/Mode";
+}
+
+bool isAnalog(const ModuleModel& model, std::uint32_t connector)
+{
+    return model.parameters.value(connectorPath(connector)) == "AnalogInChannel";
+}
+
+bool isMissingTeds(const ModuleModel& model, std::uint32_t connector)
+{
+    const std::string path = connectorPath(connector) + "/AnalogInChannel/Sensor/UseTeds";
+    return isAnalog(model, connector) && model.teds.find(connector) == nullptr &&
+           model.parameters.value(path) == "On";
+}
+
+double parameter(const ModuleModel& model, const std::string& path)
+{
+    return std::strtod(model.parameters.value(path).value_or("0").c_str(), nullptr);
+}
+
+/// Only a value that was set can leave the sensor's range: the module's own stay inside.
+bool isOverflowing(const ModuleModel& model, std::uint32_t connector, std::uint32_t signal)
+{
+    const auto value = model.simulatedValue(connector, signal);
+    if (!value || !isAnalog(model, connector))
+        return false;
+    const std::string sensor = connectorPath(connector) + "/AnalogInChannel/Sensor/";
+    return *value < parameter(model, sensor + "PhysicalMinimum") ||
+           *value > parameter(model, sensor + "PhysicalMaximum");
+}
+
+template <class Visit>
+void visitOverflows(const ModuleModel& model, Visit visit)
+{
+    for (std::uint32_t connector = 0; connector < kConnectors; ++connector) {
+        for (std::uint32_t signal = 0; signal < kSignals; ++signal) {
+            if (isOverflowing(model, connector, signal))
+                visit(connector, signal);
+        }
+    }
+}
+
+} // namespace
+
+std::vector<ModuleError> collectErrors(const ModuleModel& model)
+{
+    std::vector<ModuleError> errors;
+    if (model.parameters.value("Communication/Time/Source") == "Ntp" &&
+        model.parameters.value("Communication/Time/Server") == "0.0.0.0")
+        errors.push_back({2, kNoTimeServer, 0, 0, 0, "NTPDEAMON: NTP Server not reached"});
+    for (std::uint32_t connector = 0; connector < kConnectors; ++connector) {
+        if (isMissingTeds(model, connector))
+            errors.push_back({1, kNoTeds, connector, 0, 0,
+                              "No TEDS connected or error while reading TEDS data"});
+    }
+    visitOverflows(model, [&](std::uint32_t connector, std::uint32_t signal) {
+        errors.push_back({1, kOverflow, connector, 0, signal, "Signal overflow"});
+    });
+    errors.insert(errors.end(), model.raised.errors.begin(), model.raised.errors.end());
+    return errors;
+}
+
+std::vector<ModuleStatusEntry> collectStatuses(const ModuleModel& model)
+{
+    std::vector<ModuleStatusEntry> statuses;
+    for (std::uint32_t connector = 0; connector < kConnectors; ++connector) {
+        const bool analog = isAnalog(model, connector);
+        statuses.push_back(
+            {connector, 0, 0, kModeStatus, analog ? 0u : 1u, analog ? "analog input" : "CAN bus"});
+        if (analog)
+            statuses.push_back({connector, 0, 0, kTedsStatus,
+                                model.teds.find(connector) != nullptr ? 1u : 0u, "TEDS"});
+    }
+    visitOverflows(model, [&](std::uint32_t connector, std::uint32_t signal) {
+        statuses.push_back({connector, 0, signal, kOverflowStatus, 1, "overflow"});
+    });
+    for (const auto& [led, mode] : model.controls.ledModes)
+        statuses.push_back({led, 0, 0, kLedStatus, mode, "LED mode"});
+    const auto flash = model.firmware.progress();
+    statuses.push_back({0, 0, 0, kFlashStatus, flash.percent, "flashing, percent"});
+    statuses.insert(statuses.end(), model.raised.statuses.begin(), model.raised.statuses.end());
+    return statuses;
+}
+
+} // namespace zel::simulator

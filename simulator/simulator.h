@@ -1,0 +1,35 @@
+#pragma once
+
+#include "simulated_module.h"
+
+#include <asio/executor_work_guard.hpp>
+#include <asio/io_context.hpp>
+
+#include <list>
+#include <mutex>
+#include <thread>
+
+namespace zel::simulator {
+
+/// Simulated modules on real sockets, all served by one thread.
+class Simulator {
+public:
+    Simulator();
+    /// Closes every socket and joins the thread; handlers do not run any more when it returns.
+    ~Simulator();
+    Simulator(const Simulator&) = delete;
+    Simulator& operator=(const Simulator&) = delete;
+
+    /// Adds a module that listens when this returns; it lives as long as the simulator. Throws
+    /// std::system_error when its address cannot be listened on.
+    Module& addModule(ModuleSettings settings = {});
+
+private:
+    asio::io_context m_context{1};
+    asio::executor_work_guard<asio::io_context::executor_type> m_work;
+    std::mutex m_mutex;
+    std::list<Module> m_modules; // under m_mutex; a module never moves
+    std::thread m_thread;
+};
+
+} // namespace zel::simulator

@@ -1,0 +1,94 @@
+#include "status_server.h"
+
+#include "module_codes.h"
+#include "module_model.h"
+#include "service_document.h"
+#include "xml_text.h"
+
+namespace zel::simulator {
+
+namespace {
+
+constexpr std::uint32_t kConnectors = 8;
+
+void addPlace(pugi::xml_node element, const auto& entry)
+{
+    element.append_attribute("Connector").set_value(entry.connector);
+    element.append_attribute("Channel").set_value(entry.channel);
+    element.append_attribute("Signal").set_value(entry.signal);
+}
+
+} // namespace
+
+MethodAnswer StatusServer::call(const MethodCall& call)
+{
+    switch (call.id.method) {
+    case 1:
+        return connectedModules();
+    case 2:
+        return errors();
+    case 3:
+        return statuses();
+    case 4:
+        return tedsStatus(call);
+    default:
+        return unknownMethod(call.id);
+    }
+}
+
+Outcome StatusServer::connectedModules()
+{
+    ServiceAnswer answer;
+    for (const ConnectedModule& module : m_model.raised.connectedModules) {
+        pugi::xml_node element = answer.params().append_child("ConnectedModule");
+        appendText(element, "Uuid", std::to_string(module.uuid));
+        appendText(element, "DevType", std::to_string(module.deviceType));
+        appendText(element, "ActiveInterface", std::to_string(module.activeInterface));
+    }
+    return answer.outcome();
+}
+
+Outcome StatusServer::errors()
+{
+    ServiceAnswer answer;
+    for (const ModuleError& error : collectErrors(m_model)) {
+        pugi::xml_node element = answer.params().append_child("Error");
+        element.append_attribute("ErrLevel").set_value(error.level);
+        element.append_attribute("ErrCode").set_value(error.code);
+        addPlace(element, error);
+        element.append_attribute("Text").set_value(error.text.c_str());
+    }
+    return answer.outcome();
+}
+
+Outcome StatusServer::statuses()
+{
+    ServiceAnswer answer;
+    for (const ModuleStatusEntry& status : collectStatuses(m_model)) {
+        pugi::xml_node element = answer.params().append_child("Status");
+        addPlace(element, status);
+        element.append_attribute("StatusId").set_value(status.id);
+        element.append_attribute("Value").set_value(static_cast<unsigned long long>(status.value));
+        element.append_child("Info").text().set(status.info.c_str());
+    }
+    return answer.outcome();
+}
+
+Outcome StatusServer::tedsStatus(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    const auto connector = request.number("Connector");
+    if (!request.isGood())
+        return request.failure();
+    if (connector >= kConnectors)
+        return {kNoSuchConnector, "there is no connector " + std::to_string(connector)};
+    const TedsMemory* memory = m_model.teds.find(connector);
+    const std::uint32_t state = memory == nullptr ? 0 : memory->error.empty() ? 1 : 2;
+    return ServiceAnswer{}
+        .add("Status", state)
+        .add("error", memory != nullptr ? memory->error : "")
+        .add("warning", memory != nullptr ? memory->warning : "")
+        .outcome();
+}
+
+} // namespace zel::simulator

@@ -1,0 +1,228 @@
+#include "system_server.h"
+
+#include "device_texts.h"
+#include "module_codes.h"
+#include "module_model.h"
+#include "service_document.h"
+
+#include "ZEL_VR_Framework.h"
+
+namespace zel::simulator {
+
+namespace {
+
+constexpr std::uint32_t kConnectors = 10;
+constexpr std::uint32_t kRegisters = 256;
+constexpr std::uint16_t kBridgeResistances = 22;
+
+Outcome checkConnector(std::uint32_t connector)
+{
+    if (connector < kConnectors)
+        return {};
+    return {kNoSuchConnector, "there is no connector " + std::to_string(connector)};
+}
+
+} // namespace
+
+MethodAnswer SystemServer::call(const MethodCall& call)
+{
+    switch (call.id.method) {
+    case 1:
+        return m_model.firmware.receive(call.data);
+    case 3:
+        return m_model.firmware.startFlashing();
+    case 4:
+        return flashStatus();
+    case 7:
+        return readRegister(call);
+    case 8:
+        return writeRegister(call);
+    case 9:
+        return setSimulatedValue(call);
+    case 12:
+        return restart(call);
+    case 13:
+        return describeModule();
+    case 14:
+        return announceFirmware(call);
+    case 15:
+        return flashChannel(call);
+    case 17:
+        return debugInfo(call);
+    case 18:
+        return backgroundResult(call);
+    case 19:
+        return chooseFile(call);
+    case 20:
+        return m_model.files.write(call.source, call.data);
+    case 21:
+        return m_model.files.read(call.source);
+    case 22:
+    case 24:
+        return bridgeValues(call);
+    case 23:
+        return textOfCode(call);
+    default:
+        return unknownMethod(call.id);
+    }
+}
+
+Outcome SystemServer::flashStatus()
+{
+    const auto progress = m_model.firmware.progress();
+    return ServiceAnswer{}
+        .add("Status", static_cast<std::uint32_t>(progress.status))
+        .add("Progress", progress.percent)
+        .outcome();
+}
+
+Outcome SystemServer::announceFirmware(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    const auto index = request.number("Index");
+    return request.isGood() ? m_model.firmware.announce(index) : request.failure();
+}
+
+Outcome SystemServer::flashChannel(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    const auto channel = request.number("Channel");
+    return request.isGood() ? m_model.firmware.startChannelFlashing(channel) : request.failure();
+}
+
+Outcome SystemServer::readRegister(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    const auto channel = request.number("Channel");
+    const auto number = request.number("RegNr");
+    if (!request.isGood())
+        return request.failure();
+    const auto found = m_model.registers.find({channel, number});
+    const std::uint32_t content = found == m_model.registers.end() ? 0 : found->second;
+    return ServiceAnswer{}.add("RegCont", content).outcome();
+}
+
+Outcome SystemServer::writeRegister(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    const auto channel = request.number("Channel");
+    const auto number = request.number("RegNr");
+    const auto content = request.number("RegCont");
+    if (!request.isGood())
+        return request.failure();
+    if (const Outcome outcome = checkConnector(channel); !outcome.isGood())
+        return outcome;
+    if (number >= kRegisters)
+        return {ZEL_INDEX_OUT_OF_RANGE, "there is no register " + std::to_string(number)};
+    m_model.registers[{channel, number}] = content;
+    return {};
+}
+
+Outcome SystemServer::setSimulatedValue(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    const auto connector = request.number("Connector");
+    const auto channel = request.number("Channel");
+    const auto signal = request.number("Signal");
+    const auto mode = request.number("Mode");
+    const auto value = request.real("Value");
+    if (!request.isGood())
+        return request.failure();
+    if (const Outcome outcome = checkConnector(connector); !outcome.isGood())
+        return outcome;
+    if (channel >= 8 || signal >= 8)
+        return {ZEL_INDEX_OUT_OF_RANGE, "the connector has no such signal"};
+    // Mode 0 gives the signal back to the sensor.
+    if (mode == 0)
+        m_model.simulatedValues.erase({connector, channel, signal});
+    else
+        m_model.simulatedValues[{connector, channel, signal}] = {mode, value};
+    return {};
+}
+
+MethodAnswer SystemServer::restart(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    request.number("Cold");
+    if (!request.isGood())
+        return request.failure();
+    MethodAnswer answer;
+    answer.silent = !m_model.settings.answersRestart;
+    answer.afterwards = [&model = m_model] { model.restart(model.settings.restartTime); };
+    return answer;
+}
+
+/// What a scan asks every module for.
+Outcome SystemServer::describeModule()
+{
+    const auto parameter = [this](const char* path) {
+        return m_model.parameters.value(path).value_or("");
+    };
+    return ServiceAnswer{}
+        .add("IpAdr", parameter("Communication/Network/eth0/IpAdr"))
+        .add("SubMask", parameter("Communication/Network/eth0/SubMask"))
+        .add("TcpPort", m_model.settings.port)
+        .add("Name", parameter("System/Name"))
+        .add("Uuid", m_model.settings.uuid)
+        .add("ModuleType", m_model.settings.type)
+        .add("FirmwareVersion", m_model.settings.firmwareVersion)
+        .outcome();
+}
+
+/// Gives back what was asked, so that hosts can check their way through.
+Outcome SystemServer::debugInfo(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    std::string echo = request.text("DebugId");
+    for (const char* name : {"Par1", "Par2", "Par3", "Par4", "Par5"})
+        echo += "|" + request.text(name);
+    if (!request.isGood())
+        return request.failure();
+    return ServiceAnswer{}.add("RetPar1", echo).outcome();
+}
+
+Outcome SystemServer::backgroundResult(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    const auto service = request.number("Service");
+    if (!request.isGood())
+        return request.failure();
+    return ServiceAnswer{}.add("Service", service).add("Result", "idle").outcome();
+}
+
+Outcome SystemServer::chooseFile(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    const std::string path = request.text("FilePath");
+    return request.isGood() ? m_model.files.choose(call.source, path) : request.failure();
+}
+
+Outcome SystemServer::bridgeValues(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    const auto connector = request.number("Connector");
+    if (!request.isGood())
+        return request.failure();
+    if (const Outcome outcome = checkConnector(connector); !outcome.isGood())
+        return outcome;
+    if (call.id.method == kBridgeResistances)
+        return ServiceAnswer{}
+            .add("Tr620Rg", 350000 + connector)
+            .add("Tr620Rx", 349000 + connector)
+            .outcome();
+    return ServiceAnswer{}
+        .add("Tr620CalUg", 5000000 + connector)
+        .add("Tr620MeasUx", 4999000 + connector)
+        .outcome();
+}
+
+Outcome SystemServer::textOfCode(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    const auto code = request.signedNumber("TextHandle");
+    if (!request.isGood())
+        return request.failure();
+    return ServiceAnswer{}.add("Text", moduleText(code)).outcome();
+}
+
+} // namespace zel::simulator
