@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "command_failure.h"
+#include "text_table.h"
+
+namespace zel::cli {
+
+/// Where a command's result goes: text and tables for people, or one line of JSON for programs.
+class CommandOutput {
+public:
+    bool isJson = false;
+    bool isPretty = false; ///< documents are indented, which they always are on a terminal
+
+    /// The library logs to standard output. After this its lines go to standard error, so that
+    /// standard output holds the result alone and stays parseable.
+    void separateFromLog();
+
+    /// One line (or several) that this program made up itself.
+    void line(std::string_view text);
+
+    /// One value or one line that came from a module or a file.
+    void value(std::string_view text);
+
+    /// A document of a module: byte for byte into a file or a pipe, unless isPretty; indented and
+    /// with control characters made visible on a terminal.
+    void document(std::string_view text);
+
+    /// Bytes that are nobody's text.
+    void bytes(std::string_view data);
+
+    /// The rows, or the sentence when there are none; then the note, if any.
+    void table(const TextTable& table, std::string_view whenEmpty, std::string_view note = {});
+
+    void json(const nlohmann::json& result);
+
+    /// The same for a result in two pieces: about which module, and what.
+    void json(nlohmann::json identity, const nlohmann::json& result);
+
+    /// Writes out what is buffered; throws CommandFailure when the result could not be written.
+    void finish();
+
+    void failure(const CommandFailure& failure);
+
+private:
+    std::FILE* m_results = stdout;
+};
+
+} // namespace zel::cli

@@ -1,0 +1,115 @@
+#include "console.h"
+
+#include <cstdlib>
+
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#include <windows.h>
+
+#include <shellapi.h>
+#else
+#include <csignal>
+#include <unistd.h>
+#endif
+
+namespace zel::cli {
+
+#ifdef _WIN32
+
+std::vector<std::string> utf8Arguments(int argc, char** argv)
+{
+    std::vector<std::string> arguments;
+    int count = 0;
+    wchar_t** const wide = CommandLineToArgvW(GetCommandLineW(), &count);
+    if (wide == nullptr) {
+        return {argv + (argc > 0 ? 1 : 0), argv + argc};
+    }
+    for (int i = 1; i < count; ++i) {
+        const int size = WideCharToMultiByte(CP_UTF8, 0, wide[i], -1, nullptr, 0, nullptr, nullptr);
+        std::string text(size > 0 ? static_cast<std::size_t>(size) : 1, '\0');
+        WideCharToMultiByte(CP_UTF8, 0, wide[i], -1, text.data(), size, nullptr, nullptr);
+        text.pop_back(); // the terminating zero, which the conversion counts
+        arguments.push_back(std::move(text));
+    }
+    LocalFree(wide);
+    return arguments;
+}
+
+void prepareConsole()
+{
+    SetConsoleOutputCP(CP_UTF8);
+}
+
+void setEnvironment(const char* name, const std::string& value)
+{
+    _putenv_s(name, value.c_str());
+}
+
+std::FILE* takeStandardOutput()
+{
+    std::fflush(stdout);
+    const int own = _dup(_fileno(stdout));
+    if (own < 0 || _dup2(_fileno(stderr), _fileno(stdout)) != 0) {
+        return nullptr;
+    }
+    return _fdopen(own, "wb");
+}
+
+bool isTerminal(std::FILE* stream)
+{
+    return _isatty(_fileno(stream)) != 0;
+}
+
+void makeBinary(std::FILE* stream)
+{
+    _setmode(_fileno(stream), _O_BINARY);
+}
+
+void writeFromSignalHandler(const char* text, std::size_t length)
+{
+    [[maybe_unused]] const int written = _write(2, text, static_cast<unsigned>(length));
+}
+
+#else
+
+std::vector<std::string> utf8Arguments(int argc, char** argv)
+{
+    return {argv + (argc > 0 ? 1 : 0), argv + argc};
+}
+
+void prepareConsole()
+{
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+void setEnvironment(const char* name, const std::string& value)
+{
+    setenv(name, value.c_str(), 1);
+}
+
+std::FILE* takeStandardOutput()
+{
+    std::fflush(stdout);
+    const int own = dup(STDOUT_FILENO);
+    if (own < 0 || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
+        return nullptr;
+    }
+    return fdopen(own, "w");
+}
+
+bool isTerminal(std::FILE* stream)
+{
+    return isatty(fileno(stream)) != 0;
+}
+
+void makeBinary(std::FILE*) {}
+
+void writeFromSignalHandler(const char* text, std::size_t length)
+{
+    [[maybe_unused]] const auto written = write(STDERR_FILENO, text, length);
+}
+
+#endif
+
+} // namespace zel::cli

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+// What the terminal and the operating system do differently on the two platforms.
+namespace zel::cli {
+
+/// The command line as UTF-8, without the program's name.
+std::vector<std::string> utf8Arguments(int argc, char** argv);
+
+/// Prepares the streams: UTF-8 on a Windows console, and a reader that goes away gives an error
+/// when writing instead of ending the process with its connections open.
+void prepareConsole();
+
+void setEnvironment(const char* name, const std::string& value);
+
+/// Gives what this process's standard output led to as a stream of its own; from then on everything
+/// else that is written to standard output, by whatever library, goes to standard error.
+/// Null when the system refuses.
+std::FILE* takeStandardOutput();
+
+bool isTerminal(std::FILE* stream);
+
+/// Leaves the stream's bytes alone (Windows would turn every line end into two characters).
+void makeBinary(std::FILE* stream);
+
+/// Writes without locks or memory: callable from a signal handler.
+void writeFromSignalHandler(const char* text, std::size_t length);
+
+} // namespace zel::cli

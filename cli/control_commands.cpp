@@ -1,0 +1,237 @@
+// zel controls, control, zero and led: what a module does on request.
+
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "application.h"
+#include "host_file.h"
+#include "module_session.h"
+#include "number_text.h"
+#include "text_reading.h"
+
+namespace zel::cli {
+
+namespace {
+
+constexpr auto kGroup = "Controls";
+
+struct ControlsArguments {
+    std::string address;
+    std::string name;
+    bool isSchema = false;
+    bool isStyleSheet = false;
+};
+
+struct ControlArguments {
+    std::string address;
+    std::string name;
+    std::vector<std::string> parameters;
+    std::string file;
+};
+
+struct ZeroArguments {
+    std::string address;
+    std::uint32_t connector = 0;
+    std::uint32_t signal = 0;
+    std::optional<double> target;
+};
+
+struct LedArguments {
+    std::string address;
+    std::uint32_t led = 0;
+    std::uint32_t mode = 0;
+};
+
+std::string controlsHint(const std::string& address)
+{
+    return "'zel controls " + address + "' lists the module's controls, 'zel controls " + address +
+           " NAME' shows the parameters of one";
+}
+
+void controls(CommandOutput& output, const ControlsArguments& arguments)
+{
+    const ModuleSession session(arguments.address);
+    const char* const name = arguments.name.c_str();
+    const std::string what = arguments.name.empty() ? "the list of controls"
+                             : arguments.isSchema   ? "the schema of the control " + arguments.name
+                             : arguments.isStyleSheet
+                                 ? "the style sheet of the control " + arguments.name
+                                 : "the description of the control " + arguments.name;
+    const std::string document = readText(
+        session,
+        {.tried = "read " + what,
+         .advice = arguments.name.empty() ? "" : controlsHint(arguments.address)},
+        [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
+            if (arguments.name.empty()) {
+                return ZEL_XCTRL_GetControlsString(session.uuid(), buffer, length, capacity);
+            }
+            const auto read = arguments.isSchema       ? ZEL_XCTRL_ReadXSD
+                              : arguments.isStyleSheet ? ZEL_XCTRL_ReadXSLT
+                                                       : ZEL_XCTRL_ReadXML;
+            return read(session.uuid(), name, buffer, length, capacity);
+        });
+    if (output.isJson) {
+        output.json(session.identity(), {{"control", arguments.name}, {"document", document}});
+    } else {
+        output.document(document);
+    }
+}
+
+void executeDocument(CommandOutput& output, const ControlArguments& arguments)
+{
+    const std::string document = readHostFile(arguments.file);
+    const ModuleSession session(arguments.address);
+    // Not by the growing reader: asking again would execute the control again.
+    std::string answer(std::size_t{1} << 20U, '\0');
+    std::uint64_t length = 0;
+    const std::int32_t code =
+        ZEL_XCTRL_ExecuteXMLPars(session.uuid(), arguments.name.c_str(), 0, document.c_str(),
+                                 answer.data(), &length, answer.size());
+    session.check(code, "execute " + arguments.name, controlsHint(arguments.address));
+    answer.resize(length);
+    if (output.isJson) {
+        output.json(session.identity(), {{"control", arguments.name}, {"answer", answer}});
+    } else {
+        output.document(answer.empty() ? arguments.name + " is done" : answer);
+    }
+}
+
+void control(CommandOutput& output, const ControlArguments& arguments)
+{
+    if (!arguments.file.empty()) {
+        executeDocument(output, arguments);
+        return;
+    }
+    std::vector<const char*> parameters;
+    for (const auto& parameter : arguments.parameters) {
+        parameters.push_back(parameter.c_str());
+    }
+    const ModuleSession session(arguments.address);
+    const std::int32_t code =
+        ZEL_XCTRL_Execute(session.uuid(), arguments.name.c_str(), 0,
+                          static_cast<std::uint32_t>(parameters.size()), parameters.data());
+    session.check(code, "execute " + arguments.name, controlsHint(arguments.address));
+    if (output.isJson) {
+        output.json(session.identity(),
+                    {{"control", arguments.name}, {"parameters", arguments.parameters}});
+    } else {
+        output.value(arguments.name + " is done");
+    }
+}
+
+void zero(CommandOutput& output, const ZeroArguments& arguments)
+{
+    const ModuleSession session(arguments.address);
+    const std::string signal = "signal " + std::to_string(arguments.signal) + " of connector " +
+                               std::to_string(arguments.connector);
+    const std::int32_t code =
+        arguments.target ? ZEL_XCTRL_SetZeroWithTarget(session.uuid(), arguments.connector,
+                                                       arguments.signal, *arguments.target)
+                         : ZEL_XCTRL_SetZero(session.uuid(), arguments.connector, arguments.signal);
+    session.check(code, "zero " + signal, controlsHint(arguments.address));
+    if (output.isJson) {
+        output.json(session.identity(), {{"connector", arguments.connector},
+                                         {"signal", arguments.signal},
+                                         {"target", arguments.target.value_or(0)}});
+    } else {
+        output.line("zeroed " + signal);
+    }
+}
+
+void led(CommandOutput& output, const LedArguments& arguments)
+{
+    const ModuleSession session(arguments.address);
+    session.check(ZEL_XCTRL_SetLedMode(session.uuid(), arguments.led, arguments.mode),
+                  "set LED " + std::to_string(arguments.led) + " to mode " +
+                      std::to_string(arguments.mode),
+                  controlsHint(arguments.address));
+    if (output.isJson) {
+        output.json(session.identity(), {{"led", arguments.led}, {"mode", arguments.mode}});
+    } else {
+        output.line("LED " + std::to_string(arguments.led) + " is in mode " +
+                    std::to_string(arguments.mode));
+    }
+}
+
+void addControls(CLI::App& app, Application& application)
+{
+    auto& command = addCommand(app, {.name = "controls",
+                                     .group = kGroup,
+                                     .description = "List a module's controls, or describe one",
+                                     .examples = "  zel controls 192.168.169.20\n"
+                                                 "  zel controls 192.168.169.20 SETZERO --schema"});
+    const auto arguments = std::make_shared<ControlsArguments>();
+    addAddressArgument(command, arguments->address);
+    auto* const name = command.add_option("NAME", arguments->name, "Control to describe");
+    auto* const isSchema =
+        command.add_flag("--schema", arguments->isSchema, "Show its schema")->needs(name);
+    command.add_flag("--style", arguments->isStyleSheet, "Show its style sheet")
+        ->needs(name)
+        ->excludes(isSchema);
+    whenChosen(command, application, arguments, controls);
+}
+
+void addControl(CLI::App& app, Application& application)
+{
+    auto& command = addCommand(app, {.name = "control",
+                                     .group = kGroup,
+                                     .description = "Execute a control",
+                                     .examples = "  zel control 192.168.169.20 SETZERO 1 1 \"\"\n"
+                                                 "  zel control 192.168.169.20 LEDFLASH 0 1"});
+    const auto arguments = std::make_shared<ControlArguments>();
+    addAddressArgument(command, arguments->address);
+    command.add_option("NAME", arguments->name, "Name of the control, in capitals")->required();
+    auto* const parameters = command.add_option("PARAMETERS", arguments->parameters,
+                                                "Its parameters in order, each sent as text");
+    command
+        .add_option("--xml", arguments->file,
+                    "Send this parameter document instead and print the answer; '-' is standard "
+                    "input")
+        ->option_text("FILE")
+        ->excludes(parameters);
+    whenChosen(command, application, arguments, control);
+}
+
+void addZero(CLI::App& app, Application& application)
+{
+    auto& command = addCommand(app, {.name = "zero",
+                                     .group = kGroup,
+                                     .description = "Zero a signal: its present value becomes 0",
+                                     .examples = "  zel zero 192.168.169.20 1 1\n"
+                                                 "  zel zero 192.168.169.20 1 1 --target 9.81"});
+    const auto arguments = std::make_shared<ZeroArguments>();
+    addAddressArgument(command, arguments->address);
+    command.add_option("CONNECTOR", arguments->connector, "Number of the connector")->required();
+    command.add_option("SIGNAL", arguments->signal, "Number of the signal")->required();
+    command
+        .add_option("--target", arguments->target,
+                    "What the present value becomes instead of 0, in the signal's unit")
+        ->option_text("VALUE");
+    whenChosen(command, application, arguments, zero);
+}
+
+void addLed(CLI::App& app, Application& application)
+{
+    auto& command = addCommand(app, {.name = "led",
+                                     .group = kGroup,
+                                     .description = "Set an LED, to find a module in the rack",
+                                     .examples = "  zel led 192.168.169.20 0 1"});
+    const auto arguments = std::make_shared<LedArguments>();
+    addAddressArgument(command, arguments->address);
+    command.add_option("LED", arguments->led, "Number of the LED")->required();
+    command.add_option("MODE", arguments->mode, "Mode, as the module numbers them")->required();
+    whenChosen(command, application, arguments, led);
+}
+
+} // namespace
+
+void addControlCommands(CLI::App& app, Application& application)
+{
+    addControls(app, application);
+    addControl(app, application);
+    addZero(app, application);
+    addLed(app, application);
+}
+
+} // namespace zel::cli

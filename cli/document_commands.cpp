@@ -1,0 +1,195 @@
+// zel xml, schema and views: parameters as whole documents.
+
+#include <nlohmann/json.hpp>
+
+#include "application.h"
+#include "host_file.h"
+#include "module_session.h"
+#include "number_text.h"
+#include "text_reading.h"
+
+namespace zel::cli {
+
+namespace {
+
+constexpr auto kGroup = "Parameters";
+
+struct XmlArguments {
+    std::string address;
+    std::uint32_t view = 1;
+    bool isChoicesOnly = false;
+    std::string section;
+    std::string file;
+};
+
+struct SchemaArguments {
+    std::string address;
+    std::uint32_t view = 1;
+    std::string section;
+    bool isStyleSheet = false;
+};
+
+struct ViewsArguments {
+    std::string address;
+};
+
+std::string documentName(const std::string& section, std::uint32_t view)
+{
+    return (section.empty() ? "the parameter document" : "the section " + section) + " " +
+           viewText(view);
+}
+
+void print(CommandOutput& output, const ModuleSession& session, const nlohmann::json& about,
+           const std::string& document)
+{
+    if (output.isJson) {
+        auto result = about;
+        result["document"] = document;
+        output.json(session.identity(), result);
+    } else {
+        output.document(document);
+    }
+}
+
+void readXml(CommandOutput& output, const XmlArguments& arguments)
+{
+    const ModuleSession session(arguments.address);
+    const std::int32_t choicesOnly = arguments.isChoicesOnly ? 1 : 0;
+    const std::string document = readText(
+        session,
+        {.tried = "read " + documentName(arguments.section, arguments.view),
+         .advice = viewsHint(arguments.address)},
+        [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
+            return arguments.section.empty()
+                       ? ZEL_XPAR_ReadXML(session.uuid(), arguments.view, choicesOnly, buffer,
+                                          length, capacity)
+                       : ZEL_XPAR_ReadXMLSect(session.uuid(), arguments.view, choicesOnly,
+                                              arguments.section.c_str(), buffer, length, capacity);
+        });
+    print(output, session, {{"view", arguments.view}, {"section", arguments.section}}, document);
+}
+
+void writeXml(CommandOutput& output, const XmlArguments& arguments)
+{
+    const std::string document = readHostFile(arguments.file);
+    const ModuleSession session(arguments.address);
+    const std::int32_t code =
+        arguments.section.empty()
+            ? ZEL_XPAR_WriteXML(session.uuid(), arguments.view, document.data(), document.size())
+            : ZEL_XPAR_WriteXMLSect(session.uuid(), arguments.view, arguments.section.c_str(),
+                                    document.data(), document.size());
+    const std::string name = documentName(arguments.section, arguments.view);
+    session.check(code, "write " + arguments.file + " to " + name,
+                  schemaHint(arguments.address, arguments.view, arguments.section));
+    if (output.isJson) {
+        output.json(session.identity(), {{"view", arguments.view},
+                                         {"section", arguments.section},
+                                         {"written", document.size()}});
+    } else {
+        output.value("wrote " + byteCount(document.size()) + " to " + name);
+    }
+}
+
+void xml(CommandOutput& output, const XmlArguments& arguments)
+{
+    if (arguments.file.empty()) {
+        readXml(output, arguments);
+    } else {
+        writeXml(output, arguments);
+    }
+}
+
+void schema(CommandOutput& output, const SchemaArguments& arguments)
+{
+    const ModuleSession session(arguments.address);
+    const std::string kind = arguments.isStyleSheet ? "style sheet" : "schema";
+    const std::string document = readText(
+        session,
+        {.tried = "read the " + kind + " of " + documentName(arguments.section, arguments.view),
+         .advice = viewsHint(arguments.address)},
+        [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
+            if (arguments.isStyleSheet) {
+                return ZEL_XPAR_ReadXSLT(session.uuid(), arguments.view, buffer, length, capacity);
+            }
+            return arguments.section.empty()
+                       ? ZEL_XPAR_ReadXSD(session.uuid(), arguments.view, buffer, length, capacity)
+                       : ZEL_XPAR_ReadXSDSect(session.uuid(), arguments.view,
+                                              arguments.section.c_str(), buffer, length, capacity);
+        });
+    print(output, session, {{"view", arguments.view}, {"kind", kind}}, document);
+}
+
+void views(CommandOutput& output, const ViewsArguments& arguments)
+{
+    const ModuleSession session(arguments.address);
+    const std::string document =
+        readText(session, {.tried = "read the list of views"},
+                 [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
+                     return ZEL_XPAR_GetParViewsString(session.uuid(), buffer, length, capacity);
+                 });
+    print(output, session, nlohmann::json::object(), document);
+}
+
+void addXml(CLI::App& app, Application& application)
+{
+    auto& command =
+        addCommand(app, {.name = "xml",
+                         .group = kGroup,
+                         .description = "Read or write a view's parameters as a document",
+                         .examples = "  zel xml 192.168.169.20 --view 5 > setup.xml\n"
+                                     "  zel xml 192.168.169.20 --view 5 --write setup.xml\n"
+                                     "  zel xml 192.168.169.20 --section Communication/Network"});
+    const auto arguments = std::make_shared<XmlArguments>();
+    addAddressArgument(command, arguments->address);
+    addViewOption(command, arguments->view);
+    command.add_option("--section", arguments->section, "Only what is below this path")
+        ->option_text("PATH");
+    auto* const choices = command.add_flag("--choices-only", arguments->isChoicesOnly,
+                                           "List only the choices that can be selected at present");
+    command
+        .add_option("--write", arguments->file,
+                    "Write this file to the module instead; '-' is standard input")
+        ->option_text("FILE")
+        ->excludes(choices);
+    whenChosen(command, application, arguments, xml);
+}
+
+void addSchema(CLI::App& app, Application& application)
+{
+    auto& command =
+        addCommand(app, {.name = "schema",
+                         .group = kGroup,
+                         .description = "Read a view's schema: names, ranges and choices",
+                         .examples = "  zel schema 192.168.169.20 --section Amplifier/Connector"});
+    const auto arguments = std::make_shared<SchemaArguments>();
+    addAddressArgument(command, arguments->address);
+    addViewOption(command, arguments->view);
+    auto* const section =
+        command.add_option("--section", arguments->section, "Only what is below this path")
+            ->option_text("PATH");
+    command.add_flag("--style", arguments->isStyleSheet, "Read the style sheet instead")
+        ->excludes(section);
+    whenChosen(command, application, arguments, schema);
+}
+
+void addViews(CLI::App& app, Application& application)
+{
+    auto& command = addCommand(app, {.name = "views",
+                                     .group = kGroup,
+                                     .description = "List a module's parameter views",
+                                     .examples = "  zel views 192.168.169.20"});
+    const auto arguments = std::make_shared<ViewsArguments>();
+    addAddressArgument(command, arguments->address);
+    whenChosen(command, application, arguments, views);
+}
+
+} // namespace
+
+void addDocumentCommands(CLI::App& app, Application& application)
+{
+    addXml(app, application);
+    addSchema(app, application);
+    addViews(app, application);
+}
+
+} // namespace zel::cli

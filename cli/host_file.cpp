@@ -1,0 +1,76 @@
+#include "host_file.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include "command_failure.h"
+
+namespace zel::cli {
+
+namespace {
+
+[[noreturn]] void fail(const std::string& tried, const std::string& name, int error)
+{
+    const std::string why = error != 0 ? std::strerror(error) : "input or output error";
+    throw CommandFailure({.problem = "could not " + tried + " the file " + name + ": " + why,
+                          .advice = "is the name right, and may you do that there?"});
+}
+
+std::string readAll(std::istream& stream)
+{
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+} // namespace
+
+std::filesystem::path hostPath(const std::string& name)
+{
+    return std::filesystem::path(std::u8string(name.begin(), name.end()));
+}
+
+std::string hostName(const std::filesystem::path& path)
+{
+    const std::u8string name = path.u8string();
+    return {name.begin(), name.end()};
+}
+
+std::string readHostFile(const std::string& name)
+{
+    if (name == "-") {
+        return readAll(std::cin);
+    }
+    const auto path = hostPath(name);
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored)) {
+        fail("read", name, EISDIR);
+    }
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        fail("open", name, errno);
+    }
+    std::string content = readAll(file);
+    if (file.bad()) {
+        fail("read", name, errno);
+    }
+    return content;
+}
+
+void writeHostFile(const std::string& name, const std::string& content)
+{
+    errno = 0;
+    std::ofstream file(hostPath(name), std::ios::binary | std::ios::trunc);
+    if (!file) {
+        fail("open", name, errno);
+    }
+    file.write(content.data(), static_cast<std::streamsize>(content.size()));
+    file.close();
+    if (!file) {
+        fail("write", name, errno);
+    }
+}
+
+} // namespace zel::cli

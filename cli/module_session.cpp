@@ -1,0 +1,120 @@
+#include "module_session.h"
+
+#include <cstdio>
+
+#include <nlohmann/json.hpp>
+
+#include "command_failure.h"
+#include "interrupt.h"
+#include "number_text.h"
+#include "ZEL_VR_Framework.h"
+
+namespace zel::cli {
+
+namespace {
+
+constexpr std::int32_t kStarted = 1; // ZEL_Init answers 1, not 0, when the library runs
+
+/// What the library answers instead of a null pointer when it has no text.
+constexpr std::string_view kNoText = "## text missing ##";
+
+std::string knownText(const char* text)
+{
+    return text == nullptr || text == kNoText ? std::string{} : std::string(text);
+}
+
+} // namespace
+
+StartedLibrary::StartedLibrary()
+{
+    const std::int32_t code = ZEL_Init();
+    if (code != kStarted) {
+        throw CommandFailure({.problem = "the library could not be started",
+                              .code = code,
+                              .codeText = textOf(code),
+                              .advice = "is this host out of threads, memory or sockets?"});
+    }
+}
+
+StartedLibrary::~StartedLibrary()
+{
+    ZEL_Unload();
+}
+
+std::string StartedLibrary::textOf(std::int32_t code)
+{
+    return knownText(ZEL_XUTIL_GetText(code));
+}
+
+ModuleConnection::ModuleConnection(const ModuleAddress& address) : m_address(address.text())
+{
+    const std::int32_t code =
+        ZEL_XCOM_ConnectToTcpIpDev(address.host.c_str(), address.port, &m_uuid);
+    if (isInterrupted()) {
+        if (code == ZEL_OK) {
+            ZEL_XCOM_Disconnect(m_uuid);
+        }
+        throw Interrupted{};
+    }
+    if (code != ZEL_OK) {
+        throw CommandFailure({.problem = "could not connect to " + m_address,
+                              .code = code,
+                              .codeText = StartedLibrary::textOf(code)});
+    }
+}
+
+// A connection that is lost already answers "unknown": there is nothing left to do about that.
+ModuleConnection::~ModuleConnection()
+{
+    ZEL_XCOM_Disconnect(m_uuid);
+}
+
+void ModuleConnection::check(std::int32_t code, const std::string& tried,
+                             const std::string& advice) const
+{
+    stopIfInterrupted();
+    if (code >= ZEL_OK) {
+        if (code > ZEL_OK) {
+            warn(code, tried);
+        }
+        return;
+    }
+    // The module's words first: asking for the code's text is a request of its own, which
+    // overwrites them when it fails.
+    const std::string moduleText = lastModuleText();
+    const std::string own = adviceFor(code);
+    throw CommandFailure({.problem = "could not " + tried + " on " + m_address,
+                          .code = code,
+                          .codeText = textOf(code),
+                          .moduleText = moduleText,
+                          .advice = own.empty() ? advice : own});
+}
+
+void ModuleConnection::warn(std::int32_t code, const std::string& tried) const
+{
+    const CommandFailure warning({.problem = m_address + " warned when asked to " + tried,
+                                  .code = code,
+                                  .codeText = textOf(code)});
+    std::fputs(warning.message().c_str(), stderr);
+}
+
+std::string ModuleConnection::textOf(std::int32_t code) const
+{
+    return knownText(ZEL_XUTIL_GetTextFromModule(m_uuid, code));
+}
+
+nlohmann::json ModuleConnection::identity() const
+{
+    // A number of 64 bits would lose its last digits in many readers of JSON.
+    return {{"address", m_address}, {"uuid", hexadecimal(m_uuid)}};
+}
+
+std::string ModuleConnection::lastModuleText() const
+{
+    const char* text = nullptr;
+    std::uint64_t length = 0;
+    const bool isKnown = ZEL_XPAR_GetLastErrMsgByUuid(m_uuid, &text, &length) == ZEL_OK;
+    return isKnown && text != nullptr ? std::string(text, length) : std::string{};
+}
+
+} // namespace zel::cli

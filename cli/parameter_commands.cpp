@@ -1,0 +1,198 @@
+// zel get, set and default: parameters one by one.
+
+#include <nlohmann/json.hpp>
+
+#include "application.h"
+#include "module_session.h"
+#include "number_text.h"
+#include "text_reading.h"
+
+namespace zel::cli {
+
+namespace {
+
+constexpr auto kGroup = "Parameters";
+
+struct GetArguments {
+    std::string address;
+    std::string path;
+    std::uint32_t view = 1;
+};
+
+struct SetArguments : GetArguments {
+    std::string value;
+    std::string type = "text";
+};
+
+struct DefaultArguments {
+    std::string address;
+    std::string xpath;
+    std::uint32_t view = 1;
+    bool isAll = false;
+};
+
+void get(CommandOutput& output, const GetArguments& arguments)
+{
+    const ModuleSession session(arguments.address);
+    const std::string value =
+        readText(session,
+                 {.tried = "read " + arguments.path + " " + viewText(arguments.view),
+                  .advice = documentHint(arguments.address, arguments.view)},
+                 [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
+                     return ZEL_XPAR_ReadPar(session.uuid(), arguments.view, arguments.path.c_str(),
+                                             "", buffer, length, capacity);
+                 });
+    if (output.isJson) {
+        output.json(session.identity(),
+                    {{"view", arguments.view}, {"path", arguments.path}, {"value", value}});
+    } else {
+        output.value(value);
+    }
+}
+
+[[noreturn]] void refuseValue(const SetArguments& arguments, const std::string& kind)
+{
+    throw CommandFailure({.problem = "'" + arguments.value + "' is no " + kind,
+                          .advice = "without '--as " + arguments.type +
+                                    "' the value is sent as text, as it stands"});
+}
+
+void checkValue(const SetArguments& arguments)
+{
+    if (arguments.type == "int" && !wholeNumber<std::int32_t>(arguments.value)) {
+        refuseValue(arguments, "whole number from -2147483648 to 2147483647");
+    }
+    if (arguments.type == "double" && !decimalNumber(arguments.value)) {
+        refuseValue(arguments, "number (with '.' before the decimals)");
+    }
+}
+
+std::int32_t write(std::uint64_t uuid, const SetArguments& arguments)
+{
+    const char* const path = arguments.path.c_str();
+    if (arguments.type == "int") {
+        return ZEL_XPAR_WriteIntPar(uuid, arguments.view, path, "",
+                                    wholeNumber<std::int32_t>(arguments.value).value());
+    }
+    if (arguments.type == "double") {
+        return ZEL_XPAR_WriteDoublePar(uuid, arguments.view, path, "",
+                                       decimalNumber(arguments.value).value());
+    }
+    return ZEL_XPAR_WriteStringPar(uuid, arguments.view, path, "", arguments.value.c_str());
+}
+
+void set(CommandOutput& output, const SetArguments& arguments)
+{
+    checkValue(arguments);
+    const ModuleSession session(arguments.address);
+    session.check(write(session.uuid(), arguments),
+                  "set " + arguments.path + " to '" + arguments.value + "' " +
+                      viewText(arguments.view),
+                  schemaHint(arguments.address, arguments.view, arguments.path));
+    if (output.isJson) {
+        output.json(session.identity(), {{"view", arguments.view},
+                                         {"path", arguments.path},
+                                         {"as", arguments.type},
+                                         {"written", arguments.value}});
+    } else {
+        output.value(arguments.path + " = " + arguments.value);
+    }
+}
+
+void setDefault(CommandOutput& output, const DefaultArguments& arguments)
+{
+    if (arguments.isAll == !arguments.xpath.empty()) {
+        throw CommandFailure(
+            {.problem = arguments.isAll ? "an XPATH and --all contradict each other"
+                                        : "it is not said what is to be reset",
+             .advice = "give an XPATH to reset what it selects, or --all to reset everything"});
+    }
+    const ModuleSession session(arguments.address);
+    const std::string what =
+        arguments.isAll ? "all parameters" : arguments.xpath + " " + viewText(arguments.view);
+    const std::int32_t code = arguments.isAll
+                                  ? ZEL_XPAR_ActivateAllDefaultSettings(session.uuid())
+                                  : ZEL_XPAR_ActivateDefaultSetting(session.uuid(), arguments.view,
+                                                                    arguments.xpath.c_str());
+    session.check(code, "reset " + what, documentHint(arguments.address, arguments.view));
+    if (output.isJson) {
+        output.json(session.identity(), {{"reset", arguments.isAll ? "all" : arguments.xpath}});
+    } else {
+        output.value("reset " + what + " to the default");
+    }
+}
+
+void addPathArgument(CLI::App& command, std::string& path)
+{
+    command
+        .add_option("PATH", path,
+                    "Parameter: element names joined by '/', for example System/Name or "
+                    "'Amplifier/Connector[@address=\"1\"]/Mode'")
+        ->required();
+}
+
+void addGet(CLI::App& app, Application& application)
+{
+    auto& command = addCommand(app, {.name = "get",
+                                     .group = kGroup,
+                                     .description = "Read one parameter",
+                                     .examples = "  zel get 192.168.169.20 System/Name"});
+    const auto arguments = std::make_shared<GetArguments>();
+    addAddressArgument(command, arguments->address);
+    addPathArgument(command, arguments->path);
+    addViewOption(command, arguments->view);
+    whenChosen(command, application, arguments, get);
+}
+
+void addSet(CLI::App& app, Application& application)
+{
+    auto& command =
+        addCommand(app, {.name = "set",
+                         .group = kGroup,
+                         .description = "Write one parameter",
+                         .examples = "  zel set 192.168.169.20 System/Name \"Test stand 3\"\n"
+                                     "  zel set 192.168.169.20 Amplifier/Range "
+                                     "2.5 --as double"});
+    const auto arguments = std::make_shared<SetArguments>();
+    addAddressArgument(command, arguments->address);
+    addPathArgument(command, arguments->path);
+    command
+        .add_option("VALUE", arguments->value,
+                    "New value; text that starts with '-' needs '--' before it")
+        ->required();
+    command
+        .add_option("--as", arguments->type,
+                    "How to send the value: text as it stands (default), or as a number, which is "
+                    "checked here and sent as the modules expect numbers")
+        ->check(CLI::IsMember({"text", "int", "double"}))
+        ->option_text("text|int|double");
+    addViewOption(command, arguments->view);
+    whenChosen(command, application, arguments, set);
+}
+
+void addDefault(CLI::App& app, Application& application)
+{
+    auto& command =
+        addCommand(app, {.name = "default",
+                         .group = kGroup,
+                         .description = "Reset parameters to their defaults",
+                         .examples = "  zel default 192.168.169.20 \"//Connector[@address='1']\"\n"
+                                     "  zel default 192.168.169.20 --all"});
+    const auto arguments = std::make_shared<DefaultArguments>();
+    addAddressArgument(command, arguments->address);
+    command.add_option("XPATH", arguments->xpath, "What to reset: an XPath into the view");
+    command.add_flag("--all", arguments->isAll, "Reset every parameter of the module");
+    addViewOption(command, arguments->view);
+    whenChosen(command, application, arguments, setDefault);
+}
+
+} // namespace
+
+void addParameterCommands(CLI::App& app, Application& application)
+{
+    addGet(app, application);
+    addSet(app, application);
+    addDefault(app, application);
+}
+
+} // namespace zel::cli

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace zel::cli {
+
+/// The text with control characters made visible: what a module sends must not steer the terminal
+/// of the person who reads it. Tabs and line ends stay where keepLines says so.
+std::string printable(std::string_view text, bool keepLines = false);
+
+/// Without blanks and line ends around it.
+std::string trimmed(std::string_view text);
+
+/// How many columns the text takes: UTF-8 characters, not bytes.
+std::size_t columns(std::string_view text);
+
+} // namespace zel::cli

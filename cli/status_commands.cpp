@@ -1,0 +1,223 @@
+// zel errors, status, modules and topology: how the modules are.
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "application.h"
+#include "module_session.h"
+#include "number_text.h"
+#include "text_reading.h"
+
+namespace zel::cli {
+
+namespace {
+
+constexpr auto kGroup = "State";
+
+struct StateArguments {
+    std::string address;
+};
+
+struct TopologyArguments {
+    std::vector<std::string> addresses;
+};
+
+/// A text of a fixed-size record, which is not terminated when it fills its field.
+template <std::size_t Size>
+std::string fieldText(const char (&field)[Size])
+{
+    return {field, std::find(field, field + Size, '\0')};
+}
+
+std::string place(std::uint32_t number)
+{
+    return number == 0 ? "-" : std::to_string(number);
+}
+
+std::string errorText(const ZEL_ErrorEntry& error)
+{
+    const std::string text = fieldText(error.text);
+    return text.empty() ? StartedLibrary::textOf(error.code) : text;
+}
+
+/// The library keeps no more entries than its list takes and does not tell about the rest.
+std::string fullListNote(std::uint32_t count)
+{
+    return count < ZEL_LIST_SIZE_EX ? "" : "the list is full: the module may have more";
+}
+
+void errors(CommandOutput& output, const StateArguments& arguments)
+{
+    const ModuleSession session(arguments.address);
+    const auto list = std::make_unique<ZEL_ErrorListEx>();
+    session.check(ZEL_XSTAT_GetErrorStatusEx(session.uuid(), list.get()), "read the errors");
+    const auto count = std::min<std::uint32_t>(list->count, ZEL_LIST_SIZE_EX);
+    TextTable table({{"Level", Align::right},
+                     {"Code", Align::right},
+                     {"Connector", Align::right},
+                     {"Channel", Align::right},
+                     {"Signal", Align::right},
+                     {"Text"}});
+    auto entries = nlohmann::json::array();
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const ZEL_ErrorEntry error = list->entries[i];
+        table.addRow({std::to_string(error.level), std::to_string(error.code),
+                      place(error.connector), place(error.channel), place(error.signal),
+                      errorText(error)});
+        entries.push_back({{"level", error.level},
+                           {"code", error.code},
+                           {"hex", hexadecimal(error.code)},
+                           {"connector", error.connector},
+                           {"channel", error.channel},
+                           {"signal", error.signal},
+                           {"text", errorText(error)}});
+    }
+    if (output.isJson) {
+        output.json(session.identity(), {{"errors", entries}});
+    } else {
+        output.table(table, "no errors", fullListNote(count));
+    }
+}
+
+void status(CommandOutput& output, const StateArguments& arguments)
+{
+    const ModuleSession session(arguments.address);
+    const auto list = std::make_unique<ZEL_StatusListEx>();
+    session.check(ZEL_XSTAT_GetModuleStatusEx(session.uuid(), list.get()), "read the status");
+    const auto count = std::min<std::uint32_t>(list->count, ZEL_LIST_SIZE_EX);
+    TextTable table({{"Connector", Align::right},
+                     {"Channel", Align::right},
+                     {"Signal", Align::right},
+                     {"Status", Align::right},
+                     {"Value", Align::right},
+                     {"Info"}});
+    auto entries = nlohmann::json::array();
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const ZEL_StatusEntry entry = list->entries[i];
+        const std::string info = fieldText(entry.info);
+        table.addRow({place(entry.connector), place(entry.channel), place(entry.signal),
+                      std::to_string(entry.statusId), std::to_string(entry.value), info});
+        entries.push_back({{"connector", entry.connector},
+                           {"channel", entry.channel},
+                           {"signal", entry.signal},
+                           {"statusId", entry.statusId},
+                           {"value", entry.value},
+                           {"info", info}});
+    }
+    if (output.isJson) {
+        output.json(session.identity(), {{"status", entries}});
+    } else {
+        output.table(table, "the module reports no status", fullListNote(count));
+    }
+}
+
+std::vector<ZEL_ConnectedModule> connectedModules(const ModuleSession& session)
+{
+    constexpr std::size_t kMostModules = 65536;
+    std::vector<ZEL_ConnectedModule> modules(256);
+    std::uint64_t count = 0;
+    std::int32_t code = ZEL_OK;
+    for (;;) {
+        code =
+            ZEL_XSTAT_GetConnectedModules(session.uuid(), modules.data(), &count, modules.size());
+        // The library does not tell how many there are when there are too many.
+        if (code != ZEL_SRV_BUFFER_TOO_SMALL || modules.size() >= kMostModules) {
+            break;
+        }
+        modules.resize(modules.size() * 4);
+    }
+    session.check(code, "list the connected modules");
+    modules.resize(std::min<std::uint64_t>(count, modules.size()));
+    return modules;
+}
+
+void modules(CommandOutput& output, const StateArguments& arguments)
+{
+    const ModuleSession session(arguments.address);
+    TextTable table({{"UUID"}, {"Type", Align::right}, {"Interface", Align::right}});
+    auto entries = nlohmann::json::array();
+    for (const ZEL_ConnectedModule module : connectedModules(session)) {
+        const std::string uuid = hexadecimal(module.uuid);
+        table.addRow(
+            {uuid, std::to_string(module.deviceType), std::to_string(module.activeInterface)});
+        entries.push_back({{"uuid", uuid},
+                           {"deviceType", module.deviceType},
+                           {"activeInterface", module.activeInterface}});
+    }
+    if (output.isJson) {
+        output.json(session.identity(), {{"modules", entries}});
+    } else {
+        output.table(table, "no modules are connected to this one");
+    }
+}
+
+void topology(CommandOutput& output, const TopologyArguments& arguments)
+{
+    std::vector<ModuleAddress> addresses;
+    for (const auto& address : arguments.addresses) {
+        addresses.push_back(ModuleAddress::parse(address));
+    }
+    const StartedLibrary library;
+    std::vector<std::unique_ptr<ModuleConnection>> connections;
+    auto identities = nlohmann::json::array();
+    for (const auto& address : addresses) {
+        connections.push_back(std::make_unique<ModuleConnection>(address));
+        identities.push_back(connections.back()->identity());
+    }
+    const std::string document =
+        readText(*connections.front(), {.tried = "make the topology"}, ZEL_XSTAT_GetTopologyString);
+    if (output.isJson) {
+        output.json({{"modules", identities}, {"document", document}});
+    } else {
+        output.document(document);
+    }
+}
+
+void addStateCommand(CLI::App& app, Application& application, const CommandText& text,
+                     void (*function)(CommandOutput&, const StateArguments&))
+{
+    auto& command = addCommand(app, text);
+    const auto arguments = std::make_shared<StateArguments>();
+    addAddressArgument(command, arguments->address);
+    whenChosen(command, application, arguments, function);
+}
+
+} // namespace
+
+void addStatusCommands(CLI::App& app, Application& application)
+{
+    addStateCommand(app, application,
+                    {.name = "errors",
+                     .group = kGroup,
+                     .description = "List a module's errors",
+                     .examples = "  zel errors 192.168.169.20"},
+                    errors);
+    addStateCommand(app, application,
+                    {.name = "status",
+                     .group = kGroup,
+                     .description = "List a module's status values",
+                     .examples = "  zel status 192.168.169.20 --json"},
+                    status);
+    addStateCommand(app, application,
+                    {.name = "modules",
+                     .group = kGroup,
+                     .description = "List the modules that are connected to a module",
+                     .examples = "  zel modules 192.168.169.20"},
+                    modules);
+    auto& command =
+        addCommand(app, {.name = "topology",
+                         .group = kGroup,
+                         .description = "Connect to modules and show them as a document",
+                         .examples = "  zel topology 192.168.169.20 192.168.169.21"});
+    const auto arguments = std::make_shared<TopologyArguments>();
+    command
+        .add_option("ADDRESS", arguments->addresses,
+                    "Modules, each as HOST or HOST:PORT, an IPv6 address in brackets")
+        ->required();
+    whenChosen(command, application, arguments, topology);
+}
+
+} // namespace zel::cli

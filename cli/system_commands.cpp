@@ -1,0 +1,239 @@
+// zel file, restart and debug: a module as a machine.
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "application.h"
+#include "host_file.h"
+#include "interrupt.h"
+#include "module_session.h"
+#include "number_text.h"
+#include "text_reading.h"
+
+namespace zel::cli {
+
+namespace {
+
+constexpr auto kGroup = "System";
+
+struct FileArguments {
+    std::string address;
+    std::string moduleFile;
+    std::string hostFile;
+    bool isForced = false;
+};
+
+struct RestartArguments {
+    std::string address;
+    std::uint32_t waitSeconds = 0;
+};
+
+struct DebugArguments {
+    std::string address;
+    std::uint32_t id = 0;
+    std::vector<std::string> parameters;
+};
+
+void reportCopy(CommandOutput& output, const ModuleSession& session, const FileArguments& arguments,
+                const std::string& from, const std::string& to)
+{
+    std::error_code error;
+    const auto size = std::filesystem::file_size(hostPath(arguments.hostFile), error);
+    if (output.isJson) {
+        output.json(session.identity(), {{"moduleFile", arguments.moduleFile},
+                                         {"hostFile", arguments.hostFile},
+                                         {"bytes", error ? 0 : size}});
+    } else {
+        output.value("copied " + from + " to " + to + (error ? "" : " (" + byteCount(size) + ")"));
+    }
+}
+
+void getFile(CommandOutput& output, const FileArguments& given)
+{
+    FileArguments arguments = given;
+    if (arguments.hostFile.empty()) {
+        arguments.hostFile = given.moduleFile.substr(given.moduleFile.find_last_of("/\\") + 1);
+    }
+    const auto path = hostPath(arguments.hostFile);
+    std::error_code ignored;
+    const bool isThere = std::filesystem::exists(path, ignored);
+    if (arguments.hostFile.empty() || (isThere && !arguments.isForced)) {
+        throw CommandFailure({.problem = arguments.hostFile.empty()
+                                             ? "'" + given.moduleFile + "' names no file"
+                                             : "there is a file " + arguments.hostFile + " already",
+                              .advice = arguments.hostFile.empty()
+                                            ? "name the file to write as HOSTFILE"
+                                            : "name another HOSTFILE, or replace it with --force"});
+    }
+    const ModuleSession session(arguments.address);
+    const std::int32_t code = ZEL_XSYS_ReadFile(session.uuid(), "", arguments.moduleFile.c_str(),
+                                                arguments.hostFile.c_str());
+    if (code < ZEL_OK && !isThere) {
+        // The library makes the file first: an empty one would pass for an empty file of the
+        // module.
+        std::filesystem::remove(path, ignored);
+    }
+    session.check(code, "copy " + arguments.moduleFile + " to " + arguments.hostFile);
+    reportCopy(output, session, arguments, arguments.moduleFile, arguments.hostFile);
+}
+
+void putFile(CommandOutput& output, const FileArguments& arguments)
+{
+    const ModuleSession session(arguments.address);
+    session.check(ZEL_XSYS_WriteFile(session.uuid(), arguments.hostFile.c_str(), "",
+                                     arguments.moduleFile.c_str()),
+                  "copy " + arguments.hostFile + " to " + arguments.moduleFile);
+    reportCopy(output, session, arguments, arguments.hostFile, arguments.moduleFile);
+}
+
+/// Whether the module answers again before the time is over.
+bool comesBack(const ModuleAddress& address, std::chrono::seconds time)
+{
+    using Clock = std::chrono::steady_clock;
+    constexpr std::chrono::milliseconds kPause{500};
+    const auto end = Clock::now() + time;
+    while (Clock::now() < end) {
+        // Also before the first attempt: a module goes on answering until it goes down.
+        std::this_thread::sleep_for(kPause);
+        stopIfInterrupted();
+        try {
+            const ModuleConnection connection(address);
+            return true;
+        } catch (const CommandFailure&) {
+            // Not yet.
+        }
+    }
+    return false;
+}
+
+void restart(CommandOutput& output, const RestartArguments& arguments)
+{
+    const ModuleAddress address = ModuleAddress::parse(arguments.address);
+    const StartedLibrary library;
+    nlohmann::json identity;
+    {
+        const ModuleConnection module(address);
+        identity = module.identity();
+        module.check(ZEL_XSYS_DoRestartSystem(module.uuid(), 0, 0), "restart the module");
+    }
+    const std::chrono::seconds wait(arguments.waitSeconds);
+    const bool isWaiting = arguments.waitSeconds > 0;
+    if (isWaiting && !comesBack(address, wait)) {
+        throw CommandFailure({.problem = address.text() +
+                                         " was restarted but did not come back in " +
+                                         duration(arguments.waitSeconds),
+                              .advice = "it may need longer, or have another address now"});
+    }
+    if (output.isJson) {
+        output.json(identity, {{"restarted", true}, {"isBack", isWaiting}});
+    } else {
+        output.value(address.text() + (isWaiting ? " was restarted and is back" : " restarts"));
+    }
+}
+
+void debug(CommandOutput& output, const DebugArguments& arguments)
+{
+    constexpr std::size_t kLargestAnswer = 1U << 24U;
+    auto parameters = arguments.parameters;
+    parameters.resize(5);
+    const ModuleSession session(arguments.address);
+    std::string answer(4096, '\0');
+    std::int32_t code = ZEL_OK;
+    for (;;) {
+        code = ZEL_XSYS_RequestDebugInfo(session.uuid(), arguments.id, parameters[0].c_str(),
+                                         parameters[1].c_str(), parameters[2].c_str(),
+                                         parameters[3].c_str(), parameters[4].c_str(),
+                                         answer.data(), answer.size());
+        if (code != ZEL_SRV_BUFFER_TOO_SMALL || answer.size() >= kLargestAnswer) {
+            break;
+        }
+        answer.assign(answer.size() * 16, '\0');
+    }
+    session.check(code, "read the debug information " + std::to_string(arguments.id));
+    answer.resize(std::min(answer.find('\0'), answer.size()));
+    if (output.isJson) {
+        output.json(session.identity(), {{"id", arguments.id}, {"answer", answer}});
+    } else {
+        output.document(answer);
+    }
+}
+
+void addFile(CLI::App& app, Application& application)
+{
+    auto& file = addCommand(app, {.name = "file",
+                                  .group = kGroup,
+                                  .description = "Copy files from and to a module",
+                                  .examples = ""});
+    file.require_subcommand(0, 1);
+
+    auto& getCommand =
+        addCommand(file, {.name = "get",
+                          .group = "Commands",
+                          .description = "Copy a file of a module to this host",
+                          .examples = "  zel file get 192.168.169.20 log/events.txt events.txt"});
+    const auto toGet = std::make_shared<FileArguments>();
+    addAddressArgument(getCommand, toGet->address);
+    getCommand.add_option("MODULEFILE", toGet->moduleFile, "Path of the file on the module")
+        ->required();
+    getCommand.add_option("HOSTFILE", toGet->hostFile,
+                          "File to write; without it the same name in the current folder");
+    getCommand.add_flag("--force", toGet->isForced, "Replace a file that is there");
+    whenChosen(getCommand, application, toGet, getFile);
+
+    auto& putCommand =
+        addCommand(file, {.name = "put",
+                          .group = "Commands",
+                          .description = "Copy a file of this host to a module",
+                          .examples = "  zel file put 192.168.169.20 logo.png web/logo.png"});
+    const auto toPut = std::make_shared<FileArguments>();
+    addAddressArgument(putCommand, toPut->address);
+    putCommand.add_option("HOSTFILE", toPut->hostFile, "File to read")->required();
+    putCommand.add_option("MODULEFILE", toPut->moduleFile, "Path of the file on the module")
+        ->required();
+    whenChosen(putCommand, application, toPut, putFile);
+}
+
+void addRestart(CLI::App& app, Application& application)
+{
+    auto& command = addCommand(app, {.name = "restart",
+                                     .group = kGroup,
+                                     .description = "Restart a module",
+                                     .examples = "  zel restart 192.168.169.20 --wait 120"});
+    const auto arguments = std::make_shared<RestartArguments>();
+    addAddressArgument(command, arguments->address);
+    command
+        .add_option("--wait", arguments->waitSeconds,
+                    "Wait until it answers again, at most so long")
+        ->check(CLI::Range(1, 86400))
+        ->option_text("SECONDS");
+    whenChosen(command, application, arguments, restart);
+}
+
+void addDebug(CLI::App& app, Application& application)
+{
+    auto& command = addCommand(app, {.name = "debug",
+                                     .group = kGroup,
+                                     .description = "Read debug information of a module",
+                                     .examples = "  zel debug 192.168.169.20 1"});
+    const auto arguments = std::make_shared<DebugArguments>();
+    addAddressArgument(command, arguments->address);
+    command.add_option("ID", arguments->id, "Number of the information")->required();
+    command.add_option("PARAMETERS", arguments->parameters, "Up to five texts that go with it")
+        ->expected(0, 5);
+    whenChosen(command, application, arguments, debug);
+}
+
+} // namespace
+
+void addSystemCommands(CLI::App& app, Application& application)
+{
+    addFile(app, application);
+    addRestart(app, application);
+    addDebug(app, application);
+}
+
+} // namespace zel::cli

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace zel::cli {
+
+/// The document with each element on a line of its own, indented, for people. Modules send theirs
+/// without a line end. What does not look like a document comes back as it is.
+std::string indentedXml(std::string_view document);
+
+} // namespace zel::cli
