@@ -1,0 +1,114 @@
+#include "control_request.h"
+#include "parameter_documents.h"
+#include "request_document.h"
+#include "xml_escape.h"
+
+#include <cstdint>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace zel {
+namespace {
+
+#define DECLARATION "<?xml version=\"1.0\" encoding=\"UTF-8\"?>"
+
+TEST(RequestDocuments, OfParametersAreOneLineInTheOrderOfTheCatalogue)
+{
+    EXPECT_EQ(parameters::pathRequest(1, parameters::joinedPath("Amplifier", "Range")),
+              DECLARATION "<SrvParams><View>1</View><Path>Amplifier/Range</Path></SrvParams>");
+    EXPECT_EQ(parameters::pathRequest(4294967295U, parameters::joinedPath("Amplifier", "")),
+              DECLARATION "<SrvParams><View>4294967295</View><Path>Amplifier</Path></SrvParams>");
+    EXPECT_EQ(parameters::viewRequest(0), DECLARATION "<SrvParams><View>0</View></SrvParams>");
+    EXPECT_EQ(parameters::documentRequest(5, true), DECLARATION
+              "<SrvParams><View>5</View><CurrChoicesOnly>1</CurrChoicesOnly></SrvParams>");
+    EXPECT_EQ(parameters::sectionRequest(5, "A/B", false),
+              DECLARATION "<SrvParams><View>5</View><Path>A/B</Path>"
+                          "<CurrChoicesOnly>0</CurrChoicesOnly></SrvParams>");
+    EXPECT_EQ(
+        parameters::writeSectionRequest(1, "A[@address=\"1\"]", "<R unit='mV'>a&b</R>\xC3\xA4"),
+        DECLARATION "<SrvParams><View>1</View><Path>A[@address=&quot;1&quot;]</Path>"
+                    "<XmlSection>&lt;R unit=&apos;mV&apos;&gt;a&amp;b&lt;/R&gt;\xC3\xA4"
+                    "</XmlSection></SrvParams>");
+    EXPECT_EQ(parameters::writeDocumentRequest(2, {"<V/>more", 4}), DECLARATION
+              "<SrvParams><View>2</View><XmlSection>&lt;V/&gt;</XmlSection></SrvParams>");
+    EXPECT_EQ(parameters::activateDefaultRequest(1, "//*"),
+              DECLARATION "<SrvParams><View>1</View><Xpath>//*</Xpath></SrvParams>");
+    EXPECT_EQ(parameters::activateAllDefaultsRequest(), DECLARATION "<SrvParams></SrvParams>");
+}
+
+TEST(RequestDocuments, OfTedsCountChannelsFromZeroAndCarryCapitalHexadecimal)
+{
+    const unsigned char data[] = {0x00, 0x0F, 0xA0, 0xFF};
+    EXPECT_EQ(parameters::readTedsRequest(1),
+              DECLARATION "<SrvParams><Channel>0</Channel></SrvParams>");
+    EXPECT_EQ(parameters::writeTedsRequest(8, asBytes(data, sizeof(data))),
+              DECLARATION "<SrvParams><Channel>7</Channel><Tid>0</Tid>"
+                          "<BinData>000FA0FF</BinData></SrvParams>");
+}
+
+TEST(RequestDocuments, OfOtherServicesWriteEachKindOfValue)
+{
+    EXPECT_EQ(RequestDocument()
+                  .addVerbatim("Control", "SETZERO")
+                  .addDouble("Value", 100000.5)
+                  .addNumber("Mode", 18446744073709551615U)
+                  .take(),
+              DECLARATION "<SrvParams><Control>SETZERO</Control><Value>1.000005e+05</Value>"
+                          "<Mode>18446744073709551615</Mode></SrvParams>");
+}
+
+TEST(ControlRequests, CarryTheirParametersEscapedTwice)
+{
+    const std::string parameters = ControlParameters().add("a<b\"").add(255U).add("").take();
+    EXPECT_EQ(parameters, DECLARATION "<ControlParams><Par1>a&lt;b&quot;</Par1><Par2>255</Par2>"
+                                      "<Par3></Par3></ControlParams>");
+    EXPECT_EQ(controlRequest("LEDFLASH", parameters.c_str()),
+              "<?xml version=\"1.0\"?>\n"
+              "<SrvParams>\n"
+              "\t<Control>LEDFLASH</Control>\n"
+              "\t<ControlParams>&lt;?xml version=\"1.0\" encoding=\"UTF-8\"?&gt;"
+              "&lt;ControlParams&gt;&lt;Par1&gt;a&amp;lt;b&amp;quot;&lt;/Par1&gt;"
+              "&lt;Par2&gt;255&lt;/Par2&gt;&lt;Par3&gt;&lt;/Par3&gt;&lt;/ControlParams&gt;"
+              "</ControlParams>\n"
+              "</SrvParams>\n");
+}
+
+TEST(ControlRequests, LeaveOutParametersThatAreNotThere)
+{
+    EXPECT_EQ(ControlParameters().take(), "");
+    EXPECT_EQ(controlRequest("A&B", ""), "<?xml version=\"1.0\"?>\n"
+                                         "<SrvParams>\n"
+                                         "\t<Control>A&amp;B</Control>\n"
+                                         "</SrvParams>\n");
+}
+
+TEST(XmlEscaping, ReplacesFiveCharactersAndNoOtherByte)
+{
+    // Every byte at every place of the words that the escaper looks at together.
+    for (int byte = 0; byte < 256; ++byte) {
+        const char character = static_cast<char>(byte);
+        std::string entity(1, character);
+        if (character == '"')
+            entity = "&quot;";
+        else if (character == '&')
+            entity = "&amp;";
+        else if (character == '\'')
+            entity = "&apos;";
+        else if (character == '<')
+            entity = "&lt;";
+        else if (character == '>')
+            entity = "&gt;";
+        for (std::size_t before = 0; before < 17; ++before) {
+            const std::string start(before, '\xBE');
+            ASSERT_EQ(xmlEscaped(start + character + "tail "), start + entity + "tail ")
+                << byte << " after " << before;
+        }
+    }
+    EXPECT_EQ(xmlEscaped(""), "");
+    EXPECT_EQ(xmlEscaped(std::string(9, '"')),
+              "&quot;&quot;&quot;&quot;&quot;&quot;&quot;&quot;&quot;");
+}
+
+} // namespace
+} // namespace zel
