@@ -1,14 +1,13 @@
 #include "call_pattern.h"
+#include "controls.h"
 
 using namespace zel;
 
 int32_t ZEL_XCTRL_Execute(uint64_t uuid, const char* control, uint64_t, uint32_t count,
                           const char* const* parameters)
 {
-    return forward({control}, [&](clSystemMgr&) {
-        if (count != 0 && parameters == nullptr)
-            return ZEL_SYS_BAD_PARAMETER;
-        return notAvailable(uuid);
+    return forward({control}, [&](clSystemMgr& mgr) {
+        return controls::execute(mgr.modules(), uuid, control, count, parameters);
     });
 }
 
@@ -17,80 +16,100 @@ int32_t ZEL_XCTRL_ExecuteXMLPars(uint64_t uuid, const char* control, uint64_t,
                                  const char* parameters, char* buffer, uint64_t* length,
                                  uint64_t capacity)
 {
-    return forward({control, parameters},
-                   [&](clSystemMgr&) { return notAvailable(uuid, buffer, length, capacity); });
+    return forward({control, parameters}, [&](clSystemMgr& mgr) {
+        return controls::executeDocument(mgr.modules(), uuid, control, parameters,
+                                         {buffer, length, capacity});
+    });
 }
 
 int32_t ZEL_XCTRL_GetControls(uint64_t uuid, const char* fileName)
 {
-    return forward({fileName}, [&](clSystemMgr&) { return notAvailable(uuid); });
+    return forward({fileName}, [&](clSystemMgr& mgr) {
+        return controls::readListToFile(mgr.modules(), uuid, fileName);
+    });
 }
 
 int32_t ZEL_XCTRL_GetControlsString(uint64_t uuid, char* buffer, uint64_t* length,
                                     uint64_t capacity)
 {
-    return forward({buffer, length}, [&](clSystemMgr&) { return notAvailable(uuid, capacity); });
+    return forward({buffer, length}, [&](clSystemMgr& mgr) {
+        return controls::readList(mgr.modules(), uuid, {buffer, length, capacity});
+    });
 }
 
 int32_t ZEL_XCTRL_ReadXML(uint64_t uuid, const char* control, char* buffer, uint64_t* length,
                           uint64_t capacity)
 {
-    return forward({control, buffer, length},
-                   [&](clSystemMgr&) { return notAvailable(uuid, capacity); });
+    return forward({control, buffer, length}, [&](clSystemMgr& mgr) {
+        return controls::readDocument(mgr.modules(), uuid, control, {buffer, length, capacity});
+    });
 }
 
 int32_t ZEL_XCTRL_ReadXSD(uint64_t uuid, const char* control, char* buffer, uint64_t* length,
                           uint64_t capacity)
 {
-    return forward({control, buffer, length},
-                   [&](clSystemMgr&) { return notAvailable(uuid, capacity); });
+    return forward({control, buffer, length}, [&](clSystemMgr& mgr) {
+        return controls::readSchema(mgr.modules(), uuid, control, {buffer, length, capacity});
+    });
 }
 
 int32_t ZEL_XCTRL_ReadXSLT(uint64_t uuid, const char* control, char* buffer, uint64_t* length,
                            uint64_t capacity)
 {
-    return forward({control},
-                   [&](clSystemMgr&) { return notAvailable(uuid, buffer, length, capacity); });
+    return forward({control}, [&](clSystemMgr& mgr) {
+        return controls::readStyleSheet(mgr.modules(), uuid, control, {buffer, length, capacity});
+    });
 }
 
 int32_t ZEL_XCTRL_ActivateTeds(uint64_t uuid, uint32_t connector)
 {
-    return forward({}, [&](clSystemMgr&) { return notAvailable(uuid, connector); });
+    return forward({}, [&](clSystemMgr& mgr) {
+        return controls::activateTeds(mgr.modules(), uuid, connector);
+    });
 }
 
 int32_t ZEL_XCTRL_SetZero(uint64_t uuid, uint32_t connector, uint32_t signal)
 {
-    return forward({}, [&](clSystemMgr&) { return notAvailable(uuid, connector, signal); });
+    return forward({}, [&](clSystemMgr& mgr) {
+        return controls::setZero(mgr.modules(), uuid, connector, signal);
+    });
 }
 
 int32_t ZEL_XCTRL_SetZeroWithTarget(uint64_t uuid, uint32_t connector, uint32_t signal,
                                     double target)
 {
-    return forward({}, [&](clSystemMgr&) { return notAvailable(uuid, connector, signal, target); });
+    return forward({}, [&](clSystemMgr& mgr) {
+        return controls::setZeroWithTarget(mgr.modules(), uuid, connector, signal, target);
+    });
 }
 
 int32_t ZEL_XCTRL_SetCalPoint(uint64_t uuid, uint32_t connector, uint32_t signal, int32_t point,
                               double value)
 {
-    return forward(
-        {}, [&](clSystemMgr&) { return notAvailable(uuid, connector, signal, point, value); });
+    return forward({}, [&](clSystemMgr& mgr) {
+        return controls::setCalibrationPoint(mgr.modules(), uuid, connector, signal, point, value);
+    });
 }
 
 int32_t ZEL_XCTRL_SetI2SToCal(uint64_t uuid, uint32_t connector)
 {
-    return forward({}, [&](clSystemMgr&) { return notAvailable(uuid, connector); });
+    return forward({}, [&](clSystemMgr& mgr) {
+        return controls::setI2SToCalibration(mgr.modules(), uuid, connector);
+    });
 }
 
 int32_t ZEL_XCTRL_SetInputSource(uint64_t uuid, uint32_t connector, uint32_t channel,
                                  uint32_t source)
 {
-    return forward({},
-                   [&](clSystemMgr&) { return notAvailable(uuid, connector, channel, source); });
+    return forward({}, [&](clSystemMgr& mgr) {
+        return controls::setInputSource(mgr.modules(), uuid, connector, channel, source);
+    });
 }
 
 int32_t ZEL_XCTRL_SetLedMode(uint64_t uuid, uint32_t led, uint32_t mode)
 {
-    return forward({}, [&](clSystemMgr&) { return notAvailable(uuid, led, mode); });
+    return forward(
+        {}, [&](clSystemMgr& mgr) { return controls::setLedMode(mgr.modules(), uuid, led, mode); });
 }
 
 int32_t ZEL_XCTRL_SetPllVoltage(uint64_t, uint32_t)
@@ -103,15 +122,18 @@ int32_t ZEL_XCTRL_TransmitUserCanMsg(uint64_t uuid, uint32_t connector, uint32_t
                                      uint8_t byte5, uint8_t byte6, uint8_t byte7, uint8_t byte8,
                                      uint8_t byte9)
 {
-    return forward({}, [&](clSystemMgr&) {
-        return notAvailable(uuid, connector, identifier, byte1, byte2, byte3, byte4, byte5, byte6,
-                            byte7, byte8, byte9);
+    return forward({}, [&](clSystemMgr& mgr) {
+        return controls::transmitCanMessage(
+            mgr.modules(), uuid, connector, identifier,
+            {byte1, byte2, byte3, byte4, byte5, byte6, byte7, byte8, byte9});
     });
 }
 
 int32_t ZEL_XCTRL_GetSignalGeneratorClock(uint64_t uuid, uint32_t generator, double* frequency)
 {
-    return forward({frequency}, [&](clSystemMgr&) { return notAvailable(uuid, generator); });
+    return forward({frequency}, [&](clSystemMgr& mgr) {
+        return controls::readSignalGeneratorClock(mgr.modules(), uuid, generator, *frequency);
+    });
 }
 
 // The samples may be null: then the control goes out without a curve.
@@ -120,7 +142,8 @@ int32_t ZEL_XCTRL_SetArbitrarySignalGenerator(uint64_t uuid, uint32_t generator,
                                               uint32_t number1, uint32_t number2, uint32_t number3,
                                               uint64_t number4)
 {
-    return forward({}, [&](clSystemMgr&) {
-        return notAvailable(uuid, generator, samples, count, number1, number2, number3, number4);
+    return forward({}, [&](clSystemMgr& mgr) {
+        return controls::setArbitrarySignalGenerator(
+            mgr.modules(), uuid, generator, {samples, count, {number1, number2, number3}, number4});
     });
 }

@@ -1,51 +1,71 @@
 #include "call_pattern.h"
+#include "firmware.h"
+#include "module_files.h"
+#include "system_functions.h"
 
 using namespace zel;
 
 int32_t ZEL_XSYS_DoRestartSystem(uint64_t uuid, uint32_t, int32_t cold)
 {
-    return forward({}, [&](clSystemMgr&) { return notAvailable(uuid, isTrue(cold)); });
+    return forward({}, [&](clSystemMgr& mgr) {
+        const std::int32_t result = system_functions::restart(mgr.modules(), uuid);
+        // The module goes away: it no longer belongs to the topology.
+        if (!isTrue(cold))
+            mgr.connections().erase(uuid);
+        return result;
+    });
 }
 
 int32_t ZEL_XSYS_GetBackgroundServiceResult(uint64_t uuid, uint32_t service, uint32_t, char* buffer,
                                             uint64_t* length, uint64_t capacity)
 {
-    return forward({buffer, length},
-                   [&](clSystemMgr&) { return notAvailable(uuid, service, capacity); });
+    return forward({buffer, length}, [&](clSystemMgr& mgr) {
+        return system_functions::readBackgroundServiceResult(mgr.modules(), uuid, service,
+                                                             {buffer, length, capacity});
+    });
 }
 
 int32_t ZEL_XSYS_WriteFirmware(uint64_t uuid, const char* folder)
 {
-    return forward({folder}, [&](clSystemMgr&) { return notAvailable(uuid); });
+    return forward({folder}, [&](clSystemMgr& mgr) {
+        return firmware::transfer(mgr.modules(), uuid, folder);
+    });
 }
 
 int32_t ZEL_XSYS_StartFlashing(uint64_t uuid)
 {
-    return forward({}, [&](clSystemMgr&) { return notAvailable(uuid); });
+    return forward(
+        {}, [&](clSystemMgr& mgr) { return system_functions::startFlashing(mgr.modules(), uuid); });
 }
 
 int32_t ZEL_XSYS_StartMSPFlashing(uint64_t uuid, uint32_t channel)
 {
-    return forward({}, [&](clSystemMgr&) { return notAvailable(uuid, channel); });
+    return forward({}, [&](clSystemMgr& mgr) {
+        return system_functions::startMspFlashing(mgr.modules(), uuid, channel);
+    });
 }
 
 int32_t ZEL_XSYS_GetFlashStatus(uint64_t uuid, uint32_t* status, uint32_t* progress)
 {
-    return forward({status, progress}, [&](clSystemMgr&) { return notAvailable(uuid); });
+    return forward({status, progress}, [&](clSystemMgr& mgr) {
+        return system_functions::readFlashStatus(mgr.modules(), uuid, *status, *progress);
+    });
 }
 
 int32_t ZEL_XSYS_WriteFile(uint64_t uuid, const char* hostFile, const char* moduleFolder,
                            const char* moduleFile)
 {
-    return forward({hostFile, moduleFolder, moduleFile},
-                   [&](clSystemMgr&) { return notAvailable(uuid); });
+    return forward({hostFile, moduleFolder, moduleFile}, [&](clSystemMgr& mgr) {
+        return module_files::write(mgr.modules(), uuid, hostFile, moduleFolder, moduleFile);
+    });
 }
 
 int32_t ZEL_XSYS_ReadFile(uint64_t uuid, const char* moduleFolder, const char* moduleFile,
                           const char* hostFile)
 {
-    return forward({moduleFolder, moduleFile, hostFile},
-                   [&](clSystemMgr&) { return notAvailable(uuid); });
+    return forward({moduleFolder, moduleFile, hostFile}, [&](clSystemMgr& mgr) {
+        return module_files::read(mgr.modules(), uuid, moduleFolder, moduleFile, hostFile);
+    });
 }
 
 int32_t ZEL_XSYS_RequestDebugInfo(uint64_t uuid, uint32_t debugId, const char* parameter1,
@@ -54,24 +74,35 @@ int32_t ZEL_XSYS_RequestDebugInfo(uint64_t uuid, uint32_t debugId, const char* p
                                   uint64_t capacity)
 {
     return forward({parameter1, parameter2, parameter3, parameter4, parameter5, buffer},
-                   [&](clSystemMgr&) { return notAvailable(uuid, debugId, capacity); });
+                   [&](clSystemMgr& mgr) {
+                       return system_functions::requestDebugInfo(
+                           mgr.modules(), uuid, debugId,
+                           {parameter1, parameter2, parameter3, parameter4, parameter5}, buffer,
+                           capacity);
+                   });
 }
 
 int32_t ZEL_XSYS_SetSimValue(uint64_t uuid, uint32_t connector, uint32_t channel, uint32_t signal,
                              uint32_t mode, double value)
 {
-    return forward({}, [&](clSystemMgr&) {
-        return notAvailable(uuid, connector, channel, signal, mode, value);
+    return forward({}, [&](clSystemMgr& mgr) {
+        return system_functions::setSimulatedValue(mgr.modules(), uuid, connector, channel, signal,
+                                                   mode, value);
     });
 }
 
 int32_t ZEL_XSYS_GetTr620CalUgMeasUx(uint64_t uuid, uint32_t connector, uint32_t* calUg,
                                      uint32_t* measUx)
 {
-    return forward({calUg, measUx}, [&](clSystemMgr&) { return notAvailable(uuid, connector); });
+    return forward({calUg, measUx}, [&](clSystemMgr& mgr) {
+        return system_functions::readTr620CalUgMeasUx(mgr.modules(), uuid, connector, *calUg,
+                                                      *measUx);
+    });
 }
 
 int32_t ZEL_XSYS_GetTr620RgRx(uint64_t uuid, uint32_t connector, uint32_t* rg, uint32_t* rx)
 {
-    return forward({rg, rx}, [&](clSystemMgr&) { return notAvailable(uuid, connector); });
+    return forward({rg, rx}, [&](clSystemMgr& mgr) {
+        return system_functions::readTr620RgRx(mgr.modules(), uuid, connector, *rg, *rx);
+    });
 }

@@ -1,14 +1,13 @@
 #include "text_response.h"
 
+#include "host_file.h"
 #include "last_error_stores.h"
 #include "ZEL_VR_Framework.h"
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 namespace zel {
@@ -66,20 +65,6 @@ std::int32_t sendAndCopy(const RequestPath& path, const MethodAddress& method,
     if (buffer.length != nullptr)
         *buffer.length = copied.length;
     return result;
-}
-
-// A name that is no UTF-8 names no file: the conversion throws where the host's names are wide.
-std::ofstream createFile(const char* name)
-{
-    const std::string_view bytes = name;
-    try {
-        const std::filesystem::path file(std::u8string(bytes.begin(), bytes.end()));
-        return std::ofstream(file, std::ios::binary | std::ios::trunc);
-    } catch (const std::system_error&) {
-        std::ofstream none;
-        none.setstate(std::ios::failbit);
-        return none;
-    }
 }
 
 } // namespace
@@ -154,7 +139,7 @@ std::int32_t sendForFile(const RequestPath& path, const MethodAddress& method, s
                          const char* fileName)
 {
     return guarded([&] {
-        std::ofstream file = createFile(fileName);
+        std::ofstream file(hostPath(fileName), std::ios::binary | std::ios::trunc);
         if (!file)
             return ZEL_FILE_OPEN;
         const Response response = sendForResponse(path, method, std::move(request));
