@@ -177,8 +177,8 @@ int clTcpTelHndlr::send(std::span<const Bytes> payload)
     const int stallMs = m_loop->isLoopThread() ? kLoopSendStallMs : kSendStallMs;
     auto result = SocketNonblocking::SendResult::nothingSent;
     {
-        std::unique_lock lock{m_sendMutex, std::chrono::milliseconds{stallMs}};
-        if (lock && !m_isClosed)
+        const sys::Turnstile::Pass pass{m_sendTurn, std::chrono::milliseconds{stallMs}};
+        if (pass && !m_isClosed)
             result = m_socket->sendGathered(std::span<const Bytes>{parts}.first(count), stallMs);
     }
     if (result == SocketNonblocking::SendResult::sent)

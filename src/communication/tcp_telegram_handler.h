@@ -5,11 +5,11 @@
 #include "telegram_container.h"
 #include "telegram_sender.h"
 #include "transaction_listener.h"
+#include "turnstile.h"
 
 #include <array>
 #include <atomic>
 #include <memory>
-#include <mutex>
 
 namespace zel {
 
@@ -61,7 +61,7 @@ private:
 
     // any thread
     std::atomic<bool> m_isClosed = false;
-    std::timed_mutex m_sendMutex; // one telegram at a time on the stream
+    sys::Turnstile m_sendTurn; // one telegram at a time on the stream
 };
 
 } // namespace zel

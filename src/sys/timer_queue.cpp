@@ -43,19 +43,27 @@ void TimerQueue::arm(Timer& timer, Clock::time_point deadline)
         m_wake();
 }
 
+void TimerQueue::removeLocked(Timer& timer)
+{
+    if (!timer.m_isArmed)
+        return;
+    m_armed.erase(&timer);
+    timer.m_isArmed = false;
+}
+
 void TimerQueue::disarm(Timer& timer)
 {
     {
         const std::lock_guard lock{m_mutex};
-        if (timer.m_isArmed) {
-            m_armed.erase(&timer);
-            timer.m_isArmed = false;
-        }
+        removeLocked(timer);
         if (m_firing != &timer || m_firingThread == std::this_thread::get_id())
             return;
     }
-    // The callback is running: it ends before the loop's lock can be had.
+    // The callback is running: it ends before the loop's lock can be had, and may have set the
+    // timer anew by then.
     const std::lock_guard wait{m_loopMutex};
+    const std::lock_guard lock{m_mutex};
+    removeLocked(timer);
 }
 
 bool TimerQueue::takeDue(Clock::time_point now)

@@ -36,6 +36,7 @@ private:
 
     void arm(Timer& timer, Clock::time_point deadline);
     void disarm(Timer& timer);
+    void removeLocked(Timer& timer);
     bool takeDue(Clock::time_point now);
 
     std::recursive_mutex& m_loopMutex;
