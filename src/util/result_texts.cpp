@@ -2,7 +2,9 @@
 
 #include "process_wide.h"
 
+#include <cstddef>
 #include <iterator>
+#include <memory_resource>
 
 namespace zel {
 
@@ -419,20 +421,28 @@ constexpr TextTable::value_type kResultTexts[] = {
     {1515710, "Module not ready for data acquisition over fieldbus"},
 };
 
-TextTable makeTable()
-{
-    TextTable table(8);
-    table.max_load_factor(1.0F);
-    table.insert(std::begin(kResultTexts), std::end(kResultTexts));
-    return table;
-}
+// The table's memory is a part of the library file: nothing stays behind when that is unloaded.
+class TableInPlace {
+public:
+    TableInPlace()
+    {
+        m_table.max_load_factor(1.0F);
+        m_table.insert(std::begin(kResultTexts), std::end(kResultTexts));
+    }
+    const TextTable& table() const { return m_table; }
+
+private:
+    alignas(std::max_align_t) std::byte m_storage[32 * 1024];
+    std::pmr::monotonic_buffer_resource m_memory{m_storage, sizeof m_storage};
+    TextTable m_table{8, &m_memory};
+};
 
 } // namespace
 
 const TextTable& resultTexts()
 {
-    static ProcessWide<TextTable> table(makeTable());
-    return *table;
+    static ProcessWide<TableInPlace> instance;
+    return instance->table();
 }
 
 namespace {
