@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -45,6 +46,19 @@ service/method or 'address' (the exchange after connecting), xN for N requests,
 for the size of segments. Kinds:
   )";
 
+constexpr const char* kScriptHelp = R"(
+
+A script is JSON; what a module leaves out is as the options say:
+  {"modules": [
+    {"uuid": "0x12", "port": 0, "name": "BENCH", "type": "VR-8", "firmware": "4.2",
+     "serial": "7", "flashTime": 5000, "restartTime": 3000, "largestWholeAnswer": 4000,
+     "parameters": {"System/Location": "lab"},
+     "faults": ["delay:1/10:200ms:x1"],
+     "answers": [{"method": "1/7", "result": -1004111, "data": "no schema",
+                  "pending": 500, "delay": 100, "segmented": true, "silent": false}]},
+    {"port": 0}]}
+)";
+
 std::string footer()
 {
     std::string text = kExamples;
@@ -57,7 +71,7 @@ std::string footer()
         text += std::string{name} + " ";
         column += name.size() + 1;
     }
-    return text;
+    return text + kScriptHelp;
 }
 
 std::string hexadecimal(std::uint64_t number)
@@ -74,8 +88,7 @@ std::vector<ScriptedModule> fromOptions(const Options& options)
         ScriptedModule module;
         module.settings = options.settings;
         module.settings.uuid += number;
-        if (module.settings.port != 0)
-            module.settings.port = static_cast<std::uint16_t>(module.settings.port + number);
+        module.settings.port = portOf(options.settings.port, number);
         module.settings.name = options.name;
         if (options.name.ends_with('-') || options.modules > 1)
             module.settings.name += std::to_string(number + 1);
@@ -105,6 +118,9 @@ int run(const Options& options)
     // Caught from here on: who reads the lines below may end the program at once.
     asio::io_context signalContext;
     asio::signal_set signals{signalContext, SIGINT, SIGTERM};
+#ifdef SIGBREAK
+    signals.add(SIGBREAK);
+#endif
     signals.async_wait([](const std::error_code&, int) {});
 
     std::vector<ScriptedModule> modules = options.script.empty()

@@ -321,7 +321,7 @@ void ModuleConnection::wrote()
     m_outgoing.pop_front();
     m_outgoingBytes -= telegram.bytes.size();
     if (telegram.sent)
-        asio::post(m_socket.get_executor(), std::move(telegram.sent));
+        telegram.sent();
     if (telegram.then == OutgoingTelegram::Then::close)
         return close();
     if (telegram.then == OutgoingTelegram::Then::reset)

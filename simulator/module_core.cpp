@@ -33,6 +33,8 @@ ModuleCore::~ModuleCore() = default;
 
 void ModuleCore::listen()
 {
+    if (m_acceptor.is_open())
+        return;
     const asio::ip::tcp::endpoint endpoint{asio::ip::make_address(m_settings.address),
                                            m_settings.port};
     asio::ip::tcp::acceptor acceptor{m_context, endpoint.protocol()};
@@ -48,6 +50,7 @@ void ModuleCore::listen()
     if (m_settings.port == 0)
         m_settings.port = acceptor.local_endpoint().port();
     m_acceptor = std::move(acceptor);
+    m_model.isLeaving = false;
     accept();
 }
 
@@ -75,6 +78,7 @@ void ModuleCore::restart(milliseconds downtime)
 {
     stopListening();
     dropConnections();
+    m_model.isLeaving = true;
     m_model.restarted();
     retryAfter(downtime, &ModuleCore::comeBack);
 }
@@ -104,6 +108,11 @@ MethodAnswer ModuleCore::answer(ReceivedCall call)
 {
     MethodCall request{call.source, call.id, call.data};
     m_calls.add(std::move(call));
+    if (m_model.isLeaving) {
+        MethodAnswer none;
+        none.silent = true;
+        return none;
+    }
     try {
         if (const MethodHandler handler = handlerOf(request.id))
             return handler(request);
@@ -156,7 +165,7 @@ void ModuleCore::accept()
 
 void ModuleCore::accepted(asio::ip::tcp::socket socket)
 {
-    if (m_connections.size() >= m_settings.maxConnections)
+    if (m_connections.size() >= m_settings.maxConnections || m_model.isLeaving)
         return;
     ++m_accepted;
     const auto connection = std::make_shared<ModuleConnection>(std::move(socket), *this);

@@ -34,6 +34,8 @@ struct ModuleModel {
     const ModuleSettings& settings;
     /// Makes the module leave the network and come back after the time.
     std::function<void(milliseconds)> restart;
+    /// A restart was accepted: the module deals with nothing more until it is back.
+    bool isLeaving = false;
 
     ParameterModel parameters;
     TedsMemories teds;

@@ -176,6 +176,13 @@ std::uint64_t parseUuid(std::string_view text)
     return parseNumber(text, std::numeric_limits<std::uint64_t>::max());
 }
 
+std::uint16_t portOf(std::uint16_t first, std::size_t number)
+{
+    if (first != 0 && number > 65535u - first)
+        throw std::invalid_argument("there are not so many ports after " + std::to_string(first));
+    return static_cast<std::uint16_t>(first == 0 ? 0 : first + number);
+}
+
 Fault parseFault(std::string_view text)
 {
     Fault fault;
@@ -213,6 +220,7 @@ std::vector<ScriptedModule> readScript(const std::filesystem::path& file,
     for (const Json& module : modules) {
         ModuleSettings settings = defaults;
         settings.uuid += scripted.size();
+        settings.port = portOf(defaults.port, scripted.size());
         settings.name = "MOD-" + std::to_string(scripted.size() + 1);
         scripted.push_back(readModule(module, settings));
     }

@@ -146,6 +146,7 @@ MethodAnswer SystemServer::restart(const MethodCall& call)
     request.number("Cold");
     if (!request.isGood())
         return request.failure();
+    m_model.isLeaving = true;
     MethodAnswer answer;
     answer.silent = !m_model.settings.answersRestart;
     answer.afterwards = [&model = m_model] { model.restart(model.settings.restartTime); };
