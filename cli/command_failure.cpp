@@ -92,6 +92,8 @@ std::string adviceFor(std::int32_t code)
     case ZEL_PARAM_XML_ERROR:
         return "the module's answer makes no sense to the library; with --log the telegrams are "
                "shown";
+    case ZEL_SYS_FILE_TOO_LARGE:
+        return "the image is larger than any module takes: is it the right file?";
     case ZEL_FILE_OPEN:
     case ZEL_FILE_READ:
     case ZEL_FILE_WRITE:

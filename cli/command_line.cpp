@@ -30,6 +30,8 @@ void defineCommandLine(CLI::App& app, Application& application)
     // With two commands on a line the values of the first could be taken for the second.
     app.require_subcommand(0, 1);
     app.fallthrough();
+    // Off on Windows too: paths and XPaths begin with a slash.
+    app.allow_windows_style_options(false);
     app.add_flag("--json", application.output.isJson,
                  "Print the result, or the error, as one line of JSON on standard output");
     app.add_flag("--pretty", application.output.isPretty,

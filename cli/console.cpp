@@ -10,10 +10,17 @@
 #include <shellapi.h>
 #else
 #include <csignal>
+#include <sys/ioctl.h>
 #include <unistd.h>
 #endif
 
 namespace zel::cli {
+
+namespace {
+
+constexpr std::size_t kUsualColumns = 80;
+
+} // namespace
 
 #ifdef _WIN32
 
@@ -61,6 +68,14 @@ bool isTerminal(std::FILE* stream)
     return _isatty(_fileno(stream)) != 0;
 }
 
+std::size_t terminalColumns()
+{
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    const bool isKnown = GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info) != 0;
+    const int columns = info.srWindow.Right - info.srWindow.Left + 1;
+    return isKnown && columns > 1 ? static_cast<std::size_t>(columns) : kUsualColumns;
+}
+
 void makeBinary(std::FILE* stream)
 {
     _setmode(_fileno(stream), _O_BINARY);
@@ -101,6 +116,13 @@ std::FILE* takeStandardOutput()
 bool isTerminal(std::FILE* stream)
 {
     return isatty(fileno(stream)) != 0;
+}
+
+std::size_t terminalColumns()
+{
+    winsize size{};
+    const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return isKnown ? size.ws_col : kUsualColumns;
 }
 
 void makeBinary(std::FILE*) {}

@@ -24,6 +24,9 @@ std::FILE* takeStandardOutput();
 
 bool isTerminal(std::FILE* stream);
 
+/// How many columns the terminal has behind standard error; 80 when it does not tell.
+std::size_t terminalColumns();
+
 /// Leaves the stream's bytes alone (Windows would turn every line end into two characters).
 void makeBinary(std::FILE* stream);
 

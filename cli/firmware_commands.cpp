@@ -60,10 +60,9 @@ public:
                                         kMostOfAnImage * static_cast<double>(m_size));
         const double done = static_cast<double>(m_sent) + inImage;
         const auto total = static_cast<double>(std::max<std::uint64_t>(m_total, 1));
-        m_bar.draw(done / total, m_name + ", " + byteCount(m_sent) + " of " + byteCount(m_total) +
-                                     " sent, " +
-                                     (speed > 0 ? duration((total - done) / speed) + " left"
-                                                : "time left not known yet"));
+        const std::string left = speed > 0 ? duration((total - done) / speed) + " left" : "started";
+        m_bar.draw(done / total,
+                   left + ", " + byteCount(m_sent) + " of " + byteCount(m_total) + ", " + m_name);
     }
 
     void endImage()
@@ -135,9 +134,8 @@ FlashStatus flashUntilDone(const ModuleSession& session, std::uint32_t stallSeco
     while (flash.progress < kDone) {
         const double elapsed = secondsSince(start);
         const double share = flash.progress / 100.0;
-        bar.draw(share,
-                 "flashing, do not switch the module off" +
-                     (share > 0 ? ", " + duration(elapsed / share - elapsed) + " left" : ""));
+        bar.draw(share, (share > 0 ? duration(elapsed / share - elapsed) + " left, " : "") +
+                            "flashing, status " + std::to_string(flash.status));
         std::this_thread::sleep_for(kPause);
         const FlashStatus next = flashStatus(session);
         if (next.progress != flash.progress || next.status != flash.status) {
@@ -149,7 +147,8 @@ FlashStatus flashUntilDone(const ModuleSession& session, std::uint32_t stallSeco
                 {.problem = session.address() + " has not got on with flashing for " +
                             duration(stallSeconds) + " (status " + std::to_string(flash.status) +
                             ", " + std::to_string(flash.progress) + " %)",
-                 .advice = "do not switch it off: 'zel firmware status' shows whether it goes on, "
+                 .advice = "do not switch the module off: 'zel firmware status' shows whether it "
+                           "goes on, "
                            "'zel errors' what is wrong"});
         }
     }

@@ -4,7 +4,7 @@
 #include <random>
 
 #include "command_failure.h"
-#include "host_file.h"
+#include "file_content.h"
 #include "number_text.h"
 
 namespace zel::cli {

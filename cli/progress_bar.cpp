@@ -27,7 +27,7 @@ void ProgressBar::beginStep(const std::string& text)
 
 void ProgressBar::draw(double share, const std::string& text)
 {
-    constexpr std::size_t kCells = 24;
+    constexpr std::size_t kCells = 16;
     if (!m_isTerminal) {
         return;
     }
@@ -37,6 +37,8 @@ void ProgressBar::draw(double share, const std::string& text)
     std::string line = "[" + std::string(filled, '#') + std::string(kCells - filled, '.') + "] " +
                        std::string(3 - std::min<std::size_t>(percent.size(), 3), ' ') + percent +
                        " %  " + printable(text);
+    // A line that wraps would not be drawn over by the next one.
+    line = line.substr(0, terminalColumns() - 1);
     const std::size_t width = columns(line);
     line.append(m_drawnColumns - std::min(m_drawnColumns, width), ' ');
     m_drawnColumns = width;

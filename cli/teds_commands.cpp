@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "application.h"
-#include "host_file.h"
+#include "file_content.h"
 #include "module_session.h"
 #include "number_text.h"
 #include "printable.h"

@@ -1,4 +1,4 @@
-#include "host_file.h"
+#include "file_content.h"
 
 #include <cerrno>
 #include <cstring>

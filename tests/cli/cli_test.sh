@@ -1,0 +1,224 @@
+#!/usr/bin/env bash
+# Drives zel as a person or a script does, against simulated modules: exit codes, messages, and
+# results that a program can parse.
+#
+#   cli_test.sh ZEL ZEL-SIM
+set -uo pipefail
+zel=$1
+simulator=$2
+work=$(mktemp -d)
+passed=0 failed=0
+simulators=()
+
+clean_up() {
+    for process in "${simulators[@]}"; do kill "$process" 2>/dev/null; done
+    wait
+    rm -rf "$work"
+}
+trap clean_up EXIT
+cd "$work" || exit 1
+
+# Starts a module on a free port; its address is in $module.
+start_module() {
+    local log=$work/simulator.${#simulators[@]}
+    "$simulator" --port 0 "$@" >"$log" 2>&1 &
+    simulators+=($!)
+    for _ in $(seq 200); do
+        module=$(grep -om1 '127\.0\.0\.1:[0-9]*' "$log") && return
+        sleep 0.05
+    done
+    echo "the simulated module did not start:"
+    cat "$log"
+    exit 1
+}
+
+verdict() {
+    if [ "$1" -eq 0 ]; then
+        passed=$((passed + 1))
+    else
+        failed=$((failed + 1))
+        printf 'FAILED: %s\n  exit code %s\n  standard output: %s\n  standard error: %s\n' \
+            "$2" "$code" "$(head -c 600 out)" "$(head -c 600 err)"
+    fi
+}
+
+run() {
+    timeout 60 "$zel" "$@" >out.raw 2>err.raw </dev/null
+    code=$?
+    tr -d '\r' <out.raw >out
+    tr -d '\r' <err.raw >err
+}
+
+# it_works WHAT-IT-PRINTS ARGUMENT...: an extended regular expression for a line of the result.
+it_works() {
+    local expected=$1
+    shift
+    run "$@"
+    [ "$code" -eq 0 ] && grep -qE -- "$expected" out && [ ! -s err ]
+    verdict $? "zel $* prints '$expected'"
+}
+
+# it_fails MESSAGE ARGUMENT...: nothing on standard output, the message on standard error.
+it_fails() {
+    local expected=$1
+    shift
+    run "$@"
+    [ "$code" -eq 1 ] && [ ! -s out ] && head -n 1 err | grep -q '^zel: ' &&
+        tr '\n' ' ' <err | grep -qE -- "$expected"
+    verdict $? "zel $* says '$expected'"
+}
+
+# json_holds VALUE KEY... -- ARGUMENT...: what stands under the keys in the one line of JSON.
+json_holds() {
+    local expected=$1 keys=() found
+    shift
+    while [ "$1" != -- ]; do
+        keys+=("$1")
+        shift
+    done
+    shift
+    run "$@" --json
+    # CMake has a JSON parser and is there wherever this is built.
+    cat >parse.cmake <<'CMAKE'
+file(READ out text)
+string(JSON value GET "${text}" ${KEYS})
+file(WRITE value "${value}")
+CMAKE
+    rm -f value
+    cmake -DKEYS="$(IFS=';' && echo "${keys[*]}")" -P parse.cmake >/dev/null 2>&1
+    found=$(cat value 2>/dev/null)
+    [ "$(wc -l <out)" -eq 1 ] && [ "$found" = "$expected" ]
+    verdict $? "zel $* --json holds '$expected' under ${keys[*]} (found '$found')"
+}
+
+start_module
+
+# The command line itself.
+it_works '^  get +Read one parameter' --help
+it_works '^Usage: zel ' # without arguments too
+it_works '^Usage: zel teds read .*ADDRESS CHANNEL' teds read --help
+it_works '^Usage: zel teds ' teds
+it_fails "'gett' is no command of zel .*did you mean 'get'" gett "$module"
+it_fails "does not know what to do with '--viev' .*did you mean '--view'" get "$module" x --viev 3
+it_fails 'PATH is required .*zel get --help' get "$module"
+json_holds "did you mean 'get'? 'zel --help' lists what there is" error advice -- gett
+for address in :1 host:0 host:65536 host:x '[::1' '[::1]1' ::1 'a b' ''; do
+    it_fails 'no module address' get "$address" x
+done
+
+# Parameters.
+json_holds 0x0000001234AB0001 uuid -- get "$module" System/Name
+it_works '^System/Name = Müller <"&'"'"'>$' set "$module" System/Name 'Müller <"&'"'"'>'
+it_works '^Müller <"&'"'"'>$' get "$module" System/Name
+json_holds 'Müller <"&'"'"'>' value -- get "$module" System/Name
+it_works . set "$module" System/Name xml # a value that is also a command
+json_holds -3 written -- set "$module" Amplifier/Connector[@address=\"1\"]/Mode/AnalogInChannel/ZeroOffset -3 --as int
+it_works . set "$module" Amplifier/Range 2.5e0 --as double
+it_works '^2\.5' get "$module" Amplifier/Range
+it_fails "'2,5' is no number .*as double" set "$module" Amplifier/Range 2,5 --as double
+it_fails "'2147483648' is no whole number" set "$module" Amplifier/Range 2147483648 --as int
+it_fails "could not set Amplifier/Range to '1000' .*$module.*out of range .*-1004110, 0xFFF0ADB2.*the module says: .*1000.*zel schema" \
+    set "$module" Amplifier/Range 1000
+json_holds -1004110 error code -- set "$module" Amplifier/Range 1000
+it_works '^2\.5' get "$module" Amplifier/Range
+it_fails 'unknown tag.*zel xml' get "$module" Amplifier/None
+it_fails 'Invalid parameter view.*zel views' get "$module" System/Name --view 99
+it_works . default "$module" //Range
+it_works '^10\.0' get "$module" Amplifier/Range
+it_fails 'not said what is to be reset' default "$module"
+
+# Documents: larger than the first buffer, byte for byte, and back again.
+run xml "$module"
+cp out.raw whole.xml
+[ "$code" -eq 0 ] && [ "$(wc -c <whole.xml)" -gt 16384 ]
+verdict $? "zel xml reads a document of $(wc -c <whole.xml) bytes"
+it_works '^wrote .* to the parameter document' xml "$module" --write whole.xml
+run xml "$module"
+cmp -s out.raw whole.xml
+verdict $? "what zel xml wrote is what it reads"
+it_works '^    <eth0>$' xml "$module" --section Communication --pretty
+it_works 'maxInclusive value="100"' schema "$module" --section Amplifier/Range
+it_works 'ParViews' views "$module"
+it_fails 'no-such-file: ' xml "$module" --write no-such-file
+printf '<Communication' >broken.xml
+it_fails 'could not write broken.xml to the section' xml "$module" --section Communication --write broken.xml
+
+# Controls and state.
+it_works 'name="LEDFLASH"' controls "$module" --pretty
+it_works '^LEDFLASH is done$' control "$module" LEDFLASH 0 1
+it_fails 'NOPE.*the module says: .*zel controls' control "$module" NOPE
+it_works '^zeroed signal 1 of connector 1$' zero "$module" 1 1 --target -2.5
+it_works '^LED 0 is in mode 1$' led "$module" 0 1
+it_works '^no errors$' errors "$module"
+it_works '^ +1 +0 .* analog input$' status "$module"
+json_holds 1 status 0 statusId -- status "$module"
+it_works 'Topology' topology "$module"
+
+# TEDS and files.
+it_works '^0000  .*SENSOR1$' teds read "$module" 1
+printf 'zero ends here\0\0\0' >teds.bin
+it_works '^wrote 17 bytes to TEDS [0-9A-F]{16}$' teds write "$module" 1 teds.bin
+json_holds 7A65726F20656E64732068657265000000 data -- teds read "$module" 1
+it_fails 'no channel 0' teds read "$module" 0
+it_works '^copied teds.bin to a/b \(17 bytes\)$' file put "$module" teds.bin a/b
+it_works '^copied a/b to b ' file get "$module" a/b
+cmp -s teds.bin b
+verdict $? "a file comes back as it went"
+it_fails 'a file b already.*--force' file get "$module" a/b
+it_fails "the module says: .*missing" file get "$module" missing
+[ ! -e missing ]
+verdict $? "a file that cannot be had leaves nothing behind"
+
+# Firmware, and a module that goes away for a while.
+mkdir images
+head -c 200000 /dev/urandom >images/pImage
+printf '<Firmware/>' >images/FirmwareUpdate.xml
+run firmware write "$module" images
+[ "$code" -eq 0 ] && grep -q 'sent 2 images, .*; flashed' out && grep -q 'image 1 of 2, pImage' err
+verdict $? "zel firmware write sends and flashes the images of a folder"
+it_works ', 100 %$' firmware status "$module"
+it_fails 'holds no firmware image' firmware write "$module" .
+it_works 'is back$' restart "$module" --wait 30
+
+# Texts.
+it_works '^-1016035 \(0xFFF07F1D\)  SYS: Framework not started$' text 0xFFF07F1D
+it_works '^-1016035 ' text 4293951261
+it_works 'supply' text -1014999 --from "$module"
+it_fails 'no text is known .*--from ADDRESS' text -1014999
+for code_text in '' abc 0x 0x1FFFFFFFF 4294967296 -2147483649 1.5; do
+    it_fails 'is no result code' text "$code_text"
+done
+
+# The log is for people: the result stays alone on standard output.
+run get "$module" System/Name --json --log
+[ "$code" -eq 0 ] && [ "$(wc -l <out)" -eq 1 ] && grep -q 'Log 0002000000: ' err
+verdict $? "zel --log keeps the log away from the result"
+it_fails 'nonsense.* names nothing' get "$module" System/Name --log=nonsense
+
+# Modules that behave badly.
+it_fails 'could not connect to 127.0.0.1:1: TCP: Connect failed .*switched on' get 127.0.0.1:1 x
+start_module --fault disconnect:1/10
+it_fails 'could not read System/Name .*connection was lost' get "$module" System/Name
+start_module --fault silence:1/10
+it_fails 'could not read .*did not answer in time' get "$module" System/Name
+
+# Ctrl-C while a request runs: the command says so, and ends as soon as the request has. What starts
+# a Windows program here passes no signal on.
+if [ "$(head -c 2 "$zel")" != '#!' ]; then
+    start_module --fault delay:1/10:1500ms
+    "$zel" get "$module" System/Name --log >out 2>err &
+    process=$!
+    for _ in $(seq 200); do
+        grep -q 'tx: REQ ' err && break
+        sleep 0.05
+    done
+    # Not SIGINT, which a shell's background jobs ignore until they ask for it: zel takes both.
+    kill -TERM $process
+    wait $process
+    code=$?
+    [ "$code" -eq 1 ] && [ ! -s out ] && grep -q '^zel: stopped' err
+    verdict $? "an interrupted command stops cleanly"
+fi
+
+printf '%d passed, %d failed\n' "$passed" "$failed"
+[ "$failed" -eq 0 ]
