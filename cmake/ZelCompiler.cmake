@@ -21,6 +21,14 @@ if(ZEL_SANITIZE)
   add_link_options(-fsanitize=${ZEL_SANITIZE})
 endif()
 
+# For programs that are mostly headers of others: they need no speed, and the checks of undefined
+# behaviour in those headers would take longer to compile than all the rest.
+add_library(zel_program_options INTERFACE)
+target_compile_options(zel_program_options INTERFACE -O1 -g1)
+if(ZEL_SANITIZE MATCHES "undefined")
+  target_compile_options(zel_program_options INTERFACE -fno-sanitize=undefined)
+endif()
+
 if(ZEL_BUILD_FUZZERS)
   if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     message(FATAL_ERROR "The fuzz targets need clang: cmake --preset fuzz")

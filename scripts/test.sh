@@ -92,7 +92,9 @@ stage shown "Linux tests" run_tests linux
 stage shown "Linux exports" scripts/check-exports.sh linux
 
 if [ "$all" = yes ]; then
-    stage "Benchmarks smoke run" smoke_bench
+    if compgen -G 'bench/*.cpp' >/dev/null; then
+        stage "Benchmarks smoke run" smoke_bench
+    fi
     stage "Demo" scripts/demo.sh
     stage "Address sanitizer build" scripts/build.sh linux-asan
     stage shown "Address sanitizer tests" run_tests linux-asan

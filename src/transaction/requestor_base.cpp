@@ -15,7 +15,7 @@ clRequestorBase::clRequestorBase(std::uint64_t target, iTransactionOwner& owner,
     : m_loop(loop),
       m_target(target),
       m_owner(owner),
-      m_label(requestorRegistry().enter(*this)),
+      m_label(requestorRegistry().takeLabel()),
       m_timer(loop)
 {
 }

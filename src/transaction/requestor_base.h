@@ -25,6 +25,9 @@ public:
 protected:
     clRequestorBase(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop);
 
+    /// The constructor of the last class must call it last: from then on the loop's thread may call
+    /// every function.
+    void enterRegistry() { requestorRegistry().enter(*this); }
     /// Leaves the registry and waits until neither a transaction nor a time-out is being handled.
     /// The destructor of the last class must call it first, without the registry's lock.
     void retire();

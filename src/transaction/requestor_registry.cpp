@@ -35,11 +35,16 @@ void logDropped(std::int32_t code)
 
 } // namespace
 
-std::uint16_t RequestorRegistry::enter(clRequestorBase& requestor)
+std::uint16_t RequestorRegistry::takeLabel()
+{
+    const sys::SpinningLock lock{m_mutex};
+    return ++m_lastLabel;
+}
+
+void RequestorRegistry::enter(clRequestorBase& requestor)
 {
     const sys::SpinningLock lock{m_mutex};
     m_requestors.insert(&requestor);
-    return ++m_lastLabel;
 }
 
 void RequestorRegistry::leave(clRequestorBase& requestor)

@@ -20,8 +20,10 @@ public:
 
     Lock& lock() { return m_mutex; }
 
-    /// Returns the label that the requestor has to use.
-    std::uint16_t enter(clRequestorBase& requestor);
+    /// The label for the next requestor.
+    std::uint16_t takeLabel();
+    /// From now on transactions may be handed to it, on the loop's thread.
+    void enter(clRequestorBase& requestor);
     void leave(clRequestorBase& requestor);
 
     /// Hands a received transaction to the requestor that it belongs to, or drops it.

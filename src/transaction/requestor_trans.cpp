@@ -29,6 +29,7 @@ clRequestorTrans::clRequestorTrans(std::uint64_t target, iTransactionOwner& owne
                                    sys::EventLoop& loop, iConnectionFinder& connections)
     : clRequestorBase(target, owner, loop), m_connections(connections)
 {
+    enterRegistry();
 }
 
 clRequestorTrans::~clRequestorTrans()

@@ -30,6 +30,17 @@ inline std::int32_t echo(std::uint64_t uuid, std::string data = "ping",
     return request(uuid, kEchoService, kEchoMethod, std::move(data), response);
 }
 
+inline simulator::Fault fault(simulator::FaultKind kind, Milliseconds time = 0ms,
+                              unsigned count = 0, std::size_t size = 100)
+{
+    simulator::Fault made;
+    made.kind = kind;
+    made.time = time;
+    made.count = count;
+    made.size = size;
+    return made;
+}
+
 /// The started library and a simulated module that echoes. Ends by checking that nothing is left
 /// over: neither descriptors nor threads nor connections.
 class LibraryWithModule : public testing::Test {

@@ -13,6 +13,8 @@ namespace {
 
 class TimerTest : public testing::Test {
 protected:
+    void TearDown() override { m_running.stop(); }
+
     RunningLoop m_running;
     sys::EventLoop& m_loop = m_running.loop();
     std::atomic<int> m_calls = 0;

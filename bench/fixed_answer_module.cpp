@@ -1,0 +1,296 @@
+#include "fixed_answer_module.h"
+
+#include "address_resolution.h"
+#include "frame.h"
+#include "method_header.h"
+#include "transaction_header.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include <csignal>
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace zel::bench {
+
+namespace {
+
+constexpr std::uint64_t kFirstUuid = 0x1234ab0001;
+constexpr char kValue[] = "12.500000";
+
+int makeSocket()
+{
+    const int made = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int on = 1;
+    setsockopt(made, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    return made;
+}
+
+sockaddr_in loopback(std::uint16_t port)
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port);
+    return address;
+}
+
+bool receiveAll(int socket, void* bytes, std::size_t size)
+{
+    auto* position = static_cast<char*>(bytes);
+    while (size > 0) {
+        const ssize_t count = recv(socket, position, size, 0);
+        if (count <= 0)
+            return false;
+        position += count;
+        size -= static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+bool sendAll(int socket, const std::string& bytes)
+{
+    std::size_t sent = 0;
+    while (sent < bytes.size()) {
+        const ssize_t count =
+            ::send(socket, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+        if (count <= 0)
+            return false;
+        sent += static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+template <class Encoded>
+void append(std::string& out, const Encoded& bytes)
+{
+    out.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+}
+
+std::string telegram(TelegramType type, std::uint64_t source, const std::string& payload)
+{
+    std::string bytes;
+    append(bytes, FrameHeader{.type = type,
+                              .payloadLength = static_cast<std::uint16_t>(payload.size()),
+                              .source = source}
+                      .encode());
+    bytes += payload;
+    append(bytes, encodeFrameTrailer());
+    return bytes;
+}
+
+std::string transaction(std::uint64_t source, TransactionType type, std::uint16_t label,
+                        std::uint64_t destination, const std::string& rest)
+{
+    std::string payload;
+    append(payload, TransactionHeader{type, label, destination}.encode());
+    return telegram(TelegramType::transaction, source, payload + rest);
+}
+
+/// One connection of the module's.
+class Connection {
+public:
+    Connection(int socket, std::uint64_t uuid) : m_socket(socket), m_uuid(uuid) {}
+
+    void serve()
+    {
+        while (auto frame = receiveTelegram())
+            answer(*frame);
+        ::close(m_socket);
+    }
+
+private:
+    struct Incoming {
+        FrameHeader frame;
+        std::string payload;
+    };
+
+    std::optional<Incoming> receiveTelegram()
+    {
+        std::array<std::byte, kFrameHeaderSize> header;
+        if (!receiveAll(m_socket, header.data(), header.size()))
+            return {};
+        Incoming incoming{FrameHeader::decode(header), {}};
+        incoming.payload.resize(incoming.frame.payloadLength + kFrameTrailerSize);
+        if (!receiveAll(m_socket, incoming.payload.data(), incoming.payload.size()))
+            return {};
+        incoming.payload.resize(incoming.frame.payloadLength);
+        return incoming;
+    }
+
+    void answer(const Incoming& incoming)
+    {
+        const auto type = static_cast<std::uint8_t>(incoming.frame.type);
+        if (incoming.frame.type == TelegramType::addressResolution) {
+            std::string payload;
+            append(payload, AddressResolutionResponse{0, m_uuid}.encode());
+            sendAll(m_socket, telegram(TelegramType::addressResolution, m_uuid, payload));
+        } else if (type == FixedAnswerModule::kStream ||
+                   type == FixedAnswerModule::kAcknowledgedStream) {
+            stream(type == FixedAnswerModule::kAcknowledgedStream);
+        } else {
+            answerRequest(incoming);
+        }
+    }
+
+    void answerRequest(const Incoming& incoming)
+    {
+        ByteReader in{asBytes(incoming.payload.data(), incoming.payload.size())};
+        const auto header = TransactionHeader::decode(in);
+        const auto request = MethodRequestHeader::decode(in);
+        if (!header || !request)
+            return;
+        std::string response;
+        append(response, MethodResponseHeader{request->service, request->method, 0}.encode());
+        if (request->method == 10) {
+            response += kValue;
+            sendAll(m_socket, transaction(m_uuid, TransactionType::response, header->label,
+                                          incoming.frame.source, response));
+        } else {
+            response.append(FixedAnswerModule::kLongAnswer - response.size(), 'x');
+            sendSegments(*header, incoming.frame.source, response);
+        }
+    }
+
+    void sendSegments(const TransactionHeader& request, std::uint64_t host,
+                      const std::string& response)
+    {
+        const auto length = [](std::uint32_t value) {
+            std::array<std::byte, 4> bytes;
+            ByteWriter{bytes}.u32(value);
+            std::string text;
+            append(text, bytes);
+            return text;
+        };
+        sendAll(m_socket, transaction(m_uuid, TransactionType::responsePending, request.label, host,
+                                      length(10000)));
+        sendAll(m_socket, transaction(m_uuid, TransactionType::responseSegmentInit, request.label,
+                                      host, length(static_cast<std::uint32_t>(response.size()))));
+        for (std::size_t sent = 0; sent < response.size() && receiveTelegram();
+             sent += kSegmentSize)
+            sendAll(m_socket, transaction(m_uuid, TransactionType::responseSegment, request.label,
+                                          host, response.substr(sent, kSegmentSize)));
+        receiveTelegram();
+    }
+
+    void stream(bool isAcknowledged)
+    {
+        const std::string chunk(kSegmentSize, 'x');
+        for (std::size_t sent = 0; sent < FixedAnswerModule::kLongAnswer; sent += kSegmentSize) {
+            sendAll(m_socket,
+                    chunk.substr(0, std::min(kSegmentSize, FixedAnswerModule::kLongAnswer - sent)));
+            if (isAcknowledged && !receiveTelegram())
+                return;
+        }
+    }
+
+    const int m_socket;
+    const std::uint64_t m_uuid;
+};
+
+[[noreturn]] void serveForEver(int listening)
+{
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    std::uint64_t next = kFirstUuid;
+    for (;;) {
+        const int accepted = accept(listening, nullptr, nullptr);
+        if (accepted < 0)
+            std::_Exit(1);
+        const int on = 1;
+        setsockopt(accepted, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        std::thread{[accepted, uuid = next++] { Connection{accepted, uuid}.serve(); }}.detach();
+    }
+}
+
+} // namespace
+
+FixedAnswerModule::FixedAnswerModule()
+{
+    const int listening = makeSocket();
+    // Every address of loopback is a module of its own.
+    sockaddr_in address = loopback(0);
+    address.sin_addr.s_addr = htonl(INADDR_ANY);
+    socklen_t length = sizeof address;
+    if (bind(listening, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+        listen(listening, 1024) != 0 ||
+        getsockname(listening, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        throw std::runtime_error("the module cannot listen on loopback");
+    m_port = ntohs(address.sin_port);
+    m_process = fork();
+    if (m_process == 0)
+        serveForEver(listening);
+    ::close(listening);
+}
+
+FixedAnswerModule::~FixedAnswerModule()
+{
+    kill(m_process, SIGKILL);
+    waitpid(m_process, nullptr, 0);
+}
+
+FixedAnswerModule& module()
+{
+    static FixedAnswerModule instance;
+    return instance;
+}
+
+BareSocket::BareSocket() : m_socket(makeSocket())
+{
+    const sockaddr_in address = loopback(module().port());
+    if (::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        throw std::runtime_error("the module cannot be reached");
+}
+
+BareSocket::~BareSocket()
+{
+    ::close(m_socket);
+}
+
+void BareSocket::send(const std::string& bytes)
+{
+    if (!sendAll(m_socket, bytes))
+        throw std::runtime_error("the module does not take a request");
+}
+
+void BareSocket::receive(char* bytes, std::size_t size)
+{
+    if (!receiveAll(m_socket, bytes, size))
+        throw std::runtime_error("the module does not answer");
+}
+
+std::string readParTelegram()
+{
+    std::string rest;
+    append(rest, MethodRequestHeader{1, 10}.encode());
+    rest += R"(<?xml version="1.0" encoding="UTF-8"?>)"
+            "<SrvParams><View>1</View><Path>Amplifier/Range</Path></SrvParams>";
+    return transaction(1, TransactionType::request, 1, kFirstUuid, rest);
+}
+
+std::size_t readParAnswerSize()
+{
+    return kFrameHeaderSize + TransactionHeader::kSize + MethodResponseHeader::kSize +
+           std::strlen(kValue) + kFrameTrailerSize;
+}
+
+std::string streamTelegram(bool isAcknowledged)
+{
+    return telegram(static_cast<TelegramType>(isAcknowledged
+                                                  ? FixedAnswerModule::kAcknowledgedStream
+                                                  : FixedAnswerModule::kStream),
+                    1, {});
+}
+
+} // namespace zel::bench

@@ -1,0 +1,108 @@
+// Any bytes on a module's TCP connection, in one piece or in several: the handler cuts telegrams
+// out of them or gives the connection up, and reports its loss exactly once.
+
+#include "requestor_registry.h"
+#include "tcp_telegram_handler.h"
+#include "timer.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace zel;
+
+struct ConnectedPair {
+    int module = -1;
+    int host = -1;
+};
+
+ConnectedPair connectOverLoopback()
+{
+    static const int listening = [] {
+        const int made = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (bind(made, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+            listen(made, 4) != 0)
+            std::abort();
+        return made;
+    }();
+    sockaddr_in address{};
+    socklen_t length = sizeof address;
+    getsockname(listening, reinterpret_cast<sockaddr*>(&address), &length);
+    ConnectedPair pair;
+    pair.module = ::socket(AF_INET, SOCK_STREAM, 0);
+    // Ended with RST, so that no port waits: the fuzzer opens thousands a second.
+    const linger none{1, 0};
+    setsockopt(pair.module, SOL_SOCKET, SO_LINGER, &none, sizeof none);
+    if (connect(pair.module, reinterpret_cast<sockaddr*>(&address), length) != 0)
+        std::abort();
+    pair.host = accept(listening, nullptr, nullptr);
+    return pair;
+}
+
+class Listener : public iTransactionHandler {
+public:
+    explicit Listener(sys::EventLoop& loop) : m_loop(loop) {}
+
+    void transactionArrived(std::uint64_t source, std::unique_ptr<clRxTelContainer> telegram,
+                            clTcpTelHndlr& connection) override
+    {
+        if (!telegram || telegram->size() > 65535 || losses != 0)
+            std::abort();
+        requestorRegistry().dispatch({source, connection.connectionId(), 0}, std::move(telegram));
+    }
+    void connectionLost(clTcpTelHndlr& connection) override
+    {
+        ++losses;
+        connection.close();
+        m_loop.stop();
+    }
+
+    int losses = 0;
+
+private:
+    sys::EventLoop& m_loop;
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    if (size < 1)
+        return 0;
+    // The first byte says where the stream is cut in two.
+    const std::size_t cut = std::min<std::size_t>(data[0], size - 1);
+    ++data;
+    --size;
+
+    const ConnectedPair pair = connectOverLoopback();
+    sys::EventLoop loop;
+    Listener listener{loop};
+    {
+        auto socket = std::make_shared<communication::SocketNonblocking>(pair.host, loop);
+        const auto handler =
+            std::make_shared<clTcpTelHndlr>(std::move(socket), 0x1234, 0x5678, listener);
+        if (send(pair.module, data, cut, MSG_NOSIGNAL) < 0)
+            std::abort();
+        handler->start();
+        sys::Timer later{loop};
+        later.set(0, false, [&](bool) {
+            // The handler may have given the connection up by now: then the rest does not arrive.
+            static_cast<void>(!send(pair.module, data + cut, size - cut, MSG_NOSIGNAL));
+            shutdown(pair.module, SHUT_WR);
+        });
+        loop.execute();
+    }
+    close(pair.module);
+    if (listener.losses != 1)
+        std::abort();
+    return 0;
+}

@@ -1,0 +1,118 @@
+// Any telegrams for a request that waits, in each of its states: the transaction layer and the
+// method header's check end with one outcome at most and keep to what they were sent.
+
+#include "event_loop.h"
+#include "method_request.h"
+#include "own_uuid.h"
+#include "requestor_trans.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+
+namespace {
+
+using namespace zel;
+
+constexpr std::uint64_t kModule = 0x1234ab0001;
+constexpr std::uint64_t kConnection = 7;
+
+class Sender : public iTelegramSender {
+public:
+    int send(std::span<const Bytes> payload) override
+    {
+        std::size_t length = 0;
+        for (const Bytes part : payload)
+            length += part.size();
+        if (length > TransactionHeader::kSize + clRequestorTrans::kMaxUnsegmented)
+            std::abort();
+        return 0;
+    }
+    std::uint64_t connectionId() const override { return kConnection; }
+};
+
+class Context : public iRequestorContext, public iConnectionFinder {
+public:
+    std::shared_ptr<iTelegramSender> senderTo(std::uint64_t) override { return m_sender; }
+    std::unique_ptr<clRequestorBase> createRequestor(std::uint64_t target, iTransactionOwner& owner,
+                                                     sys::EventLoop& loop) override
+    {
+        return std::make_unique<clRequestorTrans>(target, owner, loop, *this);
+    }
+
+private:
+    std::shared_ptr<Sender> m_sender = std::make_shared<Sender>();
+};
+
+class Call : public clMthdReqrSrv {
+public:
+    using clMthdReqrSrv::clMthdReqrSrv;
+    ~Call() override { dropRequestor(); }
+
+    void completed(std::int32_t) override { endOnce(); }
+    void delivered(std::unique_ptr<clRxTelContainer> response, const TransactionSource&) override
+    {
+        endOnce();
+        evalRespHeader(*response);
+    }
+
+private:
+    void endOnce()
+    {
+        if (m_hasEnded)
+            std::abort();
+        m_hasEnded = true;
+    }
+
+    bool m_hasEnded = false;
+};
+
+/// The next telegram of the input: a type, a length and so many bytes.
+std::optional<std::pair<TransactionType, Bytes>> nextTelegram(ByteReader& in)
+{
+    static constexpr std::uint16_t kTypes[] = {1, 2, 3, 16, 17, 18, 19, 20, 21, 99};
+    const auto type = static_cast<TransactionType>(kTypes[in.u8() % std::size(kTypes)]);
+    const std::size_t length = in.u16();
+    if (!in.good())
+        return {};
+    return std::pair{type, in.bytes(std::min(length, in.remaining()))};
+}
+
+void feed(ByteReader in, std::uint16_t label)
+{
+    while (const auto telegram = nextTelegram(in)) {
+        const auto& [type, payload] = *telegram;
+        const auto header = TransactionHeader{type, label, ownUuid()}.encode();
+        auto container = std::make_unique<clRxTelContainer>(header.size() + payload.size());
+        ByteWriter out{container->writable()};
+        out.bytes(header);
+        out.bytes(payload);
+        requestorRegistry().dispatch({kModule, kConnection, 0}, std::move(container));
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    ByteReader in{asBytes(data, size)};
+    const bool isLong = in.u8() % 2 == 1;
+    Context context;
+    sys::EventLoop loop;
+    Call call{{kModule, 1, 10}, loop, context};
+    call.prepare(makeMethodRequest({kModule, 1, 10}, std::string(isLong ? 200000 : 10, 'x')));
+    call.sendRequest();
+    // On the loop's thread, as telegrams come.
+    sys::Timer arrival{loop};
+    arrival.set(0, false, [&](bool) {
+        feed(in, call.label());
+        // As it is, without the header that feed() puts in front.
+        auto raw = std::make_unique<clRxTelContainer>(in.remaining());
+        ByteWriter{raw->writable()}.bytes(in.rest());
+        requestorRegistry().dispatch({kModule, kConnection, 0}, std::move(raw));
+        loop.stop();
+    });
+    loop.execute();
+    return 0;
+}

@@ -1,0 +1,100 @@
+// What is started and stopped for weeks on end must leave nothing behind.
+
+#include "library_with_module.h"
+
+#include <thread>
+#include <vector>
+
+namespace zel::test {
+namespace {
+
+using ManyRounds = LibraryWithModule;
+
+TEST_F(ManyRounds, OfStartAndStopLeaveNothingBehind)
+{
+    const auto round = [&](int number) {
+        ZEL_Init();
+        const std::uint64_t uuid = connected(m_module);
+        EXPECT_EQ(echo(uuid, std::string(1000, 'x')), ZEL_OK);
+        if (number % 3 == 0)
+            m_module.dropConnections();
+        if (number % 3 == 1)
+            ZEL_XCOM_Disconnect(uuid);
+        ZEL_Unload();
+    };
+    ZEL_Unload();
+    constexpr int kRounds = 1000;
+    ProcessFacts warm;
+    for (int number = 0; number < kRounds && !HasFailure(); ++number) {
+        round(number);
+        if (number == kRounds / 10) {
+            EXPECT_TRUE(m_module.waitForConnections(0, 5s));
+            m_module.clearReceived();
+            warm = processFacts();
+        }
+        if (number % 10 == 0)
+            m_module.clearReceived();
+    }
+    EXPECT_TRUE(m_module.waitForConnections(0, 5s));
+    EXPECT_TRUE(eventually([&] { return processFacts().threads <= warm.threads; }));
+    EXPECT_LE(processFacts().descriptors, warm.descriptors + 4);
+    if (isMemoryTelling()) {
+        EXPECT_LT(processFacts().residentBytes, warm.residentBytes + (4u << 20));
+    }
+}
+
+TEST_F(ManyRounds, OfConnectAndDisconnectLeaveNothingBehind)
+{
+    ProcessFacts warm;
+    for (int number = 0; number < 1000 && !HasFailure(); ++number) {
+        const std::uint64_t uuid = connected(m_module);
+        EXPECT_EQ(echo(uuid), ZEL_OK);
+        if (number % 2 == 0) {
+            EXPECT_EQ(ZEL_XCOM_Disconnect(uuid), ZEL_OK);
+        } else {
+            m_module.dropConnections();
+            EXPECT_TRUE(eventually([&] { return echo(uuid) == ZEL_CONN_UNKNOWN_UUID; }));
+        }
+        if (number % 10 == 0)
+            m_module.clearReceived();
+        if (number == 100)
+            warm = processFacts();
+    }
+    EXPECT_LE(processFacts().descriptors, warm.descriptors + 4);
+    if (isMemoryTelling()) {
+        EXPECT_LT(processFacts().residentBytes, warm.residentBytes + (4u << 20));
+    }
+}
+
+TEST_F(ManyRounds, OfStartAndStopMayRunOnSeveralThreads)
+{
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([i] {
+            for (int round = 0; round < 100; ++round) {
+                EXPECT_EQ(ZEL_Init(), 1);
+                if ((round + i) % 2 == 0)
+                    ZEL_Unload();
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    ZEL_Init();
+    EXPECT_EQ(echo(connected(m_module)), ZEL_OK);
+}
+
+TEST_F(ManyRounds, OfStopMayMeetConnectionsThatEndJustThen)
+{
+    for (int number = 0; number < 100; ++number) {
+        ZEL_Init();
+        connected(m_module);
+        std::thread dropping{
+            [&] { number % 2 ? m_module.dropConnections() : m_module.resetConnections(); }};
+        ZEL_Unload();
+        dropping.join();
+    }
+}
+
+} // namespace
+} // namespace zel::test

@@ -1,0 +1,287 @@
+// The transactions of the library as they stand on the wire, with a module that is played by hand.
+
+#include "hexadecimal.h"
+#include "library_with_module.h"
+#include "wire_peer.h"
+
+#include <future>
+#include <vector>
+
+namespace zel::test {
+namespace {
+
+constexpr const char* kUuid = "00000000feedf00d";
+constexpr std::uint64_t kModule = 0xfeedf00d;
+constexpr std::uint16_t kService = 0x0a0b;
+constexpr std::uint16_t kMethod = 0x0c0d;
+
+class Wire : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ZEL_Init();
+        std::uint64_t uuid = 0;
+        auto connecting = std::async(std::launch::async, [&] {
+            return ZEL_XCOM_ConnectToTcpIpDev("127.0.0.1", m_peer.port(), &uuid);
+        });
+        m_peer.accept();
+        m_addressRequest = m_peer.readTelegram();
+        //                        Dlen                   RESPONSE label skipped
+        m_peer.write(unhex("12345678 10 02 0010" + std::string{kUuid} + "0100 0000 00000000" +
+                           kUuid + "87654321"));
+        ASSERT_EQ(connecting.get(), ZEL_OK);
+        ASSERT_EQ(uuid, kModule);
+    }
+    void TearDown() override
+    {
+        ZEL_Unload();
+        EXPECT_TRUE(m_peer.isClosedByOther());
+    }
+
+    struct Outcome {
+        std::int32_t result = 0;
+        std::string data;
+    };
+    std::future<Outcome> send(std::string data)
+    {
+        return std::async(std::launch::async, [data = std::move(data)] {
+            Outcome outcome;
+            outcome.result = request(kModule, kService, kMethod, data, &outcome.data);
+            return outcome;
+        });
+    }
+    /// The telegram that opens the next request; what the library still acknowledged is skipped.
+    std::string readRequest()
+    {
+        for (;;) {
+            std::string telegram = m_peer.readTelegram();
+            const std::string type = hex(telegram.substr(16, 2));
+            if (type != "0001" && type != "0010")
+                continue;
+            m_label = hex(telegram.substr(18, 2));
+            return telegram;
+        }
+    }
+    /// Digits of a telegram of this type, which is four digits, for the last request.
+    std::string telegram(const std::string& type, const std::string& payload) const
+    {
+        return framed(type + m_label + m_self + payload);
+    }
+    static std::string framed(const std::string& payload, const std::string& source = kUuid)
+    {
+        return "12345678"
+               "10"
+               "01" +
+               hex64(unhex(payload).size()).substr(12) + source + payload + "87654321";
+    }
+    std::string sent(const std::string& type, const std::string& payload) const
+    {
+        return framed(type + m_label + kUuid + payload, m_self);
+    }
+
+    WirePeer m_peer;
+    std::string m_addressRequest;
+    std::string m_label;
+    const std::string m_self = hex64(ZEL_XCOM_GetOwnUUID());
+};
+
+// What every response opens with when all is well: service, method, result.
+constexpr const char* kGood = "0a0b 0c0d 00000000";
+
+TEST_F(Wire, OpensWithAnAddressRequestAndFramesRequests)
+{
+    EXPECT_EQ(hex(m_addressRequest), "12345678"
+                                     "10"
+                                     "02"
+                                     "0004" +
+                                         m_self +
+                                         "0001" // REQU_INI
+                                         "0000"
+                                         "87654321");
+    auto call = send("abc");
+    const std::string opening = readRequest();
+    EXPECT_EQ(hex(opening), "12345678"
+                            "10"
+                            "01"
+                            "0013" +
+                                m_self + "0001" + m_label + kUuid +
+                                "0a0b"
+                                "0c0d"
+                                "616263"
+                                "87654321");
+    m_peer.write(unhex(telegram("0002", std::string{"0a0b0c0d fffff3a1"} + "7a")));
+    const Outcome outcome = call.get();
+    EXPECT_EQ(outcome.result, static_cast<std::int32_t>(0xfffff3a1));
+    EXPECT_EQ(outcome.data, "z");
+}
+
+TEST_F(Wire, CutsARequestOf65536BytesIntoSegments)
+{
+    const std::string data = std::string(61436, 'a') + std::string(4096, 'b');
+    auto call = send(data);
+    const std::string opening = readRequest();
+    EXPECT_EQ(hex(opening), sent("0010", "00010000"));
+    m_peer.write(unhex(telegram("0012", "")));
+    EXPECT_EQ(hex(m_peer.readTelegram()), sent("0011", "0a0b0c0d" + hex(data.substr(0, 61436))));
+    m_peer.write(unhex(telegram("0012", "")));
+    EXPECT_EQ(hex(m_peer.readTelegram()), sent("0011", hex(data.substr(61436))));
+
+    m_peer.write(unhex(telegram("0003", "00001388")));
+    for (const char* const answer : {"0000000b", "0a0b0c0d0000", "00006f6b21"}) {
+        const bool isFirst = std::string_view{answer} == "0000000b";
+        m_peer.write(unhex(telegram(isFirst ? "0013" : "0014", answer)));
+        EXPECT_EQ(hex(m_peer.readTelegram()), sent("0015", ""));
+    }
+    const Outcome outcome = call.get();
+    EXPECT_EQ(outcome.result, ZEL_OK);
+    EXPECT_EQ(outcome.data, "ok!");
+}
+
+TEST_F(Wire, SendsWhatIsNotLongerThan65535BytesInOnePiece)
+{
+    auto fits = send(std::string(65523 - 4, 'x'));
+    EXPECT_EQ(hex(readRequest().substr(0, 18)), "12345678"
+                                                "10"
+                                                "01"
+                                                "ffff" +
+                                                    m_self + "0001");
+    m_peer.write(unhex(telegram("0002", kGood)));
+    EXPECT_EQ(fits.get().result, ZEL_OK);
+
+    // The length field has no room for these last 12 bytes: it counts from 0 again.
+    auto doesNotFit = send(std::string(65535 - 4, 'x'));
+    EXPECT_EQ(hex(m_peer.read(18)), "12345678"
+                                    "10"
+                                    "01"
+                                    "000b" +
+                                        m_self + "0001");
+    m_peer.read(65535 + 12 - 2 + 4);
+    ZEL_XCOM_Disconnect(kModule);
+    EXPECT_EQ(doesNotFit.get().result, ZEL_CONN_RECEIVE_FAILED);
+}
+
+struct Reply {
+    const char* type;
+    std::string payload;
+};
+
+TEST_F(Wire, EndsARequestThatIsAnsweredOutOfTurn)
+{
+    const std::size_t kSmall = 1;
+    const std::size_t kLarge = 65536;
+    const std::string good = kGood;
+    const Reply wait{"0003", "00001388"};
+    const Reply ten{"0013", "0000000a"};
+    const struct {
+        const char* what;
+        std::size_t size;
+        std::vector<Reply> replies;
+        std::int32_t result;
+        const char* data;
+    } cases[] = {
+        {"RESP to an announced request", kLarge, {{"0002", good}}, ZEL_TRANS_WRONG_TYPE, ""},
+        {"RESP_PEND to an announced request", kLarge, {wait}, ZEL_TRANS_WRONG_TYPE, ""},
+        {"RESP_SEG_INI to an announced request", kLarge, {ten}, ZEL_TRANS_WRONG_TYPE, ""},
+
+        {"REQ_SEG_ACK to a whole request", kSmall, {{"0012", ""}}, ZEL_TRANS_WRONG_TYPE, ""},
+        {"RESP_SEG_INI at once", kSmall, {ten}, ZEL_TRANS_WRONG_TYPE, ""},
+        {"RESP_SEG at once", kSmall, {{"0014", good}}, ZEL_TRANS_WRONG_TYPE, ""},
+        {"RESP_SEG_ACK", kSmall, {{"0015", ""}}, ZEL_TRANS_WRONG_TYPE, ""},
+        {"type 0", kSmall, {{"0000", ""}}, ZEL_TRANS_WRONG_TYPE, ""},
+        {"type ffff", kSmall, {{"ffff", ""}}, ZEL_TRANS_WRONG_TYPE, ""},
+        {"short RESP_PEND", kSmall, {{"0003", "0001"}}, ZEL_TRANS_INVALID_FORMAT, ""},
+        {"long RESP_PEND", kSmall, {{"0003", "0000000001"}}, ZEL_TRANS_INVALID_FORMAT, ""},
+
+        {"RESP_PEND twice", kSmall, {wait, wait}, ZEL_TRANS_WRONG_TYPE, ""},
+        {"RESP_SEG unannounced", kSmall, {wait, {"0014", good}}, ZEL_TRANS_WRONG_TYPE, ""},
+        {"short RESP_SEG_INI", kSmall, {wait, {"0013", "0001"}}, ZEL_TRANS_INVALID_FORMAT, ""},
+        {"empty RESP_SEG_INI", kSmall, {wait, {"0013", ""}}, ZEL_TRANS_INVALID_FORMAT, ""},
+
+        {"RESP among segments", kSmall, {wait, ten, {"0002", good}}, ZEL_TRANS_WRONG_TYPE, ""},
+        {"RESP_PEND among segments", kSmall, {wait, ten, wait}, ZEL_TRANS_WRONG_TYPE, ""},
+        {"RESP_SEG_INI twice", kSmall, {wait, ten, ten}, ZEL_TRANS_WRONG_TYPE, ""},
+
+        {"empty RESP", kSmall, {{"0002", ""}}, ZEL_SRV_RESPONSE_MISMATCH, ""},
+        {"RESP without its last byte",
+         kSmall,
+         {{"0002", "0a0b0c0d 000000"}},
+         ZEL_SRV_RESPONSE_MISMATCH,
+         ""},
+        {"other service", kSmall, {{"0002", "0a0c0c0d 00000000"}}, ZEL_SRV_RESPONSE_MISMATCH, ""},
+        {"other method", kSmall, {{"0002", "0a0b0c0c 00000000"}}, ZEL_SRV_RESPONSE_MISMATCH, ""},
+        {"a response of no segments",
+         kSmall,
+         {wait, {"0013", "00000000"}, {"0014", ""}},
+         ZEL_SRV_RESPONSE_MISMATCH,
+         ""},
+
+        {"segments, one of them empty",
+         kSmall,
+         {wait, ten, {"0014", good}, {"0014", ""}, {"0014", "6f6b"}},
+         ZEL_OK,
+         "ok"},
+        {"a segment longer than what is expected, then the right one",
+         kSmall,
+         {wait, ten, {"0014", good}, {"0014", "212121"}, {"0014", "6f6b"}},
+         ZEL_OK,
+         "ok"},
+        {"RESP after RESP_PEND", kSmall, {wait, {"0002", good + "6f6b"}}, ZEL_OK, "ok"},
+    };
+    for (const auto& c : cases) {
+        auto call = send(std::string(c.size, 'r'));
+        readRequest();
+        std::string bytes;
+        for (const Reply& reply : c.replies)
+            bytes += unhex(telegram(reply.type, hex(unhex(reply.payload))));
+        m_peer.write(bytes);
+        ASSERT_EQ(call.wait_for(2500ms), std::future_status::ready) << c.what;
+        const Outcome outcome = call.get();
+        EXPECT_EQ(outcome.result, c.result) << c.what;
+        EXPECT_EQ(outcome.data, c.data) << c.what;
+    }
+}
+
+TEST_F(Wire, PassesOverWhatDoesNotBelongToTheRequest)
+{
+    auto call = send("q");
+    readRequest();
+    const std::string answer = std::string{kGood} + "21";
+    const std::string otherLabel = m_label == "0001" ? "0002" : "0001";
+    const std::string others[] = {
+        framed("0001" + m_label + m_self + answer),         // a request
+        framed("0002" + otherLabel + m_self + answer),      // another transaction
+        framed("0002" + m_label + kUuid + answer),          // to another node
+        framed("0002" + m_label + m_self + answer, m_self), // from another node
+        framed("0002" + m_label + m_self.substr(2)),        // one byte short of a header
+        framed(""),
+    };
+    for (const std::string& other : others)
+        m_peer.write(unhex(other));
+    EXPECT_EQ(call.wait_for(50ms), std::future_status::timeout);
+    m_peer.write(unhex(telegram("0002", hex(unhex(std::string{kGood} + "6f6b")))));
+    // Once it has its answer, a second one is nobody's.
+    m_peer.write(unhex(telegram("0002", hex(unhex(std::string{kGood} + "6f6b")))));
+    EXPECT_EQ(call.get().data, "ok");
+}
+
+TEST_F(Wire, TakesAnswersInWhateverOrderTheyCome)
+{
+    constexpr int kRequests = 8;
+    std::vector<std::future<Outcome>> calls;
+    std::vector<std::string> answers;
+    for (int i = 0; i < kRequests; ++i) {
+        calls.push_back(send(std::string(1, static_cast<char>('a' + i))));
+        readRequest();
+        answers.push_back(telegram("0002", hex(unhex(kGood)) + hex64(static_cast<unsigned>(i))));
+    }
+    for (int i = kRequests - 1; i >= 0; --i)
+        m_peer.write(unhex(answers[static_cast<std::size_t>(i)]));
+    for (int i = 0; i < kRequests; ++i) {
+        const Outcome outcome = calls[static_cast<std::size_t>(i)].get();
+        EXPECT_EQ(outcome.result, ZEL_OK);
+        EXPECT_EQ(hex(outcome.data), hex64(static_cast<unsigned>(i)));
+    }
+}
+
+} // namespace
+} // namespace zel::test
