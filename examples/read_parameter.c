@@ -2,9 +2,9 @@
  *
  *   read_parameter [ADDRESS [PORT]]
  */
-#include <ZEL_VR_Framework.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <ZEL_VR_Framework.h>
 
 int main(int argc, char** argv)
 {

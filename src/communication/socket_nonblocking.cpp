@@ -92,7 +92,7 @@ void SocketNonblocking::registerWithLoop()
     m_readiness.loop().addEvent(m_readiness.event(), [this, handler = m_dataCallback] {
         return handler ? handler(*this) : -1;
     });
-    m_readiness.post();
+    m_readiness.arm();
 }
 
 void SocketNonblocking::leaveLoop()
@@ -125,10 +125,16 @@ int SocketNonblocking::receive(MutableBytes buffer)
         return -1;
     }
     int count = readIntoBoth(buffer);
-    // A notice that completes at once tells that data came between the read and the request.
-    while (count < 0 && m_lastFailure == Failure::wouldBlock && m_isRegistered &&
-           m_readiness.post() == sys::Readiness::Posted::completed)
+    while (count < 0 && m_lastFailure == Failure::wouldBlock && m_isRegistered) {
+        const sys::Readiness::Posted posted = m_readiness.post();
+        if (posted == sys::Readiness::Posted::pending)
+            break;
+        // Data came, or the connection broke, between the read and the request for a notice.
         count = readIntoBoth(buffer);
+        // Without a notice nobody would ever look again.
+        if (posted == sys::Readiness::Posted::failed && m_lastFailure == Failure::wouldBlock)
+            m_lastFailure = Failure::other;
+    }
     return count;
 }
 

@@ -34,6 +34,8 @@ public:
     void postWake();
 
 #ifdef _WIN32
+    /// Lets the event's callback be called.
+    void postEvent(EventId id);
     void* handle() const
     {
         return m_port;

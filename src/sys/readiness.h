@@ -26,7 +26,11 @@ public:
     const Event& event() const { return m_event; }
     EventLoop& loop() const { return m_loop; }
 
-    /// Asks to be told of the next input. `completed`: there is some already.
+    /// Asks for the first notice, from any thread. The event's callback is called at once where it
+    /// has to ask itself, by a read that finds nothing: Windows calls off what a thread has asked
+    /// for when that thread ends, so that only the loop's own thread may ask.
+    void arm();
+    /// On the loop's thread: asks to be told of the next input. `completed`: there is some already.
     Posted post();
     /// From now on completions are dropped, whatever they tell.
     void retire();

@@ -13,8 +13,7 @@ public:
     class Pass {
     public:
         Pass(Turnstile& turnstile, std::chrono::milliseconds limit)
-            : m_turnstile(turnstile),
-              m_isThrough(turnstile.enter(limit))
+            : m_turnstile(turnstile), m_isThrough(turnstile.enter(limit))
         {
         }
         ~Pass()

@@ -81,7 +81,7 @@ TEST_F(LostConnection, FailsToConnectWithItsCodeInItsTime)
                              modules[i]->port());
     }
     threads.emplace_back(run, "refused", ZEL_TCP_CONNECT_FAILED, 0ms, gone.address(), gone.port());
-    for (const char* const name : {"nowhere.invalid", "", "127.0.0.1:1", "300.1.1.1"})
+    for (const char* const name : {"nowhere.invalid", "127.0.0.1:1", "300.1.1.1"})
         threads.emplace_back(run, name, ZEL_TCP_CONNECT_FAILED, 0ms, name, m_module.port());
     for (std::thread& thread : threads)
         thread.join();
@@ -190,15 +190,15 @@ TEST_F(LostConnection, BoundsWhatAModuleThatStopsReadingCanHoldUp)
         EXPECT_LT(own.elapsed(), kSlack) << "the others go on meanwhile";
         std::this_thread::sleep_for(20ms);
     }
-    int failedToSend = 0;
+    int heldUp = 0;
     for (auto& call : calls) {
         const std::int32_t result = call.get();
-        failedToSend += result == ZEL_CONN_SEND_FAILED;
+        heldUp += result != ZEL_TRANS_TIMEOUT_ACKNOWLEDGE;
         EXPECT_TRUE(result == ZEL_CONN_SEND_FAILED || result == ZEL_CONN_RECEIVE_FAILED ||
                     result == ZEL_TRANS_TIMEOUT_ACKNOWLEDGE)
             << result;
     }
-    EXPECT_GT(failedToSend, 0);
+    EXPECT_GT(heldUp, 0) << "the system has taken it all";
     // One wait for the turn, one for the peer, one for the acknowledge.
     EXPECT_LT(watch.elapsed(), 9s + kSlack);
     stuck.clearFaults();

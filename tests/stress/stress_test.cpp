@@ -160,6 +160,9 @@ protected:
         auto made = fault(FaultKind::silence, Milliseconds{upTo(random, 300)},
                           static_cast<unsigned>(1 + upTo(random, 3)), 1 + upTo(random, 1000));
         made.kind = static_cast<FaultKind>(upTo(random, static_cast<int>(FaultKind::stopReading)));
+        // Nobody can tell it from the right answer when another request waits under that label.
+        if (made.kind == FaultKind::wrongLabel)
+            return;
         made.onAddressResolution = upTo(random, 5) == 0;
         made.lasting = 1000ms;
         if (made.kind == FaultKind::byteByByte)

@@ -21,6 +21,8 @@ Readiness::Readiness(EventLoop& loop) : m_loop(loop)
 
 Readiness::~Readiness() = default;
 
+void Readiness::arm() {}
+
 Readiness::Posted Readiness::post()
 {
     return Posted::pending;

@@ -66,9 +66,11 @@ PortTwin::WakeUp PortTwin::wait(int limitMs, EventLog& log)
     if (isAbandoned)
         return {};
     if (succeeded) {
-        if (overlapped)
-            return {Reason::event, key, {}};
-        return {key == kStopKey ? Reason::stop : Reason::again, 0, {}};
+        if (key == kStopKey)
+            return {Reason::stop, 0, {}};
+        if (key == kWakeUpKey)
+            return {};
+        return {Reason::event, key, {}};
     }
     if (!overlapped) {
         if (error != WAIT_TIMEOUT)
@@ -86,6 +88,11 @@ PortTwin::WakeUp PortTwin::wait(int limitMs, EventLog& log)
 void PortTwin::postStop()
 {
     PostQueuedCompletionStatus(m_port, 0, kStopKey, nullptr);
+}
+
+void PortTwin::postEvent(EventId id)
+{
+    PostQueuedCompletionStatus(m_port, 0, static_cast<ULONG_PTR>(id), nullptr);
 }
 
 void PortTwin::postWake()

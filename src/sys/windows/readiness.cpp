@@ -46,6 +46,11 @@ void Readiness::renew()
     m_event = {idOf(m_block), kNoSocket};
 }
 
+void Readiness::arm()
+{
+    m_loop.port().postEvent(m_event.id);
+}
+
 Readiness::Posted Readiness::post()
 {
     if (isPending())
