@@ -30,7 +30,7 @@ struct Options {
 constexpr const char* kExamples = R"(
 Examples:
   zel-sim
-      one module on 127.0.0.1, port 55000; connect with 'zel read 127.0.0.1 ...'
+      one module on 127.0.0.1, port 55000; connect with 'zel get 127.0.0.1 System/Name'
   zel-sim --modules 3 --port 0
       three modules on free ports; the lines that it prints tell which
   zel-sim --fault delay:1/10:800ms --fault wrong-trailer:6/23:x1
