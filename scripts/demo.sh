@@ -120,6 +120,31 @@ try zel schema $module --section Amplifier/Range --pretty
 say "Any result code in words:"
 try zel text 0xFFF0ADB2
 
+say "The sensors: write a TEDS memory and read it back"
+printf 'what the sensor tells of itself' >"$work/teds.bin"
+try zel teds write $module 1 "$work/teds.bin"
+try zel teds read $module 1
+
+say "Controls act: zero a signal, flash the LED to find the module in the rack"
+try zel zero $module 0 1
+try zel led $module 0 1
+
+say "How is it?"
+try zel errors $module
+try zel status $module
+try zel topology $module
+
+say "Files, there and back:"
+try zel file put $module "$work/teds.bin" data/teds.bin
+try zel file get $module data/teds.bin "$work/back.bin"
+cmp -s "$work/teds.bin" "$work/back.bin" || fail "the file came back as another one"
+
+say "New firmware, with flashing until it is done, and a restart:"
+mkdir "$work/firmware"
+head -c 1048576 /dev/urandom >"$work/firmware/pImage"
+try zel firmware write $module "$work/firmware"
+try zel restart $module --wait 20
+
 say "Back to how it was:"
 try zel set $module System/Name "$before"
 

@@ -1,4 +1,8 @@
 #include "call_pattern.h"
+#include "library_version.h"
+#include "process_wide.h"
+
+#include <string>
 
 using namespace zel;
 
@@ -156,5 +160,10 @@ const char* ZEL_XUTIL_GetLastXmlError()
 
 const char* ZEL_XUTIL_GetDllVersion()
 {
-    return "";
+    try {
+        static ProcessWide<std::string> version{libraryVersion()};
+        return version->c_str();
+    } catch (...) {
+        return "";
+    }
 }

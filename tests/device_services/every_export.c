@@ -66,6 +66,9 @@ static int file_is(const char* name, const char* expected)
 
 static void parameters(void)
 {
+    int numbers[4];
+    HOLDS(sscanf(ZEL_XUTIL_GetDllVersion(), "%d.%d.%d.%d", &numbers[0], &numbers[1], &numbers[2],
+                 &numbers[3]) == 4);
     double range = 0;
     GIVES(0, ZEL_XPAR_ReadPar(module, 1, "System", "Name", OUT));
     HOLDS(has("MOD-1"));
