@@ -99,7 +99,8 @@ if [ "$all" = yes ]; then
     stage "Address sanitizer build" scripts/build.sh linux-asan
     stage shown "Address sanitizer tests" run_tests linux-asan
     stage "Thread sanitizer build" scripts/build.sh linux-tsan
-    stage shown "Thread sanitizer tests" run_tests linux-tsan
+    # The stress test's full minute, where races would show.
+    ZEL_STRESS_SECONDS=60 stage shown "Thread sanitizer tests" run_tests linux-tsan
     stage "Windows build" scripts/build.sh windows
     stage shown "Windows exports" scripts/check-exports.sh windows
     stage shown "Windows tests" run_tests windows
