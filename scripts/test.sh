@@ -103,6 +103,8 @@ if [ "$all" = yes ]; then
     ZEL_STRESS_SECONDS=60 stage shown "Thread sanitizer tests" run_tests linux-tsan
     stage "Windows build" scripts/build.sh windows
     stage shown "Windows exports" scripts/check-exports.sh windows
+    # Made once here, so that no test has to wait for it.
+    stage "Wine" scripts/wine.sh cmd /c exit
     stage shown "Windows tests" run_tests windows
     stage "Fuzz build" scripts/build.sh fuzz
     stage "Fuzz targets" fuzz_briefly

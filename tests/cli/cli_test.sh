@@ -23,7 +23,7 @@ start_module() {
     local log=$work/simulator.${#simulators[@]}
     "$simulator" --port 0 "$@" >"$log" 2>&1 &
     simulators+=($!)
-    for _ in $(seq 200); do
+    for _ in $(seq 1200); do
         module=$(grep -om1 '127\.0\.0\.1:[0-9]*' "$log") && return
         sleep 0.05
     done
@@ -208,7 +208,7 @@ if [ "$(head -c 2 "$zel")" != '#!' ]; then
     start_module --fault delay:1/10:1500ms
     "$zel" get "$module" System/Name --log >out 2>err &
     process=$!
-    for _ in $(seq 200); do
+    for _ in $(seq 1200); do
         grep -q 'tx: REQ ' err && break
         sleep 0.05
     done

@@ -11,7 +11,7 @@ trap 'kill "$running" 2>/dev/null || true; wait; rm -rf "$work"' EXIT
 "$simulator" --port 0 >"$work/log" 2>&1 &
 running=$!
 port=
-for _ in $(seq 200); do
+for _ in $(seq 1200); do
     port=$(grep -om1 '127\.0\.0\.1:[0-9]*' "$work/log" | cut -d: -f2) && break
     sleep 0.05
 done
