@@ -140,6 +140,8 @@ private:
         } else if (type == FixedAnswerModule::kStream ||
                    type == FixedAnswerModule::kAcknowledgedStream) {
             stream(type == FixedAnswerModule::kAcknowledgedStream);
+        } else if (type == FixedAnswerModule::kUpload) {
+            takeUpload();
         } else {
             answerRequest(incoming);
         }
@@ -149,18 +151,71 @@ private:
     {
         ByteReader in{asBytes(incoming.payload.data(), incoming.payload.size())};
         const auto header = TransactionHeader::decode(in);
+        if (!header)
+            return;
+        if (header->type == TransactionType::requestSegmentInit) {
+            takeSegments(*header, incoming.frame.source, in.u32());
+            return;
+        }
         const auto request = MethodRequestHeader::decode(in);
-        if (!header || !request)
+        if (!request)
             return;
         std::string response;
         append(response, MethodResponseHeader{request->service, request->method, 0}.encode());
-        if (request->method == 10) {
+        if (request->service == 1 && request->method == 10)
             response += kValue;
+        else if (request->service == 1 && request->method == 1) {
+            // Made once: the bare stream has its bytes ready too.
+            if (m_longAnswer.empty())
+                m_longAnswer =
+                    response.append(FixedAnswerModule::kLongAnswer - response.size(), 'x');
+            sendSegments(*header, incoming.frame.source, m_longAnswer);
+            return;
+        } else if (request->service == 1)
+            response.append(viewNumber(incoming.payload), 'x');
+        if (response.size() > kSegmentSize)
+            sendSegments(*header, incoming.frame.source, response);
+        else
             sendAll(m_socket, transaction(m_uuid, TransactionType::response, header->label,
                                           incoming.frame.source, response));
-        } else {
-            response.append(FixedAnswerModule::kLongAnswer - response.size(), 'x');
-            sendSegments(*header, incoming.frame.source, response);
+    }
+
+    static std::size_t viewNumber(const std::string& request)
+    {
+        const std::size_t at = request.find("<View>");
+        return at == std::string::npos ? 0 : std::strtoul(request.c_str() + at + 6, nullptr, 10);
+    }
+
+    void takeSegments(const TransactionHeader& request, std::uint64_t host, std::size_t length)
+    {
+        MethodRequestHeader method;
+        for (std::size_t taken = 0; taken < length;) {
+            sendAll(m_socket, transaction(m_uuid, TransactionType::requestSegmentAck, request.label,
+                                          host, {}));
+            const auto segment = receiveTelegram();
+            if (!segment || segment->payload.size() <= TransactionHeader::kSize)
+                return;
+            if (taken == 0) {
+                ByteReader in{asBytes(segment->payload.data(), segment->payload.size())};
+                in.skip(TransactionHeader::kSize);
+                method = MethodRequestHeader::decode(in).value_or(MethodRequestHeader{});
+            }
+            taken += segment->payload.size() - TransactionHeader::kSize;
+        }
+        std::string response;
+        append(response, MethodResponseHeader{method.service, method.method, 0}.encode());
+        sendAll(m_socket,
+                transaction(m_uuid, TransactionType::response, request.label, host, response));
+    }
+
+    void takeUpload()
+    {
+        std::vector<char> chunk(kSegmentSize);
+        for (std::size_t taken = 0; taken < FixedAnswerModule::kLongAnswer;) {
+            const std::size_t size = std::min(kSegmentSize, FixedAnswerModule::kLongAnswer - taken);
+            if (!receiveAll(m_socket, chunk.data(), size) || !sendAll(m_socket, "done"))
+                return;
+            taken += size;
         }
     }
 
@@ -198,6 +253,7 @@ private:
 
     const int m_socket;
     const std::uint64_t m_uuid;
+    std::string m_longAnswer;
 };
 
 [[noreturn]] void serveForEver(int listening)
@@ -291,6 +347,11 @@ std::string streamTelegram(bool isAcknowledged)
                                                   ? FixedAnswerModule::kAcknowledgedStream
                                                   : FixedAnswerModule::kStream),
                     1, {});
+}
+
+std::string uploadTelegram()
+{
+    return telegram(static_cast<TelegramType>(FixedAnswerModule::kUpload), 1, {});
 }
 
 } // namespace zel::bench

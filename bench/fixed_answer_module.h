@@ -15,6 +15,8 @@ inline constexpr std::size_t kSegmentSize = 61440;
 ///
 ///   1/10 ReadPar     the answer "12.500000"
 ///   1/1  ReadXML     RESP_PEND and an answer in segments, of `kLongAnswer` bytes in all
+///   1/3  ReadXSD     an answer of as many bytes as the view's number says, in segments from 60 KiB
+///   6/20 WriteFile   taken in segments and answered with nothing, as any other method is
 ///   a telegram of type kStream, with or without an acknowledge for each chunk: the same number of
 ///   bytes in the same chunks, bare
 class FixedAnswerModule {
@@ -22,6 +24,9 @@ public:
     static constexpr std::size_t kLongAnswer = std::size_t{64} << 20;
     static constexpr std::uint8_t kStream = 200;
     static constexpr std::uint8_t kAcknowledgedStream = 201;
+    /// The other way round: `kLongAnswer` bytes come in chunks and are acknowledged by four bytes
+    /// each.
+    static constexpr std::uint8_t kUpload = 202;
 
     /// Forks; before the process has any other thread.
     FixedAnswerModule();
@@ -57,5 +62,6 @@ private:
 std::string readParTelegram();
 std::size_t readParAnswerSize();
 std::string streamTelegram(bool isAcknowledged);
+std::string uploadTelegram();
 
 } // namespace zel::bench

@@ -80,7 +80,7 @@ TEST_F(Answers, CutTextsToTheirFields)
         ASSERT_EQ(ZEL_XSTAT_GetModuleStatus(m_uuid, list.get()), ZEL_OK);
         ASSERT_EQ(list->count, 2U);
         const ZEL_StatusEntry& entry = list->entries[0];
-        EXPECT_EQ(entry.value, ~std::uint64_t{0});
+        EXPECT_EQ(std::uint64_t{entry.value}, ~std::uint64_t{0}); // packed: no reference to it
         EXPECT_EQ(
             static_cast<std::size_t>(std::count(std::begin(entry.info), std::end(entry.info), 'i')),
             std::min<std::size_t>(size, 128));
@@ -124,7 +124,7 @@ TEST_F(Answers, OfConnectedModulesComeWholeOrNotAtAll)
     EXPECT_EQ(count, 0U);
     EXPECT_EQ(ZEL_XSTAT_GetConnectedModules(m_uuid, modules.data(), &count, 3), ZEL_OK);
     EXPECT_EQ(count, 3U);
-    EXPECT_EQ(modules[2].uuid, 18446744073709551614U);
+    EXPECT_EQ(std::uint64_t{modules[2].uuid}, 18446744073709551614U);
     EXPECT_EQ(modules[2].deviceType, 6U);
     EXPECT_EQ(modules[2].activeInterface, 9U);
     EXPECT_EQ(modules[0].reserved[15], 0x5A) << "the reserved bytes are the caller's";
