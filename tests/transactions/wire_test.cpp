@@ -21,6 +21,7 @@ protected:
     {
         ZEL_Init();
         std::uint64_t uuid = 0;
+        // The thread that connects ends here, long before the first answer is received.
         auto connecting = std::async(std::launch::async, [&] {
             return ZEL_XCOM_ConnectToTcpIpDev("127.0.0.1", m_peer.port(), &uuid);
         });
