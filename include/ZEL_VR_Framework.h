@@ -276,6 +276,7 @@ ZEL_LAYOUT(sizeof(ZEL_SegmentArray) == 22536);
 
 #define ZEL_SIGNAL_ID_SIZE 128
 #define ZEL_PATH_SIZE 256
+#define ZEL_UNIT_SIZE 32
 
 /** The value of a record header that belongs to the record as a whole; the kind and the data type
  *  tell which member holds it, see ZEL_DaqHeader. A 4-byte value occupies the first four bytes. */
@@ -319,6 +320,13 @@ typedef struct ZEL_SignalInfoEx {
     uint32_t channel;         /**< counted from 1 */
     uint32_t signal;          /**< counted from 1 */
     char path[ZEL_PATH_SIZE]; /**< parameter path of the signal */
+    char name[ZEL_SIGNAL_ID_SIZE];
+    char unit[ZEL_UNIT_SIZE];
+    double sampleRate;   /**< in hertz; 0 for time-stamped values */
+    uint32_t dataType;   /**< ZEL_DaqHeader::dataType of its records; 0 where the module is silent */
+    uint32_t recordKind; /**< ZEL_DaqHeader::kind of its records */
+    uint32_t isEnabled;  /**< 1 when the signal is switched on */
+    uint32_t reserved;
 } ZEL_SignalInfoEx;
 
 /** The current value of one signal; the largest finite double stands for "no value". */
@@ -333,8 +341,11 @@ ZEL_LAYOUT(offsetof(ZEL_DaqHeader, count) == 4);
 ZEL_LAYOUT(offsetof(ZEL_DaqHeader, timeStamp) == 8);
 ZEL_LAYOUT(offsetof(ZEL_DaqHeader, extra) == 16);
 ZEL_LAYOUT(sizeof(ZEL_SignalInfo) == 128);
-ZEL_LAYOUT(sizeof(ZEL_SignalInfoEx) == 400);
+ZEL_LAYOUT(sizeof(ZEL_SignalInfoEx) == 584);
 ZEL_LAYOUT(offsetof(ZEL_SignalInfoEx, path) == 144);
+ZEL_LAYOUT(offsetof(ZEL_SignalInfoEx, name) == 400);
+ZEL_LAYOUT(offsetof(ZEL_SignalInfoEx, sampleRate) == 560);
+ZEL_LAYOUT(offsetof(ZEL_SignalInfoEx, isEnabled) == 576);
 ZEL_LAYOUT(sizeof(ZEL_MeasuredValue) == 136);
 
 /* ------------------------------------------------------------------------------------------------

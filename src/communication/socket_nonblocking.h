@@ -58,6 +58,10 @@ public:
     void disconnect();
 
     sys::EventLoop& loop() const { return m_readiness.loop(); }
+    /// What it is registered with, until it is disconnected.
+    const sys::Event& event() const { return m_readiness.event(); }
+    /// True when a read would not need to ask the system. On the receiving thread.
+    bool hasBuffered() const { return m_filled > m_position; }
     bool checkSockAddr(const sockaddr* address, std::size_t length) const;
 
 private:

@@ -75,8 +75,11 @@ void clTcpTelHndlr::close()
 int clTcpTelHndlr::onReadable()
 {
     const int result = receiveTelegrams();
-    if (result > 0)
-        return result;
+    if (result > 0) {
+        // Whoever receives on a lent connection asks the system again before it is taken back: a
+        // read that finds nothing can be spared.
+        return m_isLent && !m_socket->hasBuffered() ? 0 : result;
+    }
     if (result < 0) {
         using communication::native::Failure;
         const Failure failure = m_socket->lastFailure();
@@ -174,7 +177,7 @@ int clTcpTelHndlr::send(std::span<const Bytes> payload)
     parts[count++] = trailerBytes;
 
     logFrame(header, FrameDirection::sent);
-    const int stallMs = m_loop->isLoopThread() ? kLoopSendStallMs : kSendStallMs;
+    const int stallMs = m_loop->isDispatching() ? kLoopSendStallMs : kSendStallMs;
     auto result = SocketNonblocking::SendResult::nothingSent;
     {
         const sys::Turnstile::Pass pass{m_sendTurn, std::chrono::milliseconds{stallMs}};
@@ -187,6 +190,29 @@ int clTcpTelHndlr::send(std::span<const Bytes> payload)
     if (result == SocketNonblocking::SendResult::brokenOff)
         m_transactions.connectionLost(*this);
     return -1;
+}
+
+bool clTcpTelHndlr::beginReception()
+{
+    if (m_isLent.exchange(true))
+        return false;
+    if (!m_isClosed && m_loop->lend(m_socket->event()))
+        return true;
+    m_isLent = false;
+    return false;
+}
+
+void clTcpTelHndlr::receiveUntil(const sys::EventFlag& flag)
+{
+    m_loop->serve(m_socket->event(), flag);
+}
+
+void clTcpTelHndlr::endReception()
+{
+    // In this order: a callback that stopped early because the connection was lent is followed by
+    // the loop's asking anew.
+    m_isLent = false;
+    m_loop->takeBack(m_socket->event());
 }
 
 bool clTcpTelHndlr::isConnectedTo(const sockaddr* address, std::size_t length) const

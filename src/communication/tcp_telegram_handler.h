@@ -33,6 +33,11 @@ public:
     int send(std::span<const Bytes> payload) override;
     std::uint64_t connectionId() const override { return m_id; }
 
+    /// One thread at a time; the loop's thread receives for the others.
+    bool beginReception() override;
+    void receiveUntil(const sys::EventFlag& flag) override;
+    void endReception() override;
+
     std::uint64_t peer() const { return m_peer; }
     bool isConnectedTo(const sockaddr* address, std::size_t length) const;
 
@@ -51,7 +56,7 @@ private:
     sys::EventLoop* const m_loop;
     iTransactionHandler& m_transactions;
 
-    // event-loop thread only
+    // inside the loop's callback only
     std::array<std::byte, kFrameHeaderSize> m_header;
     std::array<std::byte, kFrameTrailerSize> m_trailer;
     std::size_t m_headerReceived = 0;
@@ -61,6 +66,7 @@ private:
 
     // any thread
     std::atomic<bool> m_isClosed = false;
+    std::atomic<bool> m_isLent = false; // a waiting thread receives in the loop thread's place
     sys::Turnstile m_sendTurn; // one telegram at a time on the stream
 };
 

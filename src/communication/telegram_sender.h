@@ -7,6 +7,10 @@
 
 namespace zel {
 
+namespace sys {
+class EventFlag;
+}
+
 /// A way for the payload of one telegram to leave; the sender adds the frame.
 class iTelegramSender {
 public:
@@ -17,6 +21,15 @@ public:
     /// Tells connections apart, also when they go to the same module one after the other; 0 where
     /// there is no connection.
     virtual std::uint64_t connectionId() const = 0;
+
+    /// A thread that is going to wait for the answer to what it sends may ask to receive on this
+    /// connection itself; false when somebody does already, or nobody can. Each success is followed
+    /// by one endReception().
+    virtual bool beginReception() { return false; }
+    /// Receives whatever comes, for whomever, until the flag is set or nothing has come for some
+    /// milliseconds. Without any of the transactions' locks.
+    virtual void receiveUntil(const sys::EventFlag&) {}
+    virtual void endReception() {}
 };
 
 } // namespace zel

@@ -1,5 +1,7 @@
 #include "event_loop.h"
 
+#include "event_flag.h"
+#include "looking_permit.h"
 #include "port_twin.h"
 
 #include <algorithm>
@@ -11,6 +13,24 @@ namespace zel::sys {
 namespace {
 
 constexpr std::size_t kInitialBuckets = 8;
+constexpr int kServingMs = 5;
+
+/// Says which thread calls back; callbacks may be nested.
+class DispatchMark {
+public:
+    explicit DispatchMark(std::atomic<std::thread::id>& dispatcher)
+        : m_dispatcher(dispatcher), m_before(dispatcher.load(std::memory_order_relaxed))
+    {
+        m_dispatcher.store(std::this_thread::get_id(), std::memory_order_relaxed);
+    }
+    ~DispatchMark() { m_dispatcher.store(m_before, std::memory_order_relaxed); }
+    DispatchMark(const DispatchMark&) = delete;
+    DispatchMark& operator=(const DispatchMark&) = delete;
+
+private:
+    std::atomic<std::thread::id>& m_dispatcher;
+    const std::thread::id m_before;
+};
 
 } // namespace
 
@@ -70,7 +90,7 @@ int EventLoop::eraseEvent(const Event& event)
     return 0;
 }
 
-void EventLoop::dispatch(EventId id, bool mayRepeat)
+bool EventLoop::dispatch(EventId id, bool mayRepeat)
 {
     int more = 0;
     do {
@@ -79,10 +99,33 @@ void EventLoop::dispatch(EventId id, bool mayRepeat)
         const std::lock_guard lock{m_mutex};
         const auto found = m_events.find(id);
         if (found == m_events.end())
-            return;
+            return false;
+        const DispatchMark mark{m_dispatcher};
         callback = found->second;
         more = (*callback)();
     } while (mayRepeat && more > 0);
+    return true;
+}
+
+bool EventLoop::lend(const Event& event)
+{
+    return m_port->ignore(event);
+}
+
+void EventLoop::serve(const Event& event, const EventFlag& flag)
+{
+    if (const LookingPermit permit; permit.isGranted()) {
+        const bool hasCome = permit.look([&] { return m_port->hasInput(event, 0); });
+        if (hasCome && !dispatch(event.id, true))
+            return;
+    }
+    while (!flag.isSet() && m_port->hasInput(event, kServingMs) && dispatch(event.id, true)) {
+    }
+}
+
+void EventLoop::takeBack(const Event& event)
+{
+    m_port->notice(event);
 }
 
 int EventLoop::waitLimitMs() const

@@ -13,6 +13,7 @@
 
 namespace zel::sys {
 
+class EventFlag;
 class PortTwin;
 
 using EventId = std::uint64_t;
@@ -57,7 +58,27 @@ public:
 
     /// False once execute() has ended by itself: no timer will ever expire again.
     bool canRun() const { return !m_hasEnded.load(); }
+    /// True inside a callback, whichever thread runs it, and anywhere on the loop's own thread.
+    bool isDispatching() const
+    {
+        return isLoopThread() || m_dispatcher.load() == std::this_thread::get_id();
+    }
     bool isLoopThread() const { return m_thread.load() == std::this_thread::get_id(); }
+
+    // A thread that waits for an answer may take it from the socket itself: being woken by the
+    // loop's thread would cost about as much as the round trip in a local network. The others and
+    // all timers stay with the loop's thread meanwhile.
+
+    /// From now on the loop's thread does not notice the socket's input, though it may still call
+    /// back for what it has noticed before. False where the system cannot do that.
+    bool lend(const Event& event);
+    /// Calls the event's callback for its input on this thread, until the flag is set, the event
+    /// is erased or nothing has come for some milliseconds. Without any of the loop's or the
+    /// transactions' locks.
+    void serve(const Event& event, const EventFlag& flag);
+    /// Ends what lend() began. Input that is already there is noticed too.
+    void takeBack(const Event& event);
+
     TimerQueue& timers() { return m_timers; }
     PortTwin& port() { return *m_port; }
 
@@ -66,7 +87,8 @@ private:
 
     using Events = std::unordered_map<EventId, std::shared_ptr<const EventCallback>, EventIdHash>;
 
-    void dispatch(EventId id, bool mayRepeat);
+    /// False when there is no such event.
+    bool dispatch(EventId id, bool mayRepeat);
     /// Milliseconds until the next timer, rounded up; -1 for no limit.
     int waitLimitMs() const;
 
@@ -76,6 +98,7 @@ private:
     // any thread; callbacks run with it held
     std::recursive_mutex m_mutex;
     Events m_events;
+    std::atomic<std::thread::id> m_dispatcher{}; // written under m_mutex
 
     TimerQueue m_timers;
     std::atomic<bool> m_hasEnded = false;

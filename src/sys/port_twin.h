@@ -28,6 +28,11 @@ public:
     /// Watches the event's socket; nothing when that worked, else the system's text.
     std::optional<std::string> watch(const Event& event);
     void unwatch(const Event& event);
+    /// Stops telling of a watched socket's input, until notice(); false where that cannot be.
+    bool ignore(const Event& event);
+    void notice(const Event& event);
+    /// Waits for input on an ignored socket, on the calling thread.
+    static bool hasInput(const Event& event, int limitMs);
 
     WakeUp wait(int limitMs, EventLog& log);
     void postStop();

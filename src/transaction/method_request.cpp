@@ -60,6 +60,13 @@ void clMthdReqrSrv::sendRequest()
     m_requestor->send(std::move(m_request));
 }
 
+void clMthdReqrSrv::sendRequestAndWait(sys::EventFlag& isOver)
+{
+    m_requestor->expectWait();
+    sendRequest();
+    m_requestor->wait(isOver);
+}
+
 std::string clMthdReqrSrv::logName(const char* direction, const char* preposition) const
 {
     std::ostringstream text;

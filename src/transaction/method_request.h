@@ -41,6 +41,9 @@ public:
     /// may come before this returns.
     void sendRequest();
 
+    /// Sends, and waits until `isOver` is set, as a callback of the derived class must do.
+    void sendRequestAndWait(sys::EventFlag& isOver);
+
     std::uint16_t label() const { return m_requestor->label(); }
 
 protected:

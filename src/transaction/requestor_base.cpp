@@ -38,7 +38,7 @@ bool clRequestorBase::startTimer(std::uint32_t milliseconds)
 
 void clRequestorBase::restartTimer(std::uint32_t milliseconds)
 {
-    assert(m_loop.isLoopThread());
+    assert(m_loop.isDispatching());
     m_timer.restart(milliseconds);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "event_flag.h"
 #include "requestor_registry.h"
 #include "timer.h"
 #include "transaction.h"
@@ -22,6 +23,12 @@ public:
     /// Ends the transaction without a response. What comes after the end is ignored.
     void finish(std::int32_t result);
 
+    /// Says, before the transaction is sent, that the same thread is going to wait() for it, which
+    /// may be faster then.
+    void expectWait() { m_isWaitExpected = true; }
+    /// Waits for the flag that the owner sets when the transaction is over.
+    virtual void wait(sys::EventFlag& isOver) { isOver.wait(); }
+
 protected:
     clRequestorBase(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop);
 
@@ -33,12 +40,14 @@ protected:
     void retire();
     /// On the sending thread, before it sends; false when no timer will ever expire again.
     bool startTimer(std::uint32_t milliseconds);
-    /// On the loop's thread.
+    /// Inside a callback of the loop's.
     void restartTimer(std::uint32_t milliseconds);
     /// Hands a complete response to the owner; under the registry's lock.
     void deliver(std::unique_ptr<clRxTelContainer> response, const TransactionSource& source);
     bool isFinished() const { return m_isFinished; }
     void logSent(TransactionType type) const;
+
+    bool isWaitExpected() const { return m_isWaitExpected; }
 
     sys::EventLoop& m_loop;
 
@@ -50,6 +59,9 @@ private:
     const std::uint64_t m_target;
     iTransactionOwner& m_owner;
     const std::uint16_t m_label;
+
+    // sending thread only
+    bool m_isWaitExpected = false;
 
     // under the registry's lock
     bool m_isFinished = false;

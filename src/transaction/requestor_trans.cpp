@@ -45,6 +45,32 @@ bool clRequestorTrans::matches(const TransactionSource& source,
            header.destination == ownUuid();
 }
 
+void clRequestorTrans::Reception::begin(const std::shared_ptr<iTelegramSender>& sender)
+{
+    if (sender->beginReception())
+        m_sender = sender;
+}
+
+void clRequestorTrans::Reception::receiveUntil(const sys::EventFlag& flag)
+{
+    if (m_sender)
+        m_sender->receiveUntil(flag);
+}
+
+void clRequestorTrans::Reception::end()
+{
+    if (m_sender)
+        m_sender->endReception();
+    m_sender.reset();
+}
+
+void clRequestorTrans::wait(sys::EventFlag& isOver)
+{
+    m_reception.receiveUntil(isOver);
+    m_reception.end();
+    isOver.wait();
+}
+
 void clRequestorTrans::send(std::shared_ptr<const clTxTelContainer> payload)
 {
     const std::shared_ptr<iTelegramSender> sender = m_connections.senderTo(target());
@@ -65,6 +91,8 @@ void clRequestorTrans::send(std::shared_ptr<const clTxTelContainer> payload)
         finish(ZEL_CONN_RECEIVE_FAILED);
         return;
     }
+    if (isWaitExpected())
+        m_reception.begin(sender);
     // The answer may be here, and this object gone, before the call below has returned: nothing of
     // it is used from then on unless the call failed.
     int result;

@@ -20,7 +20,7 @@ public:
 /// A transaction with one module over its connection: cuts what is too long for a telegram into
 /// segments, puts a segmented response together, waits as long as the module asks for.
 ///
-/// Everything below is under the registry's lock from send() on.
+/// A thread that waits for it receives on the connection itself where it can.
 class clRequestorTrans final : public clRequestorBase {
 public:
     static constexpr std::size_t kMaxUnsegmented = 65535;
@@ -32,6 +32,7 @@ public:
 
     bool matches(const TransactionSource& source, const TransactionHeader& header) const override;
     void send(std::shared_ptr<const clTxTelContainer> payload) override;
+    void wait(sys::EventFlag& isOver) override;
     void onTimeout(bool expired) override;
     void receive(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
                  const TransactionSource& source) override;
@@ -54,7 +55,27 @@ private:
     void takeSegment(Bytes segment, const TransactionSource& source);
     void acknowledgeSegment();
 
+    /// A connection that the sending thread receives on; ended at the latest with this object.
+    class Reception {
+    public:
+        Reception() = default;
+        ~Reception() { end(); }
+        Reception(const Reception&) = delete;
+        Reception& operator=(const Reception&) = delete;
+
+        void begin(const std::shared_ptr<iTelegramSender>& sender);
+        void receiveUntil(const sys::EventFlag& flag);
+        void end();
+
+    private:
+        std::shared_ptr<iTelegramSender> m_sender; // null while it is not begun
+    };
+
+    // sending thread only
     iConnectionFinder& m_connections;
+    Reception m_reception;
+
+    // under the registry's lock from send() on
     std::shared_ptr<iTelegramSender> m_sender;
     State m_state = State::waitingForAcknowledge;
     std::shared_ptr<const clTxTelContainer> m_request;

@@ -28,9 +28,9 @@ public:
         m_isOver.set();
     }
 
-    std::int32_t wait()
+    std::int32_t execute()
     {
-        m_isOver.wait();
+        sendRequestAndWait(m_isOver);
         return m_result;
     }
     std::unique_ptr<clRxTelContainer> takeResponse() { return std::move(m_response); }
@@ -68,8 +68,7 @@ std::int32_t clSyncMthdReqrSrv::attempt(iRequestorContext& context)
 {
     Attempt call{m_address, m_path.loop, context};
     call.prepare(m_request);
-    call.sendRequest();
-    const std::int32_t result = call.wait();
+    const std::int32_t result = call.execute();
     m_response = call.takeResponse();
     return result;
 }

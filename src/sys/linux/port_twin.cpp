@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 
+#include <poll.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -13,6 +14,9 @@ namespace {
 
 // Sockets take their ids from a counter that starts above it.
 constexpr EventId kWakeUpId = 0;
+
+// Edge-triggered: callbacks read until nothing is left, as they must on a completion port.
+constexpr std::uint32_t kWatched = EPOLLIN | EPOLLRDHUP | EPOLLET;
 
 } // namespace
 
@@ -49,9 +53,8 @@ bool PortTwin::isOpen() const
 
 std::optional<std::string> PortTwin::watch(const Event& event)
 {
-    // Edge-triggered: callbacks read until nothing is left, as they must on a completion port.
     epoll_event watched{};
-    watched.events = EPOLLIN | EPOLLRDHUP | EPOLLET;
+    watched.events = kWatched;
     watched.data.u64 = event.id;
     if (epoll_ctl(m_epoll, EPOLL_CTL_ADD, event.socket, &watched) == 0)
         return {};
@@ -64,6 +67,30 @@ void PortTwin::unwatch(const Event& event)
 {
     if (event.socket != kNoSocket)
         epoll_ctl(m_epoll, EPOLL_CTL_DEL, event.socket, nullptr);
+}
+
+bool PortTwin::ignore(const Event& event)
+{
+    // A hang-up is told all the same, but only once.
+    epoll_event ignored{};
+    ignored.events = EPOLLET;
+    ignored.data.u64 = event.id;
+    return epoll_ctl(m_epoll, EPOLL_CTL_MOD, event.socket, &ignored) == 0;
+}
+
+void PortTwin::notice(const Event& event)
+{
+    epoll_event watched{};
+    watched.events = kWatched;
+    watched.data.u64 = event.id;
+    // Fails where the event was erased meanwhile, and must not bring it back.
+    epoll_ctl(m_epoll, EPOLL_CTL_MOD, event.socket, &watched);
+}
+
+bool PortTwin::hasInput(const Event& event, int limitMs)
+{
+    pollfd entry{event.socket, POLLIN | POLLRDHUP, 0};
+    return poll(&entry, 1, limitMs) == 1;
 }
 
 PortTwin::WakeUp PortTwin::wait(int limitMs, EventLog&)

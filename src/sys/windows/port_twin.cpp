@@ -54,6 +54,19 @@ std::optional<std::string> PortTwin::watch(const Event& event)
 
 void PortTwin::unwatch(const Event&) {}
 
+// Overlapped receives belong to the thread that posts them, the loop's: nobody else may serve.
+bool PortTwin::ignore(const Event&)
+{
+    return false;
+}
+
+void PortTwin::notice(const Event&) {}
+
+bool PortTwin::hasInput(const Event&, int)
+{
+    return false;
+}
+
 PortTwin::WakeUp PortTwin::wait(int limitMs, EventLog& log)
 {
     DWORD bytes = 0;
