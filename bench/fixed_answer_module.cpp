@@ -11,6 +11,7 @@
 #include <cstring>
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -20,6 +21,7 @@
 #include <netinet/tcp.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -69,6 +71,30 @@ bool sendAll(int socket, const std::string& bytes)
         if (count <= 0)
             return false;
         sent += static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+/// Header, data and trailer as they are, without a copy.
+bool sendParts(int socket, std::initializer_list<std::string_view> parts)
+{
+    std::array<iovec, 4> left{};
+    std::size_t count = 0;
+    for (const std::string_view part : parts)
+        left.at(count++) = {const_cast<char*>(part.data()), part.size()};
+    for (std::size_t next = 0; next < count;) {
+        msghdr message{};
+        message.msg_iov = &left[next];
+        message.msg_iovlen = count - next;
+        ssize_t sent = sendmsg(socket, &message, MSG_NOSIGNAL);
+        if (sent <= 0)
+            return false;
+        for (; next < count && sent >= static_cast<ssize_t>(left[next].iov_len); ++next)
+            sent -= static_cast<ssize_t>(left[next].iov_len);
+        if (next < count) {
+            left[next].iov_base = static_cast<char*>(left[next].iov_base) + sent;
+            left[next].iov_len -= static_cast<std::size_t>(sent);
+        }
     }
     return true;
 }
@@ -233,10 +259,22 @@ private:
                                       length(10000)));
         sendAll(m_socket, transaction(m_uuid, TransactionType::responseSegmentInit, request.label,
                                       host, length(static_cast<std::uint32_t>(response.size()))));
+        std::string trailer;
+        append(trailer, encodeFrameTrailer());
         for (std::size_t sent = 0; sent < response.size() && receiveTelegram();
-             sent += kSegmentSize)
-            sendAll(m_socket, transaction(m_uuid, TransactionType::responseSegment, request.label,
-                                          host, response.substr(sent, kSegmentSize)));
+             sent += kSegmentSize) {
+            const auto segment = std::string_view{response}.substr(sent, kSegmentSize);
+            std::string headers;
+            append(headers, FrameHeader{.type = TelegramType::transaction,
+                                        .payloadLength = static_cast<std::uint16_t>(
+                                            TransactionHeader::kSize + segment.size()),
+                                        .source = m_uuid}
+                                .encode());
+            append(
+                headers,
+                TransactionHeader{TransactionType::responseSegment, request.label, host}.encode());
+            sendParts(m_socket, {headers, segment, trailer});
+        }
         receiveTelegram();
     }
 
@@ -244,8 +282,8 @@ private:
     {
         const std::string chunk(kSegmentSize, 'x');
         for (std::size_t sent = 0; sent < FixedAnswerModule::kLongAnswer; sent += kSegmentSize) {
-            sendAll(m_socket,
-                    chunk.substr(0, std::min(kSegmentSize, FixedAnswerModule::kLongAnswer - sent)));
+            sendParts(m_socket,
+                      {std::string_view{chunk}.substr(0, FixedAnswerModule::kLongAnswer - sent)});
             if (isAcknowledged && !receiveTelegram())
                 return;
         }

@@ -1,13 +1,53 @@
 #include "telegram_container.h"
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 #include <cstdlib>
+#include <mutex>
 #include <new>
+
+#include "process_wide.h"
 
 namespace zel {
 
 namespace {
+
+/// A few blocks for the largest telegrams, so that the segments of a long answer always land in
+/// memory that the processor has at hand.
+class SpareBlocks {
+public:
+    static constexpr std::size_t kBlockSize = 65536;
+
+    static bool serves(std::size_t size) { return size > kBlockSize / 4 && size <= kBlockSize; }
+
+    std::byte* take()
+    {
+        const std::lock_guard lock{m_mutex};
+        if (m_count == 0)
+            return nullptr;
+        return m_blocks[--m_count];
+    }
+    bool keep(std::byte* block)
+    {
+        const std::lock_guard lock{m_mutex};
+        if (m_count == m_blocks.size())
+            return false;
+        m_blocks[m_count++] = block;
+        return true;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::array<std::byte*, 4> m_blocks{};
+    std::size_t m_count = 0;
+};
+
+SpareBlocks& spareBlocks()
+{
+    static ProcessWide<SpareBlocks> blocks;
+    return *blocks;
+}
 
 // realloc moves large blocks by their pages instead of copying them.
 std::byte* reallocate(std::byte* bytes, std::size_t size)
@@ -22,13 +62,18 @@ std::byte* reallocate(std::byte* bytes, std::size_t size)
 } // namespace
 
 clRxTelContainer::clRxTelContainer(std::size_t size)
-    : clTelContainer(size), m_bytes(reallocate(nullptr, size))
+    : clTelContainer(size), m_isSpareBlock(SpareBlocks::serves(size))
 {
+    if (m_isSpareBlock)
+        m_bytes = spareBlocks().take();
+    if (!m_bytes)
+        m_bytes = reallocate(nullptr, m_isSpareBlock ? SpareBlocks::kBlockSize : size);
 }
 
 clRxTelContainer::~clRxTelContainer()
 {
-    std::free(m_bytes);
+    if (!m_isSpareBlock || !spareBlocks().keep(m_bytes))
+        std::free(m_bytes);
 }
 
 void clRxTelContainer::takeOff(std::size_t headerSize)
@@ -39,6 +84,7 @@ void clRxTelContainer::takeOff(std::size_t headerSize)
 void clRxTelContainer::resize(std::size_t size)
 {
     m_bytes = reallocate(m_bytes, size);
+    m_isSpareBlock = false;
     m_size = size;
     m_consumed = std::min(m_consumed, size);
 }

@@ -42,7 +42,8 @@ public:
     void resize(std::size_t size);
 
 private:
-    std::byte* m_bytes;
+    std::byte* m_bytes = nullptr;
+    bool m_isSpareBlock; // goes back to where it came from
     std::size_t m_consumed = 0;
 };
 
