@@ -322,8 +322,8 @@ typedef struct ZEL_SignalInfoEx {
     char path[ZEL_PATH_SIZE]; /**< parameter path of the signal */
     char name[ZEL_SIGNAL_ID_SIZE];
     char unit[ZEL_UNIT_SIZE];
-    double sampleRate;   /**< in hertz; 0 for time-stamped values */
-    uint32_t dataType;   /**< ZEL_DaqHeader::dataType of its records; 0 where the module is silent */
+    double sampleRate; /**< in hertz; 0 for time-stamped values */
+    uint32_t dataType; /**< ZEL_DaqHeader::dataType of its records; 0 where the module is silent */
     uint32_t recordKind; /**< ZEL_DaqHeader::kind of its records */
     uint32_t isEnabled;  /**< 1 when the signal is switched on */
     uint32_t reserved;

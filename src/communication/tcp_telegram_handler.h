@@ -67,7 +67,7 @@ private:
     // any thread
     std::atomic<bool> m_isClosed = false;
     std::atomic<bool> m_isLent = false; // a waiting thread receives in the loop thread's place
-    sys::Turnstile m_sendTurn; // one telegram at a time on the stream
+    sys::Turnstile m_sendTurn;          // one telegram at a time on the stream
 };
 
 } // namespace zel

@@ -61,6 +61,12 @@ void clRequestorBase::deliver(std::unique_ptr<clRxTelContainer> response,
     m_owner.delivered(std::move(response), source);
 }
 
+void clRequestorBase::deliverOneOfMany(std::unique_ptr<clRxTelContainer> response,
+                                       const TransactionSource& source)
+{
+    m_owner.delivered(std::move(response), source);
+}
+
 void clRequestorBase::logSent(TransactionType type) const
 {
     if (!logger().isOn(LogCategory::transactions))

@@ -44,6 +44,9 @@ protected:
     void restartTimer(std::uint32_t milliseconds);
     /// Hands a complete response to the owner; under the registry's lock.
     void deliver(std::unique_ptr<clRxTelContainer> response, const TransactionSource& source);
+    /// Hands an answer to the owner and goes on waiting for more; under the registry's lock.
+    void deliverOneOfMany(std::unique_ptr<clRxTelContainer> response,
+                          const TransactionSource& source);
     bool isFinished() const { return m_isFinished; }
     void logSent(TransactionType type) const;
 

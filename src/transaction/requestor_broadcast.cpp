@@ -1,0 +1,93 @@
+#include "requestor_broadcast.h"
+
+#include "event_loop.h"
+#include "frame.h"
+#include "own_uuid.h"
+#include "spinning_lock.h"
+#include "telegram_container.h"
+#include "ZEL_VR_Framework.h"
+
+#include <vector>
+
+namespace zel {
+
+namespace {
+
+constexpr std::size_t kFraming = kFrameHeaderSize + TransactionHeader::kSize + kFrameTrailerSize;
+
+void append(std::vector<std::byte>& out, Bytes bytes)
+{
+    out.insert(out.end(), bytes.begin(), bytes.end());
+}
+
+std::vector<std::byte> requestTelegram(const TransactionHeader& transaction,
+                                       const clTxTelContainer& payload)
+{
+    const std::size_t length = TransactionHeader::kSize + payload.size();
+    const FrameHeader frame{.payloadLength = static_cast<std::uint16_t>(length),
+                            .source = ownUuid()};
+    std::vector<std::byte> telegram;
+    telegram.reserve(kFraming + payload.size());
+    append(telegram, frame.encode());
+    append(telegram, transaction.encode());
+    for (const Bytes part : payload.slice(0, payload.size()))
+        append(telegram, part);
+    append(telegram, encodeFrameTrailer());
+    return telegram;
+}
+
+} // namespace
+
+clRequestorBroadcast::clRequestorBroadcast(std::uint64_t target, iTransactionOwner& owner,
+                                           sys::EventLoop& loop, iDatagramSender& way)
+    : clRequestorBase(target, owner, loop), m_way(way)
+{
+    enterRegistry();
+}
+
+clRequestorBroadcast::~clRequestorBroadcast()
+{
+    retire();
+}
+
+bool clRequestorBroadcast::matches(const TransactionSource& source,
+                                   const TransactionHeader& header) const
+{
+    return source.connectionId == 0 && header.label == label() && header.destination == ownUuid() &&
+           header.type == TransactionType::response && (isForAll() || source.uuid == target());
+}
+
+void clRequestorBroadcast::send(std::shared_ptr<const clTxTelContainer> payload)
+{
+    if (payload->size() > kLargestDatagram - kFraming) {
+        finish(ZEL_CONN_SEND_FAILED);
+        return;
+    }
+    const auto telegram = requestTelegram({TransactionType::request, label(), target()}, *payload);
+    if (!startTimer(kAnswerMs)) {
+        finish(ZEL_CONN_RECEIVE_FAILED);
+        return;
+    }
+    logSent(TransactionType::request);
+    // An answer may come, and end this object, before the call below has returned: nothing of it is
+    // used from then on unless the call failed.
+    if (m_way.sendDatagram(telegram) != ZEL_OK)
+        finish(ZEL_CONN_SEND_FAILED);
+}
+
+void clRequestorBroadcast::onTimeout(bool expired)
+{
+    if (expired)
+        finish(isForAll() ? ZEL_OK : ZEL_TRANS_TIMEOUT_RESPONSE);
+}
+
+void clRequestorBroadcast::receive(TransactionType, std::unique_ptr<clRxTelContainer> telegram,
+                                   const TransactionSource& source)
+{
+    if (isForAll())
+        deliverOneOfMany(std::move(telegram), source);
+    else
+        deliver(std::move(telegram), source);
+}
+
+} // namespace zel

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "requestor_base.h"
+
+namespace zel {
+
+/// The node id of all modules.
+inline constexpr std::uint64_t kBroadcastNode = 0x8ffffffffffffffe;
+
+/// A way for one datagram to leave, with one whole telegram in it.
+class iDatagramSender {
+public:
+    virtual ~iDatagramSender() = default;
+    /// 0, or a result code when it did not leave.
+    virtual std::int32_t sendDatagram(Bytes telegram) = 0;
+};
+
+/// A transaction by datagrams, with one module or with all of them. It takes every answer of the
+/// broadcast node's, and ends well when its time is over; one module answers once, and not
+/// answering in time is ZEL_TRANS_TIMEOUT_RESPONSE. Request and answers fit into one datagram each.
+class clRequestorBroadcast final : public clRequestorBase {
+public:
+    static constexpr std::uint32_t kAnswerMs = 3000;
+    static constexpr std::size_t kLargestDatagram = 65507;
+
+    /// `way` is used by send() only, and need not live longer.
+    clRequestorBroadcast(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop,
+                         iDatagramSender& way);
+    ~clRequestorBroadcast() override;
+
+    bool matches(const TransactionSource& source, const TransactionHeader& header) const override;
+    void send(std::shared_ptr<const clTxTelContainer> payload) override;
+    void onTimeout(bool expired) override;
+    void receive(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
+                 const TransactionSource& source) override;
+
+private:
+    bool isForAll() const { return target() == kBroadcastNode; }
+
+    // sending thread only
+    iDatagramSender& m_way;
+};
+
+} // namespace zel
