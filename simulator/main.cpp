@@ -52,6 +52,7 @@ A script is JSON; what a module leaves out is as the options say:
   {"modules": [
     {"uuid": "0x12", "port": 0, "name": "BENCH", "type": "VR-8", "firmware": "4.2",
      "serial": "7", "flashTime": 5000, "restartTime": 3000, "largestWholeAnswer": 4000,
+     "address": "127.0.0.1", "answerScans": false,
      "parameters": {"System/Location": "lab"},
      "faults": ["delay:1/10:200ms:x1"],
      "answers": [{"method": "1/7", "result": -1004111, "data": "no schema",
@@ -169,6 +170,9 @@ int main(int argc, char** argv)
         ->capture_default_str();
     app.add_option("--serial", options.settings.serialNumber, "Serial number")
         ->capture_default_str();
+    app.add_flag("--answer-scans", options.settings.answersScans,
+                 "Answer scans by broadcast and multicast, and follow network settings; the answers "
+                 "reach every host of the network");
     app.add_option("--fault", options.faults, "A fault to switch on; may be given several times");
     app.add_option("--script", options.script, "JSON file with modules instead of --modules")
         ->type_name("FILE");

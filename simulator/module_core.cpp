@@ -117,11 +117,36 @@ MethodAnswer ModuleCore::answer(ReceivedCall call)
         if (const MethodHandler handler = handlerOf(request.id))
             return handler(request);
         const auto service = m_services.find(request.id.service);
-        return service == m_services.end() ? unknownMethod(request.id)
-                                           : service->second->call(request);
+        if (service == m_services.end())
+            return unknownMethod(request.id);
+        MethodAnswer answer = service->second->call(request);
+        if (m_settings.answersScans)
+            followNetworkSettings(answer);
+        return answer;
     } catch (const std::exception& failure) {
         return MethodAnswer{ZEL_FAILED, failure.what()};
     }
+}
+
+void ModuleCore::followNetworkSettings(MethodAnswer& answer)
+{
+    const auto wanted = m_model.parameters.value("Communication/Network/eth0/IpAdr");
+    if (!wanted || *wanted == m_settings.address)
+        return;
+    // The answer leaves by the old address.
+    answer.afterwards = [this, earlier = std::move(answer.afterwards), address = *wanted] {
+        if (earlier)
+            earlier();
+        moveTo(address);
+    };
+}
+
+void ModuleCore::moveTo(const std::string& address)
+{
+    m_settings.address = address;
+    stopListening();
+    dropConnections();
+    comeBack();
 }
 
 void ModuleCore::forget(ModuleConnection& connection)

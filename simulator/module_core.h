@@ -44,6 +44,7 @@ public:
     void stop();
     void resumeReading();
     void resumeReadingAfter(milliseconds time);
+    bool isListening() const { return m_acceptor.is_open(); }
     std::size_t connectionCount() const { return m_connections.size(); }
 
     MethodAnswer answer(ReceivedCall call);
@@ -52,7 +53,8 @@ public:
     void countMisaddressed() { ++m_misaddressed; }
 
     // any thread
-    const ModuleSettings& settings() const { return m_settings; } // fixed once it listens
+    /// Fixed once it listens, but for the address of a module that answers scans.
+    const ModuleSettings& settings() const { return m_settings; }
     FaultPlan& faults() { return m_faults; }
     CallLog& calls() { return m_calls; }
     ModuleStatistics statistics() const;
@@ -64,6 +66,8 @@ private:
     void accept();
     void accepted(asio::ip::tcp::socket socket);
     void comeBack();
+    void followNetworkSettings(MethodAnswer& answer);
+    void moveTo(const std::string& address);
     void retryAfter(milliseconds time, void (ModuleCore::*action)());
     MethodHandler handlerOf(MethodId id);
 

@@ -36,6 +36,8 @@ struct ModuleSettings {
     milliseconds flashTime{2000};
     bool flashingFails = false;
     milliseconds restartTime{1000};
+    /// Hears broadcasts and multicasts, and moves to the address that its network settings get.
+    bool answersScans = false;
     bool answersRestart = true;
 
     /// Bounds on what received() keeps, so that a module can run for weeks.

@@ -24,7 +24,10 @@ public:
     Module& operator=(const Module&) = delete;
 
     std::uint64_t uuid() const { return m_core.settings().uuid; }
-    std::string address() const { return m_core.settings().address; }
+    std::string address() const
+    {
+        return onLoop(m_context, [this] { return m_core.settings().address; });
+    }
     std::uint16_t port() const { return m_core.settings().port; }
     const ModuleSettings& settings() const { return m_core.settings(); }
 

@@ -146,6 +146,7 @@ ScriptedModule readModule(const Json& json, const ModuleSettings& defaults)
     members.readNumber("largestWholeAnswer", kLargestWholeAnswer, settings.largestWholeAnswer);
     members.readTime("flashTime", settings.flashTime);
     members.readTime("restartTime", settings.restartTime);
+    members.read("answerScans", settings.answersScans);
     members.read("parameters", module.parameters);
     std::vector<std::string> faults;
     members.read("faults", faults);

@@ -12,6 +12,7 @@ Simulator::Simulator()
 Simulator::~Simulator()
 {
     onLoop(m_context, [this] {
+        m_datagrams.reset();
         for (Module& module : m_modules)
             module.m_core.stop();
     });
@@ -23,7 +24,16 @@ Simulator::~Simulator()
 Module& Simulator::addModule(ModuleSettings settings)
 {
     const std::lock_guard lock{m_mutex};
-    return m_modules.emplace_back(m_context, std::move(settings));
+    const bool answersScans = settings.answersScans;
+    if (answersScans)
+        onLoop(m_context, [this] {
+            if (!m_datagrams)
+                m_datagrams = std::make_unique<DatagramListener>(m_context);
+        });
+    Module& module = m_modules.emplace_back(m_context, std::move(settings));
+    if (answersScans)
+        onLoop(m_context, [&] { m_datagrams->add(module.m_core); });
+    return module;
 }
 
 } // namespace zel::simulator

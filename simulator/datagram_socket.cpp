@@ -1,0 +1,97 @@
+#include "datagram_socket.h"
+
+#include "datagram_twin.h"
+#include "host_adapters.h"
+
+#include <asio/ip/multicast.hpp>
+
+#include <stdexcept>
+
+namespace zel::simulator {
+
+namespace {
+
+constexpr std::size_t kLargestDatagram = 65536;
+/// So many are taken in a row before something else gets its turn.
+constexpr int kBatch = 64;
+
+} // namespace
+
+std::map<std::string, std::uint32_t> interfacesByAddress()
+{
+    std::map<std::string, std::uint32_t> interfaces;
+    for (const sys::HostAdapter& adapter : sys::listHostAdapters()) {
+        for (const sys::HostAddress& address : adapter.addresses)
+            interfaces[address.address] = adapter.interfaceIndex;
+    }
+    return interfaces;
+}
+
+DatagramSocket::DatagramSocket(asio::io_context& context, std::uint16_t port)
+    : m_socket(context), m_buffer(kLargestDatagram)
+{
+    const asio::ip::udp::endpoint any{asio::ip::udp::v4(), port};
+    m_socket.open(any.protocol());
+    m_socket.set_option(asio::socket_base::reuse_address{true});
+    m_socket.set_option(asio::socket_base::broadcast{true});
+    m_socket.set_option(asio::ip::multicast::enable_loopback{false});
+    m_socket.non_blocking(true);
+    datagram_twin::tellAdapters(m_socket.native_handle());
+    std::error_code failure;
+    m_socket.bind(any, failure);
+    if (failure)
+        throw std::runtime_error("cannot listen on UDP port " + std::to_string(port) + ": " +
+                                 failure.message());
+}
+
+void DatagramSocket::join(const asio::ip::address_v4& group, const asio::ip::address_v4& adapter)
+{
+    std::error_code alreadyIn;
+    m_socket.set_option(asio::ip::multicast::join_group{group, adapter}, alreadyIn);
+}
+
+void DatagramSocket::receive(std::function<void(Datagram)> take)
+{
+    m_take = std::move(take);
+    wait();
+}
+
+void DatagramSocket::wait()
+{
+    m_socket.async_wait(asio::ip::udp::socket::wait_read, [this](const std::error_code& error) {
+        if (error)
+            return;
+        for (int taken = 0; taken < kBatch && readOne(); ++taken) {
+        }
+        if (m_socket.is_open())
+            wait();
+    });
+}
+
+bool DatagramSocket::readOne()
+{
+    if (!m_socket.is_open())
+        return false;
+    Datagram datagram;
+    const std::ptrdiff_t size =
+        datagram_twin::receive(m_socket.native_handle(), m_buffer, datagram.interfaceIndex);
+    if (size < 0)
+        return false;
+    datagram.bytes.assign(m_buffer.begin(), m_buffer.begin() + size);
+    m_take(std::move(datagram));
+    return true;
+}
+
+void DatagramSocket::send(Bytes bytes, const asio::ip::udp::endpoint& to,
+                          std::uint32_t interfaceIndex, const asio::ip::address_v4& from)
+{
+    datagram_twin::send(m_socket.native_handle(), bytes, to, interfaceIndex, from);
+}
+
+void DatagramSocket::close()
+{
+    std::error_code ignored;
+    m_socket.close(ignored);
+}
+
+} // namespace zel::simulator

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "byte_cursor.h"
+
+#include <asio/ip/udp.hpp>
+
+#include <cstddef>
+#include <cstdint>
+
+/// What the systems do differently with datagrams and adapters.
+namespace zel::simulator::datagram_twin {
+
+using Handle = asio::ip::udp::socket::native_handle_type;
+
+/// Asks the system to tell, from now on, by which adapter a datagram came in.
+void tellAdapters(Handle socket);
+
+/// One datagram that is there already: its size, or -1. `interfaceIndex` becomes 0 where the
+/// system does not tell.
+std::ptrdiff_t receive(Handle socket, MutableBytes buffer, std::uint32_t& interfaceIndex);
+
+void send(Handle socket, Bytes bytes, const asio::ip::udp::endpoint& to,
+          std::uint32_t interfaceIndex, const asio::ip::address_v4& from);
+
+} // namespace zel::simulator::datagram_twin
