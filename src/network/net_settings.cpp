@@ -1,0 +1,53 @@
+#include "net_settings.h"
+
+#include "request_document.h"
+#include "ZEL_VR_Framework.h"
+
+namespace zel::network {
+
+namespace {
+
+constexpr std::uint16_t kParameters = 1;
+constexpr std::uint16_t kReadSection = 5;
+constexpr std::uint16_t kWriteSection = 6;
+constexpr std::uint64_t kView = 1;
+
+template <class Send>
+std::int32_t sendByEitherWay(const RequestPath& path, iRequestorContext& alternative, Send&& send)
+{
+    const std::int32_t result = send(path);
+    if (result != ZEL_CONN_UNKNOWN_UUID)
+        return result;
+    return send(RequestPath{alternative, path.loop});
+}
+
+} // namespace
+
+std::int32_t readNetSettings(const RequestPath& path, iRequestorContext& alternative,
+                             std::uint64_t uuid, NetSettings which, const TextBuffer& buffer)
+{
+    const std::string request =
+        RequestDocument{}
+            .addNumber("View", kView)
+            .addText("Path", which == NetSettings::oneInterface ? "/Communication/Network/eth0"
+                                                                : "/Communication/Network")
+            .take();
+    return sendByEitherWay(path, alternative, [&](const RequestPath& way) {
+        return sendForText(way, {uuid, kParameters, kReadSection}, request, buffer);
+    });
+}
+
+std::int32_t writeNetSettings(const RequestPath& path, iRequestorContext& alternative,
+                              std::uint64_t uuid, std::string_view document)
+{
+    const std::string request = RequestDocument{}
+                                    .addNumber("View", kView)
+                                    .addText("Path", "/Communication")
+                                    .addText("XmlSection", document)
+                                    .take();
+    return sendByEitherWay(path, alternative, [&](const RequestPath& way) {
+        return send(way, {uuid, kParameters, kWriteSection}, request);
+    });
+}
+
+} // namespace zel::network

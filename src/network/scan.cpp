@@ -1,0 +1,125 @@
+#include "scan.h"
+
+#include "multi_method_request.h"
+#include "pugi_xml_buffer_composer.h"
+#include "request_document.h"
+#include "requestor_broadcast.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <exception>
+#include <thread>
+
+namespace zel::network {
+
+namespace {
+
+constexpr MethodAddress kScan{kBroadcastNode, 6, 13};
+constexpr std::chrono::seconds kWait{3};
+
+/// Enters what comes in into the phonebook, on the event loop's thread.
+class Enter final : public iMultiMthdFunctor {
+public:
+    explicit Enter(clPhonebook& phonebook) : m_phonebook(phonebook) {}
+
+    void responded(std::int32_t result, Bytes data, std::uint32_t,
+                   const TransactionSource& source) override
+    {
+        if (result != ZEL_OK)
+            return;
+        auto record = readModuleRecord(data);
+        // Nobody speaks for another module.
+        if (record && record->uuid == source.uuid)
+            m_phonebook.enter(source.interfaceIndex, std::move(*record));
+    }
+    void failed(std::int32_t, const TransactionSource&) override {}
+
+private:
+    clPhonebook& m_phonebook;
+};
+
+/// What cannot be sent leaves the scan with what comes otherwise.
+void ask(clPhonebook& phonebook, iRequestorContext& way, std::uint32_t context,
+         sys::EventLoop& loop)
+{
+    try {
+        clMultiMthdReqrSrv::start(kScan, RequestDocument{}.take(),
+                                  std::make_unique<Enter>(phonebook), context, way, loop);
+    } catch (const std::exception&) {
+    }
+}
+
+void addModule(PugiXmlBufferComposer& document, std::uint32_t address, const ModuleRecord& module)
+{
+    document.openElement("Module");
+    document.addAttribute("address", address);
+    document.addElement("IpAdr", module.address);
+    document.addElement("SubMask", module.mask);
+    document.addElement("TcpPort", module.port);
+    document.addElement("Name", module.name);
+    document.openElement("Uuid");
+    document.addText(module.uuid);
+    document.closeElement();
+    document.addElement("ModuleType", module.type);
+    document.addElement("FirmwareVersion", module.firmwareVersion);
+    document.closeElement();
+}
+
+template <std::size_t Size>
+void cutInto(char (&field)[Size], const std::string& text)
+{
+    const std::size_t length = std::min(text.size(), Size - 1);
+    std::memcpy(field, text.data(), length);
+    field[length] = '\0';
+}
+
+} // namespace
+
+void scan(clPhonebook& phonebook, std::optional<std::uint32_t> interfaceIndex,
+          const ScanPaths& paths)
+{
+    phonebook.clear(interfaceIndex);
+    const std::uint32_t context = interfaceIndex.value_or(0);
+    ask(phonebook, paths.multicast, context, paths.loop);
+    ask(phonebook, paths.broadcast, context, paths.loop);
+    std::this_thread::sleep_until(std::chrono::steady_clock::now() + kWait);
+}
+
+std::int32_t listModules(const clPhonebook& phonebook, std::optional<std::uint32_t> interfaceIndex,
+                         const TextBuffer& buffer)
+{
+    PugiXmlBufferComposer document{buffer.data, buffer.capacity};
+    document.openElement("SrvParams");
+    std::uint32_t address = 0;
+    phonebook.list(interfaceIndex,
+                   [&](const ModuleRecord& module) { addModule(document, address++, module); });
+    document.closeElement();
+    return document.save(buffer.length);
+}
+
+void listModules(const clPhonebook& phonebook, std::optional<std::uint32_t> interfaceIndex,
+                 ZEL_SegmentArray& modules)
+{
+    modules = {};
+    phonebook.list(interfaceIndex, [&](const ModuleRecord& module) {
+        if (modules.count == ZEL_SEGMENT_SIZE)
+            return;
+        ZEL_SegmentModule& record = modules.modules[modules.count++];
+        cutInto(record.address, module.address);
+        record.port = module.port;
+        record.uuid = module.uuid;
+        cutInto(record.name, module.name);
+        cutInto(record.moduleType, module.type);
+    });
+}
+
+std::int32_t listNoModules(const TextBuffer& buffer)
+{
+    PugiXmlBufferComposer document{buffer.data, buffer.capacity};
+    document.openElement("SrvParams");
+    document.closeElement();
+    return document.save(buffer.length);
+}
+
+} // namespace zel::network
