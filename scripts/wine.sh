@@ -9,6 +9,8 @@ export WINEDEBUG=${WINEDEBUG:--all}
 # Neither browser nor .NET nor menus: their installers would open windows.
 export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree=;mshtml=;winemenubuilder.exe=}
 unset DISPLAY
+# Wine reads arguments and file names by the locale; a bare machine has none that knows UTF-8.
+export LC_ALL=C.UTF-8
 
 template=$root/build/wine
 # Wine's server makes its folder here.
