@@ -131,6 +131,9 @@ extern "C" {
 /* measured values */
 #define ZEL_DAQ_SUBSCRIPTION_STATE (-1014004) /**< not in the order open, add, finish */
 #define ZEL_DAQ_NO_RECORD (-1014099)          /**< the block holds no such record (0xFFF086AD) */
+#define ZEL_SIGNAL_NOT_CORRECT (-1014490)     /**< the numbers of a signal reference do not read */
+#define ZEL_SIGNAL_NOT_SUPPORTED (-1014498)   /**< a kind of signal that has no parameter path */
+#define ZEL_SIGNAL_UNKNOWN (-1014504)         /**< not a signal reference */
 #define ZEL_DAQ_TRIGGER_UNKNOWN (-1014139)    /**< the trigger has not been activated */
 
 /* CAN documents */
@@ -335,6 +338,12 @@ typedef struct ZEL_MeasuredValue {
     char id[ZEL_SIGNAL_ID_SIZE]; /**< the signal's identifier, terminated */
 } ZEL_MeasuredValue;
 
+/** What a trigger found when its condition held. */
+typedef struct ZEL_TriggerEvent {
+    double value;           /**< of the signal, or of the status */
+    ZEL_StatusEntry status; /**< the status; zeroes for a signal's condition */
+} ZEL_TriggerEvent;
+
 ZEL_LAYOUT(sizeof(ZEL_DaqHeader) == 24);
 ZEL_LAYOUT(offsetof(ZEL_DaqHeader, signalId) == 2);
 ZEL_LAYOUT(offsetof(ZEL_DaqHeader, count) == 4);
@@ -347,6 +356,8 @@ ZEL_LAYOUT(offsetof(ZEL_SignalInfoEx, name) == 400);
 ZEL_LAYOUT(offsetof(ZEL_SignalInfoEx, sampleRate) == 560);
 ZEL_LAYOUT(offsetof(ZEL_SignalInfoEx, isEnabled) == 576);
 ZEL_LAYOUT(sizeof(ZEL_MeasuredValue) == 136);
+ZEL_LAYOUT(offsetof(ZEL_TriggerEvent, status) == 8);
+ZEL_LAYOUT(sizeof(ZEL_TriggerEvent) == 160);
 
 /* ------------------------------------------------------------------------------------------------
  * Records of the sensor, signal and gate documents
@@ -1028,7 +1039,7 @@ ZEL_API int32_t ZEL_XCTRL_SetArbitrarySignalGenerator(uint64_t uuid, uint32_t ge
  *
  * A subscription is opened, filled with signals and finished; then the module records, and its
  * blocks are fetched until the subscription is cleared: OpenSubscription, AddSignal...,
- * FinishSubscription, GetMeasValBlock..., ClearSubscription Each block is a sequence of records
+ * FinishSubscription, GetMeasValBlock..., ClearSubscription. Each block is a sequence of records
  * that ZEL_XUTIL_GetDaqHeader finds and ZEL_XUTIL_GetDaqData converts.
  * --------------------------------------------------------------------------------------------- */
 
@@ -1077,9 +1088,12 @@ ZEL_API int32_t ZEL_XDAQ_ClearSubscription(uint64_t uuid);
  * Fetches the records that a module has ready (5/1).
  *
  * @param buffer    receives the block
- * @param received  receives its length in bytes; 0 when nothing is ready
- * @param size      size of buffer in bytes, not 0; the module sends at most so much
- * @return ZEL_OK; started codes (also for a size of 0); ZEL_SRV_BUFFER_TOO_SMALL; request codes
+ * @param received  receives its length in bytes; 0 when nothing is ready or the call fails, the
+ *                  size that is needed with ZEL_SRV_BUFFER_TOO_SMALL
+ * @param size      size of buffer in bytes, not 0; the module sends at most so much. A block of
+ *                  exactly this size fits
+ * @return ZEL_OK; started codes (also for a size of 0); ZEL_SRV_BUFFER_TOO_SMALL (the module sent
+ *         more all the same; buffer unchanged); request codes
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XDAQ_GetMeasValBlock(uint64_t uuid, void* buffer, uint64_t* received,
@@ -1103,36 +1117,42 @@ ZEL_API int32_t ZEL_XDAQ_Async_GetMeasValBlock(uint64_t uuid, void* buffer, uint
 /**
  * Reads the current value of one signal (5/7), scaled to its physical unit (scale type 2).
  *
- * @param reference  signal reference or parameter path of the signal
- * @param value      receives the value; unchanged on failure
- * @return ZEL_OK; started codes; ZEL_PARAM_XML_ERROR and ZEL_UTIL_STRING_CONVERSION (the answer
- * makes no sense); request codes
+ * @param reference  signal reference, for example "AnalogIn_Connector0.Signal0", or parameter path
+ *                   of the signal. What holds a "/" is a path and goes to the module as it is
+ * @param value      receives the value, the largest finite double for "no value"; unchanged on
+ *                   failure
+ * @return ZEL_OK; started codes; ZEL_SIGNAL_UNKNOWN, ZEL_SIGNAL_NOT_SUPPORTED,
+ *         ZEL_SIGNAL_NOT_CORRECT (nothing sent); ZEL_PARAM_XML_ERROR and
+ *         ZEL_UTIL_STRING_CONVERSION (the answer makes no sense); request codes
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XDAQ_GetMeasVal(uint64_t uuid, const char* reference, double* value);
 
-/** As ZEL_XDAQ_GetMeasVal, scaled as `scaleType` says. */
+/** As ZEL_XDAQ_GetMeasVal. `scaleType`: 0 raw counts, 1 the sensor's electrical value, 2 the
+ *  physical value; the module refuses others. */
 ZEL_API int32_t ZEL_XDAQ_GetMeasValByType(uint64_t uuid, const char* reference, uint32_t scaleType,
                                           double* value);
 
-/** As ZEL_XDAQ_GetMeasVal, for signal `signal` of the analog connector `connector`. */
+/** As ZEL_XDAQ_GetMeasVal, for signal `signal` of the analog connector `connector`, both counted
+ *  from 1. */
 ZEL_API int32_t ZEL_XDAQ_GetAnalogMeasVal(uint64_t uuid, uint32_t connector, uint32_t signal,
                                           double* value);
 
-/** As ZEL_XDAQ_GetMeasVal, for CAN channel `channel` of the amplifier connector `connector`. */
+/** As ZEL_XDAQ_GetMeasVal, for CAN channel `channel` of the amplifier connector `connector`, both
+ *  counted from 1. */
 ZEL_API int32_t ZEL_XDAQ_GetCanMeasVal(uint64_t uuid, uint32_t connector, uint32_t channel,
                                        double* value);
 
 /**
- * Reads the current values of all signals (5/7).
+ * Reads the current values of all signals (5/7), scaled to their physical units.
  *
  * @param enabledOnly  not 0: only the signals that are enabled
  * @param values       receives the values
- * @param count        receives their number; 0 on failure
+ * @param count        receives their number, also when they do not fit; 0 on any other failure
  * @param capacity     number of records that values can take, not 0
  * @return ZEL_OK; started codes (also for a capacity of 0); ZEL_SRV_BUFFER_TOO_SMALL (more signals
- *         than that); ZEL_PARAM_XML_ERROR and ZEL_UTIL_STRING_CONVERSION (the answer makes no
- * sense); request codes
+ *         than that; `values` is full); ZEL_PARAM_XML_ERROR and ZEL_UTIL_STRING_CONVERSION (the
+ *         answer makes no sense); request codes
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XDAQ_GetAllMeasVals(uint64_t uuid, int32_t enabledOnly,
@@ -1143,21 +1163,25 @@ ZEL_API int32_t ZEL_XDAQ_GetAllMeasVals(uint64_t uuid, int32_t enabledOnly,
  * Lists a module's signals (5/6).
  *
  * @param signals   receives the signals
- * @param count     receives their number; 0 on failure
+ * @param count     receives their number, also when they do not fit; 0 on any other failure
  * @param capacity  number of records that signals can take, not 0
  * @return ZEL_OK; started codes (also for a capacity of 0); ZEL_SRV_BUFFER_TOO_SMALL (more signals
- *         than that); ZEL_PARAM_XML_ERROR (the answer makes no sense); request codes
+ *         than that; `signals` is full); ZEL_PARAM_XML_ERROR (the answer makes no sense); request
+ *         codes
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XDAQ_GetSignalList(uint64_t uuid, ZEL_SignalInfo* signals, uint64_t* count,
                                        uint64_t capacity);
 
-/** As ZEL_XDAQ_GetSignalList, with what each identifier says about its signal. */
+/** As ZEL_XDAQ_GetSignalList, with what is needed to subscribe and what each identifier says about
+ *  its signal. */
 ZEL_API int32_t ZEL_XDAQ_GetSignalListEx(uint64_t uuid, ZEL_SignalInfoEx* signals, uint64_t* count,
                                          uint64_t capacity);
 
 /**
- * Lists a module's signals as the module words it (5/8), by the buffer rule.
+ * Lists a module's signals as text (5/8), by the buffer rule: one line for each signal, ended by a
+ * line feed, with reference, name, unit, sample rate in hertz, data type, record kind and 1 or 0
+ * for enabled, separated by tabs.
  *
  * @return ZEL_OK; started codes; ZEL_SRV_BUFFER_TOO_SMALL; request codes
  * @threads any; blocks for the request time
@@ -1166,15 +1190,17 @@ ZEL_API int32_t ZEL_XDAQ_GetSignalListString(uint64_t uuid, char* buffer, uint64
                                              uint64_t capacity);
 
 /**
- * Activates a trigger: a condition on a module's status that ZEL_XDAQ_WaitForTrigger waits for. The
- * text names the trigger in all three trigger exports; it is a list of key=value pairs, separated
- * by blanks, in any order:
+ * Activates a trigger: a condition on a module that ZEL_XDAQ_WaitForTrigger waits for. The text
+ * names the trigger in all three trigger exports; it is a list of key=value pairs, separated by
+ * blanks, in any order. A condition on a status, or on the physical value of a signal:
  *
  *     "uuid=0x1234 connector=1 channel=1 signal=1 status=7 value=1"
+ *     "uuid=0x1234 reference=AnalogIn_Connector0.Signal0 above=9.5"
  *
- * `uuid` and `status` must be there; the numbers are decimal, or hexadecimal behind "0x". Without
- * `connector`, `channel` or `signal` any will do; without `value` any value but 0 will do.
- * Activating a trigger that is active changes nothing.
+ * Numbers are decimal, whole ones also hexadecimal behind "0x". Without `connector`, `channel` or
+ * `signal` any will do; without `value` any value but 0 will do. `reference` is a signal reference
+ * or a parameter path; with both `above` and `below` the value must lie between them. Activating a
+ * trigger that is active changes nothing.
  *
  * @param trigger  the text
  * @return ZEL_OK; started codes; ZEL_SRV_INVALID_PARAMETERS (not such a text)
@@ -1192,19 +1218,20 @@ ZEL_API int32_t ZEL_XDAQ_ActivateTrigger(const char* trigger);
 ZEL_API int32_t ZEL_XDAQ_ClearTrigger(const char* trigger);
 
 /**
- * Waits until the condition of a trigger holds: asks for the module's status (2/3) at once and then
- * every 100 ms. The trigger stays active.
+ * Waits until the condition of a trigger holds: asks for the module's status (2/3) or the signal's
+ * value (5/7) at once and then every 100 ms. The trigger stays active.
  *
  * @param timeoutMs  longest time to wait, in milliseconds; 0 asks once
  * @param trigger    text of an active trigger
- * @param status     receives the status entry that fulfilled the condition
- * @return ZEL_OK; started codes; ZEL_DAQ_TRIGGER_UNKNOWN (not active); ZEL_SRV_INVALID_PARAMETERS
- * (not such a text); ZEL_UTIL_WAIT_TIMEOUT; ZEL_PARAM_XML_ERROR (the answer makes no sense);
- *         request codes
+ * @param event      receives what fulfilled the condition; unchanged otherwise
+ * @return ZEL_OK; started codes; ZEL_DAQ_TRIGGER_UNKNOWN (not active, or cleared meanwhile);
+ *         ZEL_SRV_INVALID_PARAMETERS (not such a text); ZEL_UTIL_WAIT_TIMEOUT; ZEL_SIGNAL_UNKNOWN,
+ *         ZEL_SIGNAL_NOT_SUPPORTED, ZEL_SIGNAL_NOT_CORRECT; ZEL_PARAM_XML_ERROR and
+ *         ZEL_UTIL_STRING_CONVERSION (the answer makes no sense); request codes
  * @threads any; blocks for timeoutMs plus one request time
  */
 ZEL_API int32_t ZEL_XDAQ_WaitForTrigger(uint32_t timeoutMs, const char* trigger,
-                                        ZEL_StatusEntry* status);
+                                        ZEL_TriggerEvent* event);
 
 /* ------------------------------------------------------------------------------------------------
  * ZEL_XSTAT_: status and topology

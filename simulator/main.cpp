@@ -170,9 +170,10 @@ int main(int argc, char** argv)
         ->capture_default_str();
     app.add_option("--serial", options.settings.serialNumber, "Serial number")
         ->capture_default_str();
-    app.add_flag("--answer-scans", options.settings.answersScans,
-                 "Answer scans by broadcast and multicast, and follow network settings; the answers "
-                 "reach every host of the network");
+    app.add_flag(
+        "--answer-scans", options.settings.answersScans,
+        "Answer scans by broadcast and multicast, and follow network settings; the answers "
+        "reach every host of the network");
     app.add_option("--fault", options.faults, "A fault to switch on; may be given several times");
     app.add_option("--script", options.script, "JSON file with modules instead of --modules")
         ->type_name("FILE");

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "async_com.h"
 #include "client.h"
 #include "subscription_table.h"
 #include "text_handler.h"
+#include "triggers.h"
 
 namespace zel {
 
@@ -20,13 +22,17 @@ public:
 
     sys::EventLoop& loop() { return m_client.loop(); }
     clConHndlr& connections() { return m_client.connections(); }
+    clAsyncCom& asyncReads() { return m_asyncReads; }
     SubscriptionTable& subscriptions() { return m_subscriptions; }
+    daq::Triggers& triggers() { return m_triggers; }
 
 private:
     // Constructed in this order, destroyed in the reverse one.
     Client m_client;
+    clAsyncCom m_asyncReads{modules()};
     SubscriptionTable m_subscriptions;
     clTextHandler m_texts;
+    daq::Triggers m_triggers;
 };
 
 } // namespace zel

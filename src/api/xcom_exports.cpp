@@ -97,5 +97,5 @@ int32_t ZEL_XCOM_Async_ReadData(uint32_t handle)
 
 int32_t ZEL_XCOM_Async_ReadData_Timeout(uint32_t handle, uint32_t timeoutMs)
 {
-    return forward({}, [&](clSystemMgr&) { return notAvailable(handle, timeoutMs); });
+    return forward({}, [&](clSystemMgr& mgr) { return mgr.asyncReads().read(handle, timeoutMs); });
 }

@@ -6,65 +6,6 @@
 
 using namespace zel;
 
-int32_t ZEL_XUTIL_ComposeChannelPath(uint32_t connector, uint32_t channel, uint32_t type,
-                                     char* buffer, uint64_t size, uint64_t* length)
-{
-    return checked({buffer, orNull(size)},
-                   [&] { return notAvailable(connector, channel, type, length); });
-}
-
-int32_t ZEL_XUTIL_ComposeSensorPath(uint32_t connector, uint32_t channel, uint32_t type,
-                                    char* buffer, uint64_t size, uint64_t* length)
-{
-    return checked({buffer, orNull(size)},
-                   [&] { return notAvailable(connector, channel, type, length); });
-}
-
-int32_t ZEL_XUTIL_ComposeSignalPath(uint32_t connector, uint32_t channel, uint32_t signal,
-                                    uint32_t type, char* buffer, uint64_t size, uint64_t* length)
-{
-    return checked({buffer, orNull(size)},
-                   [&] { return notAvailable(connector, channel, signal, type, length); });
-}
-
-int32_t ZEL_XUTIL_ComposeAmplifierPath(uint32_t connector, char* buffer, uint64_t size)
-{
-    return checked({buffer, orNull(size)}, [&] { return notAvailable(connector); });
-}
-
-int32_t ZEL_XUTIL_ComposeAlarmPath(char* buffer, uint64_t size, uint64_t* length)
-{
-    return checked({buffer, orNull(size)}, [&] { return notAvailable(length); });
-}
-
-int32_t ZEL_XUTIL_ComposeGatePath(char* buffer, uint64_t size, uint64_t* length)
-{
-    return checked({buffer, orNull(size)}, [&] { return notAvailable(length); });
-}
-
-int32_t ZEL_XUTIL_ComposePeakPath(char* buffer, uint64_t size, uint64_t* length)
-{
-    return checked({buffer, orNull(size)}, [&] { return notAvailable(length); });
-}
-
-int32_t ZEL_XUTIL_ComposeMathIndexPath(char* buffer, uint64_t size, uint64_t* length,
-                                       uint32_t index)
-{
-    return checked({buffer, orNull(size)}, [&] { return notAvailable(length, index); });
-}
-
-int32_t ZEL_XUTIL_ComposePeakIndexPath(char* buffer, uint64_t size, uint64_t* length,
-                                       uint32_t index)
-{
-    return checked({buffer, orNull(size)}, [&] { return notAvailable(length, index); });
-}
-
-int32_t ZEL_XUTIL_ParseSignalPath(const char* path, uint32_t, uint32_t* connector,
-                                  uint32_t* channel, uint32_t* signal, uint32_t* type)
-{
-    return checked({path, connector, channel, signal, type}, [] { return notAvailable(); });
-}
-
 int32_t ZEL_XUTIL_ComposeSensor(const ZEL_Sensor* sensor, char* buffer, uint64_t* length,
                                 uint64_t capacity)
 {
@@ -134,23 +75,6 @@ int32_t ZEL_XUTIL_GetUnitCodeFromName(const char* name)
 const char* ZEL_XUTIL_GetUnitNameFromCode(uint32_t)
 {
     return "";
-}
-
-int32_t ZEL_XUTIL_GetDaqHeader(uint32_t mode, uint32_t key, const void* block, uint64_t size,
-                               ZEL_DaqHeader* header, uint64_t* offset)
-{
-    return checked({block, header, offset}, [&] { return notAvailable(mode, key, size); });
-}
-
-int32_t ZEL_XUTIL_GetDaqData(uint64_t offset, const void* block, const ZEL_DaqHeader* header,
-                             void* output, uint64_t size)
-{
-    return notAvailable(offset, block, header, output, size);
-}
-
-int32_t ZEL_XUTIL_GetNilValues(double* real, int32_t* integer, uint32_t* unsigned_)
-{
-    return notAvailable(real, integer, unsigned_);
 }
 
 const char* ZEL_XUTIL_GetLastXmlError()

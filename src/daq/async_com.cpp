@@ -1,0 +1,66 @@
+#include "async_com.h"
+
+#include "logger.h"
+#include "measured_values.h"
+#include "ZEL_VR_Framework.h"
+
+#include <string>
+
+namespace zel {
+
+namespace {
+
+void log(const std::string& text)
+{
+    if (logger().isOn(LogCategory::measurement))
+        logger().write(LogLevel::info, LogCategory::measurement, text);
+}
+
+} // namespace
+
+std::int32_t clAsyncCom::startBlock(std::uint64_t uuid, const AsyncBuffer& buffer,
+                                    std::uint32_t& handle)
+{
+    const MethodAddress address{uuid, daq::kService, daq::kReadBlock};
+    auto request = std::make_unique<clAsyncMthdReqrSrv>(address, buffer, m_path);
+    request->prepare(makeMethodRequest(address, daq::blockRequest(buffer.size)));
+    const std::uint32_t label = request->label();
+    {
+        const std::lock_guard lock{m_mutex};
+        m_pending.erase(label);
+        request->sendRequest();
+        m_pending.emplace(label, std::move(request));
+    }
+    handle = label;
+    log("ZEL_XDAQ_Async_GetMeasValBlock (Request) Handle=" + std::to_string(label));
+    return ZEL_OK;
+}
+
+std::int32_t clAsyncCom::read(std::uint32_t handle, std::uint32_t milliseconds)
+{
+    return take(handle, milliseconds);
+}
+
+std::int32_t clAsyncCom::read(std::uint32_t handle)
+{
+    return take(handle, std::nullopt);
+}
+
+std::int32_t clAsyncCom::take(std::uint32_t handle, std::optional<std::uint32_t> milliseconds)
+{
+    const std::string name = "ZEL_XCOM_Async_ReadData (Handle=" + std::to_string(handle) + ")";
+    log(name + " start");
+    std::int32_t result = ZEL_INDEX_OUT_OF_RANGE;
+    {
+        const std::lock_guard lock{m_mutex};
+        if (const auto found = m_pending.find(handle); found != m_pending.end()) {
+            clAsyncMthdReqrSrv& request = *found->second;
+            result = milliseconds ? request.wait(*milliseconds) : request.wait();
+            m_pending.erase(found);
+        }
+    }
+    log(name + " finished: Result=" + std::to_string(result));
+    return result;
+}
+
+} // namespace zel

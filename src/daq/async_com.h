@@ -1,0 +1,40 @@
+#pragma once
+
+#include "async_method_request.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace zel {
+
+/// The asynchronous reads that are under way, by their handles.
+///
+/// Its lock is held while a read waits: one read or start at a time. It is taken by callers of the
+/// library only, never inside a callback, so that an entry may be destroyed under it.
+class clAsyncCom {
+public:
+    explicit clAsyncCom(const RequestPath& path) : m_path(path) {}
+
+    /// Sends a block request. Its handle is its transaction's label: an older read that nobody
+    /// collected is given up when its handle comes round again.
+    std::int32_t startBlock(std::uint64_t uuid, const AsyncBuffer& buffer, std::uint32_t& handle);
+
+    /// The result of a read, whose handle is used up, also when the time was over first and the
+    /// read is given up: ZEL_UTIL_WAIT_TIMEOUT. ZEL_INDEX_OUT_OF_RANGE for an unknown handle.
+    std::int32_t read(std::uint32_t handle, std::uint32_t milliseconds);
+    /// The same without a limit of its own.
+    std::int32_t read(std::uint32_t handle);
+
+private:
+    std::int32_t take(std::uint32_t handle, std::optional<std::uint32_t> milliseconds);
+
+    const RequestPath m_path;
+
+    std::mutex m_mutex;
+    std::map<std::uint32_t, std::unique_ptr<clAsyncMthdReqrSrv>> m_pending; // under m_mutex
+};
+
+} // namespace zel

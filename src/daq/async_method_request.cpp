@@ -1,0 +1,73 @@
+#include "async_method_request.h"
+
+#include "logger.h"
+#include "ZEL_VR_Framework.h"
+
+#include <cstring>
+#include <string>
+
+namespace zel {
+
+namespace {
+
+void log(const std::string& text)
+{
+    if (logger().isOn(LogCategory::measurement))
+        logger().write(LogLevel::info, LogCategory::measurement,
+                       "ZEL_XDAQ_Async_GetMeasValBlock " + text);
+}
+
+} // namespace
+
+clAsyncMthdReqrSrv::clAsyncMthdReqrSrv(const MethodAddress& address, const AsyncBuffer& buffer,
+                                       const RequestPath& path)
+    : clMthdReqrSrv(address, path.loop, path.context), m_buffer(buffer)
+{
+}
+
+clAsyncMthdReqrSrv::~clAsyncMthdReqrSrv()
+{
+    // Waits for a callback that is just writing to the caller's buffer.
+    dropRequestor();
+}
+
+void clAsyncMthdReqrSrv::completed(std::int32_t result)
+{
+    logFailure(result);
+    log("(Failure): Result=" + std::to_string(result));
+    m_result = result;
+    m_isOver.set();
+}
+
+void clAsyncMthdReqrSrv::delivered(std::unique_ptr<clRxTelContainer> response,
+                                   const TransactionSource&)
+{
+    std::uint64_t length = 0;
+    m_result = ZEL_POINTER_NULL;
+    if (response) {
+        m_result = evalRespHeader(*response);
+        const Bytes data = response->payload();
+        length = data.size();
+        *m_buffer.received = length;
+        if (length > m_buffer.size)
+            m_result = ZEL_SRV_BUFFER_TOO_SMALL;
+        else if (length > 0)
+            std::memcpy(m_buffer.data, data.data(), data.size());
+    }
+    log("(Response): Result=" + std::to_string(m_result) + ", " + std::to_string(length) +
+        " bytes of data");
+    m_isOver.set();
+}
+
+std::int32_t clAsyncMthdReqrSrv::wait(std::uint32_t milliseconds)
+{
+    return m_isOver.waitFor(milliseconds) ? m_result : ZEL_UTIL_WAIT_TIMEOUT;
+}
+
+std::int32_t clAsyncMthdReqrSrv::wait()
+{
+    m_isOver.wait();
+    return m_result;
+}
+
+} // namespace zel

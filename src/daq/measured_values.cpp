@@ -1,0 +1,184 @@
+#include "measured_values.h"
+
+#include "request_document.h"
+#include "response_document.h"
+#include "signal_path.h"
+#include "text_response.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+namespace zel::daq {
+
+namespace {
+
+constexpr std::uint16_t kListSignals = 6;
+constexpr std::uint16_t kReadValues = 7;
+
+/// Cut to the field, always terminated.
+template <std::size_t Size>
+void fill(char (&field)[Size], std::string_view text)
+{
+    const std::size_t length = std::min(text.size(), Size - 1);
+    std::memcpy(field, text.data(), length);
+    std::memset(field + length, 0, Size - length);
+}
+
+void fill(ZEL_SignalInfo& info, pugi::xml_node signal)
+{
+    fill(info.id, signal.child_value());
+}
+
+void fill(ZEL_SignalInfoEx& info, pugi::xml_node signal)
+{
+    info = {};
+    const std::string_view reference = signal.child_value();
+    fill(info.id, reference);
+    if (const auto numbers = signals::numbersOf(reference, ZEL_CONNECTOR_CAN_ADDITIONAL)) {
+        info.connectorType = numbers->type;
+        info.connector = numbers->connector;
+        info.channel = std::max(numbers->channel, 1u);
+        info.signal = numbers->signal;
+        fill(info.path, signals::signalPath(*numbers, signals::PathForm::address));
+    }
+    fill(info.name, signal.attribute("name").value());
+    fill(info.unit, signal.attribute("unit").value());
+    double rate = 0;
+    if (parseNumber(signal.attribute("rate").value(), rate) == ZEL_OK && rate >= 0)
+        info.sampleRate = rate;
+    info.dataType = signal.attribute("dataType").as_uint();
+    info.recordKind = signal.attribute("kind").as_uint();
+    info.isEnabled = signal.attribute("enabled").as_uint() == 1 ? 1 : 0;
+}
+
+/// The value that belongs to a "SigId" is the "MeasVal" right behind it.
+std::int32_t fill(ZEL_MeasuredValue& value, pugi::xml_node signal)
+{
+    const pugi::xml_node measured = signal.next_sibling();
+    if (std::string_view{measured.name()} != "MeasVal")
+        return ZEL_PARAM_XML_ERROR;
+    fill(value.id, signal.child_value());
+    return parseNumber(measured.child_value(), value.value);
+}
+
+/// Reads a list of "SigId": `take(index, node)` fills the entries that there is room for.
+template <class Take>
+std::int32_t readList(const RequestPath& requests, const MethodAddress& method, std::string request,
+                      std::size_t room, std::uint64_t& count, Take&& take)
+{
+    count = 0;
+    const Response response = sendForResponse(requests, method, std::move(request));
+    if (response.result != ZEL_OK)
+        return response.result;
+    ResponseDocument document;
+    if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
+        return result;
+    std::uint64_t found = 0;
+    for (const pugi::xml_node signal : document.root().children("SigId")) {
+        if (found < room) {
+            if (const std::int32_t result = take(found, signal); result != ZEL_OK)
+                return result;
+        }
+        ++found;
+    }
+    count = found;
+    return found > room ? ZEL_SRV_BUFFER_TOO_SMALL : ZEL_OK;
+}
+
+template <class Info>
+std::int32_t readInfos(const RequestPath& requests, std::uint64_t uuid, std::span<Info> infos,
+                       std::uint64_t& count)
+{
+    return readList(requests, {uuid, kService, kListSignals}, RequestDocument{}.take(),
+                    infos.size(), count, [&](std::uint64_t index, pugi::xml_node signal) {
+                        fill(infos[index], signal);
+                        return ZEL_OK;
+                    });
+}
+
+} // namespace
+
+std::string blockRequest(std::uint64_t size)
+{
+    return RequestDocument{}.addNumber("MaxSize", size).take();
+}
+
+std::int32_t readBlock(const RequestPath& requests, std::uint64_t uuid, void* buffer,
+                       std::uint64_t size, std::uint64_t& received)
+{
+    received = 0;
+    const Response response =
+        sendForResponse(requests, {uuid, kService, kReadBlock}, blockRequest(size));
+    if (response.result != ZEL_OK)
+        return response.result;
+    const Bytes block = response.payload();
+    received = block.size();
+    if (block.size() > size)
+        return ZEL_SRV_BUFFER_TOO_SMALL;
+    if (!block.empty())
+        std::memcpy(buffer, block.data(), block.size());
+    return ZEL_OK;
+}
+
+std::int32_t toPath(const char* signal, std::string& path)
+{
+    const std::string_view text = signal;
+    if (text.find('/') != std::string_view::npos) {
+        path = text;
+        return ZEL_OK;
+    }
+    path = signals::pathOf(text);
+    if (!path.empty())
+        return ZEL_OK;
+    switch (signals::kindOf(text)) {
+    case signals::ReferenceKind::other:
+        return ZEL_SIGNAL_UNKNOWN;
+    case signals::ReferenceKind::analogIn:
+    case signals::ReferenceKind::canReceiver:
+    case signals::ReferenceKind::fiber:
+        return ZEL_SIGNAL_NOT_CORRECT;
+    default:
+        return ZEL_SIGNAL_NOT_SUPPORTED;
+    }
+}
+
+std::int32_t readValue(const RequestPath& requests, std::uint64_t uuid, const char* signal,
+                       std::uint32_t scaleType, double& value)
+{
+    std::string path;
+    if (const std::int32_t result = toPath(signal, path); result != ZEL_OK)
+        return result;
+    const Response response = sendForResponse(
+        requests, {uuid, kService, kReadValues},
+        RequestDocument{}.addText("SigId", path).addNumber("ScaleType", scaleType).take());
+    if (response.result != ZEL_OK)
+        return response.result;
+    ResponseDocument document;
+    if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
+        return result;
+    return document.requireNumber("MeasVal", value);
+}
+
+std::int32_t readAllValues(const RequestPath& requests, std::uint64_t uuid, bool enabledOnly,
+                           std::span<ZEL_MeasuredValue> values, std::uint64_t& count)
+{
+    return readList(
+        requests, {uuid, kService, kReadValues},
+        RequestDocument{}.addFlag("EnabledOnly", enabledOnly).take(), values.size(), count,
+        [&](std::uint64_t index, pugi::xml_node signal) { return fill(values[index], signal); });
+}
+
+std::int32_t readSignals(const RequestPath& requests, std::uint64_t uuid,
+                         std::span<ZEL_SignalInfo> signals, std::uint64_t& count)
+{
+    return readInfos(requests, uuid, signals, count);
+}
+
+std::int32_t readSignals(const RequestPath& requests, std::uint64_t uuid,
+                         std::span<ZEL_SignalInfoEx> signals, std::uint64_t& count)
+{
+    return readInfos(requests, uuid, signals, count);
+}
+
+} // namespace zel::daq

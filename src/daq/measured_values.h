@@ -1,0 +1,48 @@
+#pragma once
+
+#include "method_request.h"
+#include "ZEL_VR_Framework.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+/// Measured values as a module sends them on request, and what it has to offer. Each function is
+/// one method request of service 5, waits for the answer and returns its result.
+namespace zel::daq {
+
+inline constexpr std::uint16_t kService = 5;
+inline constexpr std::uint16_t kReadBlock = 1;
+inline constexpr std::uint16_t kListSignalsAsText = 8;
+
+/// The request for a block of at most so many bytes.
+std::string blockRequest(std::uint64_t size);
+
+/// Copies the records that the module has ready. `received` gets their length, also when they do
+/// not fit: then nothing is copied, ZEL_SRV_BUFFER_TOO_SMALL. 0 on any other failure.
+std::int32_t readBlock(const RequestPath& requests, std::uint64_t uuid, void* buffer,
+                       std::uint64_t size, std::uint64_t& received);
+
+/// The physical value of a signal.
+inline constexpr std::uint32_t kPhysical = 2;
+
+/// The current value of a signal, named by its reference or its parameter path. A reference without
+/// a path is refused before anything is sent: ZEL_SIGNAL_UNKNOWN, ZEL_SIGNAL_NOT_SUPPORTED,
+/// ZEL_SIGNAL_NOT_CORRECT. `value` is set on success only.
+std::int32_t readValue(const RequestPath& requests, std::uint64_t uuid, const char* signal,
+                       std::uint32_t scaleType, double& value);
+
+// Lists: `count` becomes the number of entries, also when there is no room for all of them and
+// ZEL_SRV_BUFFER_TOO_SMALL comes; 0 on any other failure.
+
+std::int32_t readAllValues(const RequestPath& requests, std::uint64_t uuid, bool enabledOnly,
+                           std::span<ZEL_MeasuredValue> values, std::uint64_t& count);
+std::int32_t readSignals(const RequestPath& requests, std::uint64_t uuid,
+                         std::span<ZEL_SignalInfo> signals, std::uint64_t& count);
+std::int32_t readSignals(const RequestPath& requests, std::uint64_t uuid,
+                         std::span<ZEL_SignalInfoEx> signals, std::uint64_t& count);
+
+/// What requests carry: the text itself where it is a path, else the path of the reference.
+std::int32_t toPath(const char* signal, std::string& path);
+
+} // namespace zel::daq

@@ -1,0 +1,290 @@
+#include "signal_path.h"
+
+#include "ZEL_VR_Framework.h"
+
+#include <array>
+#include <initializer_list>
+#include <limits>
+#include <span>
+
+namespace zel::signals {
+
+namespace {
+
+// Pieces of paths.
+constexpr std::string_view kAddress = R"([@address=")";
+constexpr std::string_view kEnd = R"("])";
+constexpr std::string_view kNext = R"("]/)";
+constexpr std::string_view kChoice = R"([@choice=")";
+constexpr std::string_view kAmplifier = "Amplifier";
+constexpr std::string_view kAdditional = "AdditionalConnector";
+constexpr std::string_view kFunction = "AdditionalFunction/";
+
+std::string join(std::initializer_list<std::string_view> parts)
+{
+    std::string text;
+    for (const std::string_view part : parts)
+        text += part;
+    return text;
+}
+
+bool isAdditional(std::uint32_t type)
+{
+    return type == ZEL_CONNECTOR_CAN_ADDITIONAL || type == ZEL_CONNECTOR_FIBER;
+}
+
+bool isCan(std::uint32_t type)
+{
+    return type == ZEL_CONNECTOR_CAN || type == ZEL_CONNECTOR_CAN_ADDITIONAL;
+}
+
+std::string indexPath(std::string_view unit, std::string_view element, std::uint32_t index)
+{
+    return join({kFunction, unit, "/", element, kAddress, std::to_string(index), kEnd});
+}
+
+/// The path of a CAN signal on an additional connector.
+std::string additionalCanPath(std::string_view connector, std::string_view channel)
+{
+    return join({kAdditional, "/Connector", kAddress, connector, kNext, "Mode/CanBus/CanInChannel",
+                 kAddress, channel, kNext, "AsyncSignal"});
+}
+
+std::string modeStep(std::string_view choice)
+{
+    return join({"Mode", kChoice, choice, kNext});
+}
+
+/// Reads a number as "%u" of scanf does, a blank or a sign before it included; what does not fit
+/// into 32 bits is none.
+bool takeNumber(std::string_view& text, std::uint32_t& number)
+{
+    const std::size_t blanks = text.find_first_not_of(" \t\n\v\f\r");
+    text.remove_prefix(std::min(blanks, text.size()));
+    const bool isNegative = text.starts_with('-');
+    if (isNegative || text.starts_with('+'))
+        text.remove_prefix(1);
+    std::uint64_t value = 0;
+    std::size_t digits = 0;
+    for (; digits < text.size() && text[digits] >= '0' && text[digits] <= '9'; ++digits) {
+        value = value * 10 + static_cast<std::uint64_t>(text[digits] - '0');
+        if (value > std::numeric_limits<std::uint32_t>::max())
+            return false;
+    }
+    text.remove_prefix(digits);
+    number = static_cast<std::uint32_t>(isNegative ? 0 - value : value);
+    return digits > 0;
+}
+
+constexpr char kNumber = '#'; // stands for a number in a pattern, and in no word
+
+/// Matches the whole text.
+bool matches(std::string_view text, std::string_view pattern, std::span<std::uint32_t> numbers)
+{
+    std::size_t next = 0;
+    for (const char wanted : pattern) {
+        if (wanted == kNumber) {
+            if (next == numbers.size() || !takeNumber(text, numbers[next++]))
+                return false;
+        } else if (!text.starts_with(wanted)) {
+            return false;
+        } else {
+            text.remove_prefix(1);
+        }
+    }
+    return text.empty();
+}
+
+/// The patterns of everything that is recognised, built by the first call.
+struct Patterns {
+    std::array<std::string, 2> can;        // connector, channel; below the amplifier
+    std::array<std::string, 2> additional; // the same on additional connectors
+    std::array<std::string, 2> analog;     // connector, signal
+    std::string analogReference = "AnalogIn_Connector#.Signal#";
+    std::string canReference = "CanReceiver_Connector#.Decoder#.Signal#";
+    std::string fiberReference = "Fiber_Connector#.Channel#.Signal#";
+
+    Patterns()
+    {
+        const std::string canTail =
+            join({modeStep("CanBus"), "CanBus/CanInChannel", kAddress, "#", kNext, "AsyncSignal"});
+        const std::string analogTail =
+            join({modeStep("AnalogInChannel"), "AnalogInChannel/SyncSignal", kAddress, "#", kEnd});
+        const std::string byAddress = join({"/Connector", kAddress, "#", kNext});
+        const std::string numbered = "/Connector#/";
+        can = {join({kAmplifier, byAddress, canTail}), join({kAmplifier, numbered, canTail})};
+        additional = {additionalCanPath("#", "#"), join({kAdditional, byAddress, canTail})};
+        analog = {join({kAmplifier, byAddress, analogTail}),
+                  join({kAmplifier, numbered, analogTail})};
+    }
+};
+
+const Patterns& patterns()
+{
+    static const Patterns built;
+    return built;
+}
+
+bool matchesOne(std::string_view text, std::span<const std::string> alternatives,
+                std::span<std::uint32_t> numbers)
+{
+    for (const std::string& pattern : alternatives) {
+        if (matches(text, pattern, numbers))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+std::string channelPath(const SignalNumbers& numbers, PathForm form)
+{
+    const bool isNumbered =
+        form == PathForm::numbered && numbers.type != ZEL_CONNECTOR_CAN_ADDITIONAL;
+    const std::string connector = std::to_string(numbers.connector);
+    const std::string channel = std::to_string(numbers.channel);
+    std::string path = join({isAdditional(numbers.type) ? kAdditional : kAmplifier, "/Connector"});
+    path += isNumbered ? join({connector, "/"}) : join({kAddress, connector, kNext});
+    if (numbers.type == ZEL_CONNECTOR_FIBER)
+        return path + join({modeStep("Fiber"), "Fiber/FiberChannel", kAddress, channel, kEnd});
+    if (isCan(numbers.type))
+        return path + join({modeStep("CanBus"), "CanBus/CanInChannel", kAddress, channel, kEnd});
+    return path + join({modeStep("AnalogInChannel"), "AnalogInChannel"});
+}
+
+std::string sensorPath(const SignalNumbers& numbers)
+{
+    std::string_view sensor;
+    if (numbers.type == ZEL_CONNECTOR_ANALOG)
+        sensor = "/Sensor";
+    else if (isCan(numbers.type))
+        sensor = "/CanSensor";
+    else if (numbers.type == ZEL_CONNECTOR_FIBER)
+        sensor = "/Fiber";
+    else
+        return {};
+    return join({channelPath(numbers, PathForm::address), sensor});
+}
+
+std::string signalPath(const SignalNumbers& numbers, PathForm form)
+{
+    if (numbers.type == ZEL_CONNECTOR_CAN_ADDITIONAL)
+        return additionalCanPath(std::to_string(numbers.connector),
+                                 std::to_string(numbers.channel));
+    const std::string channel = channelPath(numbers, form);
+    if (numbers.type == ZEL_CONNECTOR_CAN)
+        return channel + "/AsyncSignal";
+    return join({channel, "/SyncSignal", kAddress, std::to_string(numbers.signal), kEnd});
+}
+
+// The only path that begins with "/" and has no choice of the mode.
+std::string amplifierPath(std::uint32_t connector)
+{
+    return join({"/Amplifier/Connector", std::to_string(connector), "/Mode/AnalogInChannel"});
+}
+
+std::string alarmPath()
+{
+    return join({kFunction, "Alarm"});
+}
+
+std::string gatePath()
+{
+    return join({kFunction, "Gate"});
+}
+
+std::string peakPath()
+{
+    return join({kFunction, "Peak"});
+}
+
+std::string alarmIndexPath(std::uint32_t index)
+{
+    return indexPath("Alarm", "AlarmIndex", index);
+}
+
+std::string gateIndexPath(std::uint32_t index)
+{
+    return indexPath("Gate", "GateIndex", index);
+}
+
+std::string mathIndexPath(std::uint32_t index)
+{
+    return indexPath("Math", "MathIndex", index);
+}
+
+std::string peakIndexPath(std::uint32_t index)
+{
+    return indexPath("Peak", "PeakIndex", index);
+}
+
+std::optional<SignalNumbers> parseSignalPath(std::string_view text)
+{
+    std::array<std::uint32_t, 3> found{};
+    if (matchesOne(text, patterns().can, found))
+        return SignalNumbers{found[0] + 1, found[1] + 1, 1, ZEL_CONNECTOR_CAN};
+    if (matchesOne(text, patterns().additional, found))
+        return SignalNumbers{found[0] + 1, found[1] + 1, 1, ZEL_CONNECTOR_CAN_ADDITIONAL};
+    if (matchesOne(text, patterns().analog, found) ||
+        matches(text, patterns().analogReference, found))
+        return SignalNumbers{found[0] + 1, 1, found[1] + 1, ZEL_CONNECTOR_ANALOG};
+    if (matches(text, patterns().canReference, found))
+        return SignalNumbers{found[0] + 1, found[1] + 1, 1, ZEL_CONNECTOR_CAN_ADDITIONAL};
+    return {};
+}
+
+ReferenceKind kindOf(std::string_view reference)
+{
+    // In the order of the kinds.
+    static constexpr std::array<std::string_view, 13> kWords{"AnalogIn",
+                                                             "AnalogOut",
+                                                             "DigitalIO",
+                                                             "CanReceiver",
+                                                             "EtherCatReceiver",
+                                                             "Alarm",
+                                                             "Gate",
+                                                             "Math",
+                                                             "Peak",
+                                                             "SignalGenerator",
+                                                             "CanRawReceiver",
+                                                             "CanCcpXcpReceiver",
+                                                             "Fiber"};
+    const std::size_t end = reference.find('_');
+    if (end == std::string_view::npos)
+        return ReferenceKind::other;
+    for (std::size_t kind = 0; kind < kWords.size(); ++kind) {
+        if (kWords[kind] == reference.substr(0, end))
+            return static_cast<ReferenceKind>(kind);
+    }
+    return ReferenceKind::other;
+}
+
+std::optional<SignalNumbers> numbersOf(std::string_view reference, std::uint32_t canType)
+{
+    std::array<std::uint32_t, 3> found{};
+    switch (kindOf(reference)) {
+    case ReferenceKind::analogIn:
+        if (matches(reference, patterns().analogReference, found))
+            return SignalNumbers{found[0] + 1, 0, found[1] + 1, ZEL_CONNECTOR_ANALOG};
+        break;
+    case ReferenceKind::canReceiver:
+        if (matches(reference, patterns().canReference, found))
+            return SignalNumbers{found[0] + 1, found[1] + 1, 1, canType};
+        break;
+    case ReferenceKind::fiber:
+        if (matches(reference, patterns().fiberReference, found))
+            return SignalNumbers{found[0] + 1, found[1] + 1, found[2] + 1, ZEL_CONNECTOR_FIBER};
+        break;
+    default:
+        break;
+    }
+    return {};
+}
+
+std::string pathOf(std::string_view reference)
+{
+    const auto numbers = numbersOf(reference, ZEL_CONNECTOR_CAN_ADDITIONAL);
+    return numbers ? signalPath(*numbers, PathForm::address) : std::string{};
+}
+
+} // namespace zel::signals

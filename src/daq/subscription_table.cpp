@@ -1,0 +1,112 @@
+#include "subscription_table.h"
+
+#include "logger.h"
+#include "request_document.h"
+#include "text_response.h"
+#include "ZEL_VR_Framework.h"
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+
+namespace zel {
+
+namespace {
+
+constexpr std::uint16_t kMeasuredValues = 5;
+constexpr std::uint16_t kSubscribe = 2;
+constexpr std::uint16_t kUnsubscribe = 3;
+
+pugi::xml_node firstElement(const pugi::xml_document& document)
+{
+    return document.document_element();
+}
+
+void addText(pugi::xml_node parent, const char* name, const std::string& text)
+{
+    parent.append_child(name).append_child(pugi::node_pcdata).set_value(text.c_str());
+}
+
+std::string serialise(const pugi::xml_document& document)
+{
+    std::ostringstream text;
+    text << kXmlDeclaration;
+    document.save(text, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
+    return text.str();
+}
+
+void logFinish(std::uint64_t uuid, std::int32_t result)
+{
+    if (!logger().isOn(LogCategory::measurement))
+        return;
+    std::ostringstream line;
+    line << "ZEL_XDAQ_FinishSubscription (UUID=" << std::hex << uuid << std::dec
+         << ") Result=" << result;
+    logger().write(LogLevel::info, LogCategory::measurement, line.str());
+}
+
+} // namespace
+
+void SubscriptionTable::open(std::uint64_t uuid)
+{
+    const std::lock_guard lock(m_mutex);
+    m_entries[uuid].document.append_child("SrvParams");
+}
+
+std::int32_t SubscriptionTable::addSignal(std::uint64_t uuid, const char* reference,
+                                          std::uint16_t userSignalId, std::uint64_t blockSize)
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_entries.find(uuid);
+    if (found == m_entries.end())
+        return ZEL_FAILED;
+    Entry& entry = found->second;
+    pugi::xml_node list = firstElement(entry.document);
+    if (!list)
+        return ZEL_DAQ_SUBSCRIPTION_STATE;
+    ++entry.signalCount;
+    pugi::xml_node signal = list.append_child("Signal");
+    signal.append_attribute("address").set_value(
+        ("Sig" + std::to_string(entry.signalCount)).c_str());
+    addText(signal, "Name", reference);
+    addText(signal, "UserSigId", std::to_string(userSignalId));
+    addText(signal, "BlockSize", std::to_string(std::min(blockSize, kLargestBlock)));
+    return ZEL_OK;
+}
+
+std::int32_t SubscriptionTable::finish(std::uint64_t uuid, std::uint64_t startTime,
+                                       const RequestPath& requests)
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_entries.find(uuid);
+    if (found == m_entries.end())
+        return ZEL_FAILED;
+    Entry& entry = found->second;
+    const pugi::xml_node list = firstElement(entry.document);
+    if (!list)
+        return ZEL_DAQ_SUBSCRIPTION_STATE;
+    addText(list, "StartTime", std::to_string(startTime));
+    std::string document = serialise(entry.document);
+    entry.signalCount = 0;
+    entry.document.reset();
+    const std::int32_t result =
+        send(requests, {uuid, kMeasuredValues, kSubscribe}, std::move(document));
+    logFinish(uuid, result);
+    return result;
+}
+
+std::int32_t SubscriptionTable::clear(std::uint64_t uuid, const RequestPath& requests)
+{
+    const std::int32_t result =
+        send(requests, {uuid, kMeasuredValues, kUnsubscribe}, RequestDocument{}.take());
+    erase(uuid);
+    return result;
+}
+
+void SubscriptionTable::erase(std::uint64_t uuid)
+{
+    const std::lock_guard lock(m_mutex);
+    m_entries.erase(uuid);
+}
+
+} // namespace zel

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "method_request.h"
+#include "ZEL_VR_Framework.h"
+
+#include <compare>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace zel::daq {
+
+/// A condition on a module: on one of its status values, or on the current value of a signal.
+struct Trigger {
+    std::uint64_t uuid = 0;
+
+    // a status, wherever it is where a place is left out
+    std::optional<std::uint32_t> connector;
+    std::optional<std::uint32_t> channel;
+    std::optional<std::uint32_t> signal;
+    std::optional<std::uint32_t> status;
+    std::optional<std::uint64_t> value; // any but 0 where it is left out
+
+    // a signal
+    std::string reference;
+    std::optional<double> above;
+    std::optional<double> below;
+
+    auto operator<=>(const Trigger&) const = default;
+};
+
+/// Reads the text form of a trigger, see ZEL_XDAQ_ActivateTrigger.
+std::optional<Trigger> parseTrigger(std::string_view text);
+
+/// The triggers that are active. Any thread.
+class Triggers {
+public:
+    void activate(const Trigger& trigger);
+    /// Ends the waits for it. ZEL_DAQ_TRIGGER_UNKNOWN.
+    std::int32_t clear(const Trigger& trigger);
+    /// Looks at the module at once and then every 100 ms, until the condition holds, the time is
+    /// over (ZEL_UTIL_WAIT_TIMEOUT), a request fails or the trigger is cleared
+    /// (ZEL_DAQ_TRIGGER_UNKNOWN).
+    std::int32_t wait(std::uint32_t milliseconds, const Trigger& trigger,
+                      const RequestPath& requests, ZEL_TriggerEvent& event);
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_cleared;
+    std::set<Trigger> m_active; // under m_mutex
+};
+
+} // namespace zel::daq
