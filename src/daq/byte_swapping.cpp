@@ -4,7 +4,7 @@
 #include <cstring>
 
 #if defined(__x86_64__)
-#define ZEL_HAS_SHUFFLE 1
+#define ZEL_HAS_VECTORS 1
 #include <immintrin.h>
 #endif
 
@@ -28,106 +28,183 @@ void swapOne8(const std::byte* from, std::byte* to)
     std::memcpy(to, &value, sizeof value);
 }
 
-#ifdef ZEL_HAS_SHUFFLE
+#ifdef ZEL_HAS_VECTORS
 
-bool hasAvx2()
-{
-    static const bool has = __builtin_cpu_supports("avx2") != 0;
-    return has;
-}
+#define ZEL_AVX2 __attribute__((target("avx2")))
+#define ZEL_AVX512 __attribute__((target("avx512f,avx512bw")))
 
-bool hasSsse3()
-{
-    static const bool has = __builtin_cpu_supports("ssse3") != 0;
-    return has;
-}
-
-/// Shuffles blocks of 32 bytes, each half by the same pattern; returns how many bytes it did.
-__attribute__((target("avx2"))) std::size_t shuffle32(const std::byte* from, std::byte* to,
-                                                      std::size_t size, const char* pattern)
-{
-    const __m128i half = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pattern));
-    const __m256i order = _mm256_broadcastsi128_si256(half);
-    const auto load = [&](std::size_t at) __attribute__((target("avx2")))
+/// Where each byte of a vector comes from, within its 16 bytes.
+struct alignas(64) Order {
+    explicit constexpr Order(unsigned wordSize)
     {
-        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + at));
-    };
-    const auto store = [&](std::size_t at, __m256i bytes) __attribute__((target("avx2")))
-    {
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + at), _mm256_shuffle_epi8(bytes, order));
-    };
-    std::size_t done = 0;
-    for (; done + 128 <= size; done += 128) {
-        const __m256i a = load(done);
-        const __m256i b = load(done + 32);
-        const __m256i c = load(done + 64);
-        const __m256i d = load(done + 96);
-        store(done, a);
-        store(done + 32, b);
-        store(done + 64, c);
-        store(done + 96, d);
+        for (unsigned i = 0; i < 64; ++i)
+            bytes[i] =
+                static_cast<char>((i % 16) / wordSize * wordSize + wordSize - 1 - i % wordSize);
     }
-    for (; done + 32 <= size; done += 32)
-        store(done, load(done));
-    return done;
+    char bytes[64] = {};
+};
+constexpr Order kOrder4{4};
+constexpr Order kOrder8{8};
+
+ZEL_AVX2 __m256i order32(const Order& order)
+{
+    return _mm256_load_si256(reinterpret_cast<const __m256i*>(order.bytes));
 }
 
-/// Elements of 12 bytes; reads 16 each time, so that the last one is left to others.
-__attribute__((target("ssse3"))) std::size_t shuffle12(const std::byte* from, std::byte* to,
-                                                       std::size_t size)
+ZEL_AVX512 __m512i order64(const Order& order)
 {
-    const __m128i order = _mm_setr_epi8(7, 6, 5, 4, 3, 2, 1, 0, 11, 10, 9, 8, -1, -1, -1, -1);
+    return _mm512_load_si512(order.bytes);
+}
+
+ZEL_AVX2 __m256i load32(const std::byte* from)
+{
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+}
+
+ZEL_AVX2 void store32(std::byte* to, __m256i bytes)
+{
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), bytes);
+}
+
+// The functions below return how many bytes they did; the rest is left to others.
+
+ZEL_AVX2 std::size_t shuffleBy32(const std::byte* from, std::byte* to, std::size_t size,
+                                 const Order& wanted)
+{
+    const __m256i order = order32(wanted);
     std::size_t done = 0;
-    for (; done + 16 <= size; done += 12) {
-        const __m128i bytes =
-            _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from + done)), order);
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(to + done), bytes);
-        const int last = _mm_cvtsi128_si32(_mm_srli_si128(bytes, 8));
-        std::memcpy(to + done + 8, &last, sizeof last);
+    for (; size - done >= 64; done += 64) {
+        const __m256i first = load32(from + done);
+        const __m256i second = load32(from + done + 32);
+        store32(to + done, _mm256_shuffle_epi8(first, order));
+        store32(to + done + 32, _mm256_shuffle_epi8(second, order));
     }
     return done;
 }
 
-constexpr char kOrder4[] = {3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12};
-constexpr char kOrder8[] = {7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8};
+ZEL_AVX512 std::size_t shuffleBy64(const std::byte* from, std::byte* to, std::size_t size,
+                                   const Order& wanted)
+{
+    const __m512i order = order64(wanted);
+    std::size_t done = 0;
+    for (; size - done >= 128; done += 128) {
+        const __m512i first = _mm512_loadu_si512(from + done);
+        const __m512i second = _mm512_loadu_si512(from + done + 64);
+        _mm512_storeu_si512(to + done, _mm512_shuffle_epi8(first, order));
+        _mm512_storeu_si512(to + done + 64, _mm512_shuffle_epi8(second, order));
+    }
+    return done;
+}
+
+// Elements of 12 bytes: the first two words change places, and each word is turned. What is stored
+// beyond the last whole element is overwritten by the next store. The next load comes first, so
+// that source and destination may be the same.
+
+ZEL_AVX2 std::size_t shuffle12By24(const std::byte* from, std::byte* to, std::size_t size)
+{
+    const __m256i words = _mm256_setr_epi32(1, 0, 2, 4, 3, 5, 6, 7);
+    const __m256i order = order32(kOrder4);
+    std::size_t done = 0;
+    if (size < 64)
+        return done;
+    __m256i bytes = load32(from);
+    for (; size - done >= 64; done += 24) {
+        const __m256i next = load32(from + done + 24);
+        store32(to + done, _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(bytes, words), order));
+        bytes = next;
+    }
+    // The bytes that the last store spoilt in place.
+    std::byte last[32];
+    store32(last, _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(bytes, words), order));
+    std::memcpy(to + done, last, 24);
+    return done + 24;
+}
+
+constexpr __mmask16 kAll = 0xFFFF;
+
+ZEL_AVX512 std::size_t shuffle12By60(const std::byte* from, std::byte* to, std::size_t size)
+{
+    const __m512i words = _mm512_setr_epi32(1, 0, 2, 4, 3, 5, 7, 6, 8, 10, 9, 11, 13, 12, 14, 15);
+    const __m512i order = order64(kOrder4);
+    std::size_t done = 0;
+    if (size < 128)
+        return done;
+    __m512i bytes = _mm512_loadu_si512(from);
+    for (; size - done >= 128; done += 60) {
+        const __m512i next = _mm512_loadu_si512(from + done + 60);
+        _mm512_storeu_si512(
+            to + done,
+            _mm512_shuffle_epi8(_mm512_maskz_permutexvar_epi32(kAll, words, bytes), order));
+        bytes = next;
+    }
+    constexpr __mmask16 kWhole = 0x7FFF; // 15 words of 4 bytes
+    _mm512_mask_storeu_epi32(
+        to + done, kWhole,
+        _mm512_shuffle_epi8(_mm512_maskz_permutexvar_epi32(kAll, words, bytes), order));
+    return done + 60;
+}
 
 #endif
+
+std::size_t shuffle([[maybe_unused]] const std::byte* from, [[maybe_unused]] std::byte* to,
+                    [[maybe_unused]] std::size_t size, [[maybe_unused]] bool inEights,
+                    [[maybe_unused]] Vectors vectors)
+{
+#ifdef ZEL_HAS_VECTORS
+    const Order& order = inEights ? kOrder8 : kOrder4;
+    if (vectors == Vectors::avx512)
+        return shuffleBy64(from, to, size, order);
+    if (vectors == Vectors::avx2)
+        return shuffleBy32(from, to, size, order);
+#endif
+    return 0;
+}
+
+std::size_t shuffle12([[maybe_unused]] const std::byte* from, [[maybe_unused]] std::byte* to,
+                      [[maybe_unused]] std::size_t size, [[maybe_unused]] Vectors vectors)
+{
+#ifdef ZEL_HAS_VECTORS
+    if (vectors == Vectors::avx512)
+        return shuffle12By60(from, to, size);
+    if (vectors == Vectors::avx2)
+        return shuffle12By24(from, to, size);
+#endif
+    return 0;
+}
 
 } // namespace
 
-void swap4(const std::byte* from, std::byte* to, std::size_t elements)
+Vectors bestVectors()
+{
+#ifdef ZEL_HAS_VECTORS
+    static const Vectors best =
+        __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") ? Vectors::avx512
+        : __builtin_cpu_supports("avx2")                                        ? Vectors::avx2
+                                                                                : Vectors::none;
+    return best;
+#else
+    return Vectors::none;
+#endif
+}
+
+void swap4(const std::byte* from, std::byte* to, std::size_t elements, Vectors vectors)
 {
     const std::size_t size = elements * 4;
-    std::size_t done = 0;
-#ifdef ZEL_HAS_SHUFFLE
-    if (hasAvx2())
-        done = shuffle32(from, to, size, kOrder4);
-#endif
-    for (; done < size; done += 4)
+    for (std::size_t done = shuffle(from, to, size, false, vectors); done < size; done += 4)
         swapOne4(from + done, to + done);
 }
 
-void swap8(const std::byte* from, std::byte* to, std::size_t elements)
+void swap8(const std::byte* from, std::byte* to, std::size_t elements, Vectors vectors)
 {
     const std::size_t size = elements * 8;
-    std::size_t done = 0;
-#ifdef ZEL_HAS_SHUFFLE
-    if (hasAvx2())
-        done = shuffle32(from, to, size, kOrder8);
-#endif
-    for (; done < size; done += 8)
+    for (std::size_t done = shuffle(from, to, size, true, vectors); done < size; done += 8)
         swapOne8(from + done, to + done);
 }
 
-void swap8And4(const std::byte* from, std::byte* to, std::size_t elements)
+void swap8And4(const std::byte* from, std::byte* to, std::size_t elements, Vectors vectors)
 {
     const std::size_t size = elements * 12;
-    std::size_t done = 0;
-#ifdef ZEL_HAS_SHUFFLE
-    if (hasSsse3())
-        done = shuffle12(from, to, size);
-#endif
-    for (; done < size; done += 12) {
+    for (std::size_t done = shuffle12(from, to, size, vectors); done < size; done += 12) {
         swapOne8(from + done, to + done);
         swapOne4(from + done + 8, to + done + 8);
     }

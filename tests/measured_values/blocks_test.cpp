@@ -1,3 +1,4 @@
+#include "byte_swapping.h"
 #include "hexadecimal.h"
 #include "ZEL_VR_Framework.h"
 
@@ -150,6 +151,33 @@ TEST(BlockData, IsTurnedElementByElement)
                 }
             }
             EXPECT_EQ(output, expected + "#####") << int{what.type} << " x " << count;
+        }
+    }
+}
+
+// Whatever the processor has, and also in place.
+TEST(BlockData, IsTheSameWithAndWithoutVectors)
+{
+    using daq::Vectors;
+    using Turn = void (*)(const std::byte*, std::byte*, std::size_t, Vectors);
+    for (const auto& [turn, element] : std::initializer_list<std::pair<Turn, std::size_t>>{
+             {daq::swap4, 4}, {daq::swap8, 8}, {daq::swap8And4, 12}}) {
+        for (std::size_t elements = 0; elements < 70; ++elements) {
+            std::vector<std::byte> source(element * elements);
+            for (std::size_t i = 0; i < source.size(); ++i)
+                source[i] = static_cast<std::byte>(i * 5 + elements);
+            std::vector<std::byte> expected(source.size());
+            turn(source.data(), expected.data(), elements, Vectors::none);
+            for (const Vectors vectors : {Vectors::avx2, Vectors::avx512}) {
+                if (vectors > daq::bestVectors())
+                    continue;
+                std::vector<std::byte> output(source.size());
+                turn(source.data(), output.data(), elements, vectors);
+                EXPECT_EQ(output, expected) << elements;
+                std::vector<std::byte> inPlace = source;
+                turn(inPlace.data(), inPlace.data(), elements, vectors);
+                EXPECT_EQ(inPlace, expected) << elements;
+            }
         }
     }
 }

@@ -1,0 +1,107 @@
+#include "ZEL_VR_Framework.h"
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kHeaderSize = 24;
+
+void putBigEndian(std::vector<unsigned char>& block, std::uint64_t value, unsigned bytes)
+{
+    while (bytes-- > 0)
+        block.push_back(static_cast<unsigned char>(value >> (8 * bytes)));
+}
+
+void appendRecord(std::vector<unsigned char>& block, std::uint8_t type, std::uint16_t id,
+                  std::uint32_t count)
+{
+    block.push_back(1);
+    block.push_back(type);
+    putBigEndian(block, id, 2);
+    putBigEndian(block, count, 4);
+    putBigEndian(block, 0, 8);
+    putBigEndian(block, 1'000'000'000, 8);
+    const std::size_t element = (type & 15) == 0 ? 16 : type & 15;
+    for (std::size_t i = 0; i < element * count; ++i)
+        block.push_back(static_cast<unsigned char>(i * 31));
+}
+
+double secondsOf(Clock::time_point began)
+{
+    return std::chrono::duration<double>(Clock::now() - began).count();
+}
+
+/// Converts a record of about 64 KiB, by turns with a memcpy of the same bytes.
+void GetDaqDataBesideMemcpy(benchmark::State& state)
+{
+    const auto type = static_cast<std::uint8_t>(state.range(0));
+    const std::size_t element = (type & 15) == 0 ? 16 : type & 15;
+    std::vector<unsigned char> block;
+    appendRecord(block, type, 1, static_cast<std::uint32_t>(65536 / element));
+    ZEL_DaqHeader header{};
+    std::uint64_t offset = 0;
+    ZEL_XUTIL_GetDaqHeader(ZEL_DAQ_BY_INDEX, 0, block.data(), block.size(), &header, &offset);
+    const std::size_t size = block.size() - kHeaderSize;
+    std::vector<unsigned char> output(size);
+    constexpr int kRun = 200;
+    double ours = 0;
+    double theirs = 0;
+    for (auto _ : state) {
+        auto began = Clock::now();
+        for (int i = 0; i < kRun; ++i) {
+            ZEL_XUTIL_GetDaqData(offset, block.data(), &header, output.data(), size);
+            benchmark::ClobberMemory();
+        }
+        ours += secondsOf(began);
+        began = Clock::now();
+        for (int i = 0; i < kRun; ++i) {
+            std::memcpy(output.data(), block.data() + offset, size);
+            benchmark::ClobberMemory();
+        }
+        theirs += secondsOf(began);
+    }
+    const double bytes =
+        static_cast<double>(state.iterations()) * kRun * static_cast<double>(size) / 1e9;
+    state.counters["GB/s"] = bytes / ours;
+    state.counters["memcpy_GB/s"] = bytes / theirs;
+    state.counters["ratio"] = theirs / ours;
+}
+BENCHMARK(GetDaqDataBesideMemcpy)
+    ->ArgName("type")
+    ->Arg(20)
+    ->Arg(24)
+    ->Arg(36)
+    ->Arg(40)
+    ->Arg(80)
+    ->Arg(96)
+    ->Arg(224)
+    ->Arg(92)
+    ->Arg(108)
+    ->Arg(236);
+
+/// Looks for the last of a thousand records.
+void GetDaqHeaderOfTheLastRecord(benchmark::State& state)
+{
+    constexpr std::uint16_t kRecords = 1000;
+    std::vector<unsigned char> block;
+    for (std::uint16_t id = 0; id < kRecords; ++id)
+        appendRecord(block, 36, id, 16);
+    ZEL_DaqHeader header{};
+    std::uint64_t offset = 0;
+    for (auto _ : state) {
+        ZEL_XUTIL_GetDaqHeader(ZEL_DAQ_BY_SIGNAL, kRecords - 1, block.data(), block.size(), &header,
+                               &offset);
+        benchmark::DoNotOptimize(offset);
+    }
+    state.counters["skipped"] = benchmark::Counter(
+        kRecords - 1, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+BENCHMARK(GetDaqHeaderOfTheLastRecord);
+
+} // namespace
