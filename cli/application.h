@@ -55,6 +55,8 @@ void addDocumentCommands(CLI::App& app, Application& application);
 void addTedsCommands(CLI::App& app, Application& application);
 void addControlCommands(CLI::App& app, Application& application);
 void addStatusCommands(CLI::App& app, Application& application);
+void addValueCommands(CLI::App& app, Application& application);
+void addRecordCommand(CLI::App& app, Application& application);
 void addFirmwareCommands(CLI::App& app, Application& application);
 void addSystemCommands(CLI::App& app, Application& application);
 void addTextCommands(CLI::App& app, Application& application);

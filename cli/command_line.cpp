@@ -45,6 +45,8 @@ void defineCommandLine(CLI::App& app, Application& application)
     addTedsCommands(app, application);
     addControlCommands(app, application);
     addStatusCommands(app, application);
+    addValueCommands(app, application);
+    addRecordCommand(app, application);
     addFirmwareCommands(app, application);
     addSystemCommands(app, application);
     addTextCommands(app, application);

@@ -77,6 +77,11 @@ void CommandOutput::json(nlohmann::json identity, const nlohmann::json& result)
     json(identity);
 }
 
+bool CommandOutput::isOnTerminal() const
+{
+    return isTerminal(m_results);
+}
+
 void CommandOutput::finish()
 {
     errno = 0;

@@ -42,6 +42,8 @@ public:
     /// The same for a result in two pieces: about which module, and what.
     void json(nlohmann::json identity, const nlohmann::json& result);
 
+    bool isOnTerminal() const;
+
     /// Writes out what is buffered; throws CommandFailure when the result could not be written.
     void finish();
 

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "ZEL_VR_Framework.h"
+
+namespace zel::cli {
+
+/// One element of a record as it came, in the host's byte order.
+struct Sample {
+    enum class Kind : std::uint8_t { integer, word, real, shortReal, noValue };
+
+    std::uint64_t time = 0; ///< nanoseconds since 1970
+    union {
+        std::int64_t integer = 0;
+        std::uint64_t word;
+        double real;
+        float shortReal;
+    };
+    Kind kind = Kind::noValue;
+};
+
+/// Turns one record into samples. Those of an evenly sampled record get their times from their
+/// index: `rate` is in millihertz. False for a data type that this program does not know.
+bool decodeRecord(const void* block, const ZEL_DaqHeader& header, std::uint64_t offset,
+                  std::uint64_t rate, std::vector<Sample>& samples);
+
+/// Whether the elements of a type carry their own times.
+bool isTimed(std::uint8_t dataType);
+
+/// Time that sample `index` lies behind the first one, in nanoseconds, rounded down.
+std::uint64_t timeOfIndex(std::uint64_t index, std::uint64_t millihertz);
+
+/// The shortest text that reads back as the same value; "nan" for "no value".
+void appendValue(std::string& text, const Sample& sample);
+/// Seconds with nine decimals.
+void appendSeconds(std::string& text, std::uint64_t nanoseconds);
+/// "2026-11-21T05:46:00.123456789Z"
+std::string utcText(std::uint64_t nanoseconds);
+
+} // namespace zel::cli
