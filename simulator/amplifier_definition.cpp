@@ -104,14 +104,40 @@ Definition analogSensor()
          text("CalibrationDate", "2024-03-01", 10), onOff("UseTeds", "On")});
 }
 
+/// What the simulated quantity does, and the form of the signal's records.
+void addSimulation(Children& signal)
+{
+    signal.push_back(choice("RecordKind", "1", {"1", "2"}));
+    signal.push_back(
+        choice("Waveform", "Sine", {"Sine", "Ramp", "Square", "Noise", "Counter", "Sensor"}));
+    signal.push_back(real("Frequency", "10.0", 0.001, 500000));
+    signal.push_back(real("Amplitude", "100.0", 0, 1e9));
+}
+
 Definition syncSignal()
 {
-    return addressed("SyncSignal", 0, 4,
-                     {text("Name", "Signal #"), onOff("Active", "On"), text("Unit", "N", 16),
-                      choice("DataType", "Float32", {"Float32", "Float64", "Int32"}),
+    Children children{text("Name", "Signal #"),
+                      onOff("Active", "On"),
+                      text("Unit", "N", 16),
+                      choice("DataType", "Float32", {"Float32", "Float64", "Int32", "Int64"}),
                       choice("SampleRate", "1200",
-                             {"50", "100", "300", "600", "1200", "2400", "4800", "9600", "19200"}),
-                      real("Factor", "1.0", -1e6, 1e6), real("Offset", "0.0", -1e9, 1e9)});
+                             {"50", "100", "300", "600", "1200", "2400", "4800", "9600", "10000",
+                              "19200", "20000", "50000", "100000", "200000", "500000", "1000000"}),
+                      real("Factor", "1.0", -1e6, 1e6),
+                      real("Offset", "0.0", -1e9, 1e9)};
+    addSimulation(children);
+    return addressed("SyncSignal", 1, 4, std::move(children));
+}
+
+/// Messages of a bus come one `Cycle`, in milliseconds, after the other, give or take.
+Definition asyncSignal()
+{
+    Children children{
+        text("Name", "Can #"), text("Unit", "", 16), onOff("Active", "On"),
+        choice("DataType", "Float64", {"Int32", "Int64", "Float32", "Float64", "UInt32", "UInt64"}),
+        real("Cycle", "10.0", 0.01, 10000)};
+    addSimulation(children);
+    return group("AsyncSignal", std::move(children));
 }
 
 Definition analogInChannel()
@@ -134,19 +160,17 @@ Definition canBus()
          choice("ByteOrder", "Intel", {"Intel", "Motorola"}),
          choice("ValueType", "Signed", {"Signed", "Unsigned", "Float32", "Float64"}),
          real("Factor", "1.0", -1e6, 1e6), real("Offset", "0.0", -1e9, 1e9), text("Unit", "", 16)});
-    return group("CanBus",
-                 {choice("BaudRate", "500000", {"125000", "250000", "500000", "1000000"}),
-                  real("SamplePoint", "80.0", 50, 90), onOff("Termination", "On"),
-                  addressed("CanInChannel", 0, 8,
-                            {text("Name", "Decoder #"), onOff("Active", "Off"), sensor,
-                             group("AsyncSignal", {text("Name", "Can #"), text("Unit", "", 16),
-                                                   onOff("Active", "On")})})});
+    return group("CanBus", {choice("BaudRate", "500000", {"125000", "250000", "500000", "1000000"}),
+                            real("SamplePoint", "80.0", 50, 90), onOff("Termination", "On"),
+                            addressed("CanInChannel", 1, 8,
+                                      {text("Name", "Decoder #"), onOff("Active", "Off"), sensor,
+                                       asyncSignal()})});
 }
 
 Definition fiber()
 {
     return group("Fiber", {choice("Scan", "1000", {"10", "100", "1000"}),
-                           addressed("FiberChannel", 0, 4,
+                           addressed("FiberChannel", 1, 4,
                                      {text("Name", "Fiber #"), onOff("Active", "On"),
                                       group("Fiber", {real("Wavelength", "1550.0", 1500, 1600),
                                                       real("Sensitivity", "0.78", 0.01, 10)}),
@@ -159,20 +183,20 @@ Definition additionalFunction()
     return group(
         "AdditionalFunction",
         {group("Alarm",
-               {addressed("AlarmIndex", 0, 8,
+               {addressed("AlarmIndex", 1, 8,
                           {text("Name", "Alarm #"), onOff("Active", "Off"), source(),
                            choice("Direction", "Above", {"Above", "Below"}),
                            real("Level", "0.0", -1e9, 1e9), real("Hysteresis", "0.0", 0, 1e9)})}),
          group("Gate",
-               {addressed("GateIndex", 0, 4,
+               {addressed("GateIndex", 1, 4,
                           {text("Name", "Gate #"), onOff("Active", "Off"), source(),
                            real("Low", "0.0", -1e9, 1e9), real("High", "1.0", -1e9, 1e9)})}),
          group("Peak",
-               {addressed("PeakIndex", 0, 4,
+               {addressed("PeakIndex", 1, 4,
                           {text("Name", "Peak #"), onOff("Active", "Off"), source(),
                            choice("Type", "Maximum", {"Minimum", "Maximum", "PeakPeak"})})}),
          group("Math",
-               {addressed("MathIndex", 0, 8,
+               {addressed("MathIndex", 1, 8,
                           {text("Name", "Math #"), onOff("Active", "Off"),
                            choice("Operation", "Add", {"Add", "Multiply", "Rms", "Integral"}),
                            source(), text("SecondSource", "", 128),
@@ -208,12 +232,12 @@ ParameterDefinition amplifierDefinition()
     return group(
         "GenPar",
         {group("Amplifier", {real("Range", "10.0", 0.1, 100),
-                             addressed("Connector", 0, 8,
+                             addressed("Connector", 1, 8,
                                        {text("Name", "Connector #"),
                                         alternative("Mode", {"AnalogInChannel"},
                                                     {analogInChannel(), canBus()})})}),
          group("AdditionalConnector",
-               {addressed("Connector", 8, 2,
+               {addressed("Connector", 9, 2,
                           {text("Name", "Additional #"),
                            alternative("Mode", {"CanBus", "Fiber"}, {canBus(), fiber()})})}),
          additionalFunction(), communication(), system()});

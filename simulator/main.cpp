@@ -37,6 +37,8 @@ Examples:
       answers to parameter reads come late, and the next text has a bad trailer
   zel-sim --fault silence:address:x2
       the first two connects find a module that accepts and says nothing
+  zel-sim --free-running
+      blocks of measured values come back full, however fast a host fetches
   zel-sim --script bench.json
       modules, parameters, faults and scripted answers from a file
 
@@ -48,11 +50,18 @@ for the size of segments. Kinds:
 
 constexpr const char* kScriptHelp = R"(
 
+Parameters say what signals do. Below each SyncSignal (and AsyncSignal, of CAN) are
+Waveform (Sine, Ramp, Square, Noise, Counter; Sensor: it rests), Frequency in
+hertz, Amplitude, DataType, RecordKind, and SampleRate (of CAN: Cycle, in ms):
+  zel set 127.0.0.1 \
+    Amplifier/Connector1/Mode/AnalogInChannel/SyncSignal1/Waveform Square
+
 A script is JSON; what a module leaves out is as the options say:
   {"modules": [
     {"uuid": "0x12", "port": 0, "name": "BENCH", "type": "VR-8", "firmware": "4.2",
      "serial": "7", "flashTime": 5000, "restartTime": 3000, "largestWholeAnswer": 4000,
      "address": "127.0.0.1", "answerScans": false,
+     "bufferTime": 2000, "freeRunning": false,
      "parameters": {"System/Location": "lab"},
      "faults": ["delay:1/10:200ms:x1"],
      "answers": [{"method": "1/7", "result": -1004111, "data": "no schema",
@@ -174,6 +183,14 @@ int main(int argc, char** argv)
         "--answer-scans", options.settings.answersScans,
         "Answer scans by broadcast and multicast, and follow network settings; the answers "
         "reach every host of the network");
+    app.add_option_function<std::uint32_t>(
+           "--buffer-time",
+           [&options](std::uint32_t time) { options.settings.bufferTime = milliseconds{time}; },
+           "How long measured values wait for a host that does not fetch them, in milliseconds; "
+           "then the oldest are lost [5000]")
+        ->check(CLI::Range(1u, 3600000u));
+    app.add_flag("--free-running", options.settings.freeRunning,
+                 "Measure as fast as hosts fetch instead of in real time");
     app.add_option("--fault", options.faults, "A fault to switch on; may be given several times");
     app.add_option("--script", options.script, "JSON file with modules instead of --modules")
         ->type_name("FILE");

@@ -23,6 +23,7 @@ struct MethodCall {
     std::uint64_t source = 0;
     MethodId id;
     std::string data;
+    std::uint64_t connection = 0; ///< its number among the module's; 0 for a datagram
 };
 
 /// A result code with what goes with it: the answer's text, or the error's for a person.

@@ -19,6 +19,12 @@ inline constexpr std::int32_t kInvalidControlParameter = -1014300;
 inline constexpr std::int32_t kNoSuchConnector = -1014801;
 inline constexpr std::int32_t kNoTeds = -1014374;
 inline constexpr std::int32_t kZeroNotPossible = -1014305;
+inline constexpr std::int32_t kSignalSwitchedOff = -1014023;
+inline constexpr std::int32_t kBlockTooSmall = -1014025;
+inline constexpr std::int32_t kNothingSubscribed = -1014030;
+inline constexpr std::int32_t kBufferOverrun = -1014085;
+inline constexpr std::int32_t kSignalUnknown = -1014102;
+inline constexpr std::int32_t kScalingNotPossible = -1014112;
 inline constexpr std::int32_t kNoTimeServer = -1515600;
 
 // ...and ask the module for those of the others.

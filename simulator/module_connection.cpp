@@ -20,8 +20,10 @@ constexpr std::size_t kMostTransfers = 1024;
 
 } // namespace
 
-ModuleConnection::ModuleConnection(asio::ip::tcp::socket socket, ModuleCore& module)
+ModuleConnection::ModuleConnection(asio::ip::tcp::socket socket, ModuleCore& module,
+                                   std::uint64_t number)
     : m_module(module),
+      m_number(number),
       m_socket(std::move(socket)),
       m_gap(m_socket.get_executor()),
       m_requests(module.settings().largestRequest)
@@ -253,7 +255,7 @@ void ModuleConnection::handleRequest(std::uint64_t destination, TransactionKey k
     m_transfers[key] = transfer;
     const auto fault = m_module.faults().strike(received.id);
     const MethodId id = received.id;
-    MethodAnswer answer = m_module.answer(std::move(received));
+    MethodAnswer answer = m_module.answer(std::move(received), m_number);
     transfer->start(id, std::move(answer), fault);
 }
 

@@ -23,7 +23,10 @@ class ModuleCore;
 class ModuleConnection : public TelegramOutlet,
                          public std::enable_shared_from_this<ModuleConnection> {
 public:
-    ModuleConnection(asio::ip::tcp::socket socket, ModuleCore& module);
+    ModuleConnection(asio::ip::tcp::socket socket, ModuleCore& module, std::uint64_t number);
+
+    /// Counts the module's connections from 1 on.
+    std::uint64_t number() const { return m_number; }
 
     void start();
     /// Ends the connection in order. The core forgets it, if it has not yet.
@@ -53,6 +56,7 @@ private:
     void wrote();
 
     ModuleCore& m_module; // outlives every connection
+    const std::uint64_t m_number;
     asio::ip::tcp::socket m_socket;
     asio::steady_timer m_gap;
     bool m_isOpen = true;

@@ -97,9 +97,11 @@ MethodAnswer setZero(ModuleModel& model, const ControlTexts& texts)
     }
     const std::uint32_t connector = asNumber(texts[0]);
     const double value = model.simulatedValue(connector, asNumber(texts[1])).value_or(0.0);
-    const bool done = model.parameters.set("Amplifier/Connector[@address=\"" + texts[0] +
-                                               "\"]/Mode/AnalogInChannel/ZeroOffset",
-                                           fixed(target - value));
+    // Connectors count from 0, their addresses in the document from 1.
+    const bool done =
+        model.parameters.set("Amplifier/Connector[@address=\"" + std::to_string(connector + 1) +
+                                 "\"]/Mode/AnalogInChannel/ZeroOffset",
+                             fixed(target - value));
     if (!done)
         return {kZeroNotPossible, "connector " + texts[0] + " cannot be set to zero"};
     return {};

@@ -104,9 +104,9 @@ void ModuleCore::resumeReadingAfter(milliseconds time)
     });
 }
 
-MethodAnswer ModuleCore::answer(ReceivedCall call)
+MethodAnswer ModuleCore::answer(ReceivedCall call, std::uint64_t connection)
 {
-    MethodCall request{call.source, call.id, call.data};
+    MethodCall request{call.source, call.id, call.data, connection};
     m_calls.add(std::move(call));
     if (m_model.isLeaving) {
         MethodAnswer none;
@@ -151,6 +151,7 @@ void ModuleCore::moveTo(const std::string& address)
 
 void ModuleCore::forget(ModuleConnection& connection)
 {
+    m_model.measurements.unsubscribe(connection.number());
     m_connections.erase(connection.shared_from_this());
 }
 
@@ -192,8 +193,8 @@ void ModuleCore::accepted(asio::ip::tcp::socket socket)
 {
     if (m_connections.size() >= m_settings.maxConnections || m_model.isLeaving)
         return;
-    ++m_accepted;
-    const auto connection = std::make_shared<ModuleConnection>(std::move(socket), *this);
+    const std::uint64_t number = ++m_accepted;
+    const auto connection = std::make_shared<ModuleConnection>(std::move(socket), *this, number);
     m_connections.insert(connection);
     connection->start();
 }

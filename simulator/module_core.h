@@ -47,7 +47,8 @@ public:
     bool isListening() const { return m_acceptor.is_open(); }
     std::size_t connectionCount() const { return m_connections.size(); }
 
-    MethodAnswer answer(ReceivedCall call);
+    /// `connection` is the number of the connection that the call came by; 0 for a datagram.
+    MethodAnswer answer(ReceivedCall call, std::uint64_t connection = 0);
     void forget(ModuleConnection& connection);
     void countBadTelegram() { ++m_badTelegrams; }
     void countMisaddressed() { ++m_misaddressed; }

@@ -48,6 +48,7 @@ void ModuleModel::restarted()
     firmware.restarted();
     controls = {};
     simulatedValues.clear();
+    measurements.restarted();
 }
 
 std::optional<double> ModuleModel::simulatedValue(std::uint32_t connector,

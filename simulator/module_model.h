@@ -1,6 +1,7 @@
 #pragma once
 
 #include "firmware_store.h"
+#include "measurements.h"
 #include "module_controls.h"
 #include "module_files.h"
 #include "module_settings.h"
@@ -25,6 +26,8 @@ struct ModuleModel {
     };
 
     ModuleModel(const ModuleSettings& moduleSettings, std::function<void(milliseconds)> goAway);
+    ModuleModel(const ModuleModel&) = delete;
+    ModuleModel& operator=(const ModuleModel&) = delete;
 
     /// What a restart changes: the configuration stays, what ran is over.
     void restarted();
@@ -45,6 +48,7 @@ struct ModuleModel {
     ModuleFiles files;
     std::map<Place, SimulatedValue> simulatedValues;
     std::map<std::array<std::uint32_t, 2>, std::uint32_t> registers; ///< by channel and number
+    Measurements measurements{*this};                                ///< looks at all of the others
 };
 
 } // namespace zel::simulator

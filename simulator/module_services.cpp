@@ -1,6 +1,7 @@
 #include "module_service.h"
 
 #include "control_server.h"
+#include "measurement_server.h"
 #include "parameter_server.h"
 #include "status_server.h"
 #include "system_server.h"
@@ -24,6 +25,7 @@ std::vector<std::unique_ptr<ModuleService>> makeServices(ModuleModel& model)
     services.push_back(std::make_unique<StatusServer>(model));
     services.push_back(std::make_unique<ControlServer>(model));
     services.push_back(std::make_unique<SystemServer>(model));
+    services.push_back(std::make_unique<MeasurementServer>(model));
     return services;
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace zel::simulator {
@@ -39,6 +40,14 @@ struct ModuleSettings {
     /// Hears broadcasts and multicasts, and moves to the address that its network settings get.
     bool answersScans = false;
     bool answersRestart = true;
+
+    /// What a subscription keeps for a host that does not fetch.
+    milliseconds bufferTime{5000};
+    /// Measures as fast as its hosts fetch instead of in real time.
+    bool freeRunning = false;
+    /// The module's clock, nanoseconds since 1970 in UTC; empty: the host's. Called on the
+    /// simulator's thread.
+    std::function<std::uint64_t()> clock;
 
     /// Bounds on what received() keeps, so that a module can run for weeks.
     std::size_t keptCalls = 10000;

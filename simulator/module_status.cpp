@@ -2,6 +2,7 @@
 
 #include "module_codes.h"
 #include "module_model.h"
+#include "signal_place.h"
 
 #include <cstdlib>
 #include <optional>
@@ -13,9 +14,10 @@ namespace {
 constexpr std::uint32_t kConnectors = 8;
 constexpr std::uint32_t kSignals = 4;
 
+/// Connectors count from 0, their addresses in the document from 1.
 std::string connectorPath(std::uint32_t connector)
 {
-    return "Amplifier/Connector[@address=\"" + std::to_string(connector) + "\"]/Mode";
+    return "Amplifier/Connector[@address=\"" + std::to_string(connector + 1) + "\"]/Mode";
 }
 
 bool isAnalog(const ModuleModel& model, std::uint32_t connector)
@@ -23,27 +25,29 @@ bool isAnalog(const ModuleModel& model, std::uint32_t connector)
     return model.parameters.value(connectorPath(connector)) == "AnalogInChannel";
 }
 
-bool isMissingTeds(const ModuleModel& model, std::uint32_t connector)
-{
-    const std::string path = connectorPath(connector) + "/AnalogInChannel/Sensor/UseTeds";
-    return isAnalog(model, connector) && model.teds.find(connector) == nullptr &&
-           model.parameters.value(path) == "On";
-}
-
 double parameter(const ModuleModel& model, const std::string& path)
 {
     return std::strtod(model.parameters.value(path).value_or("0").c_str(), nullptr);
 }
 
-/// Only a value that was set can leave the sensor's range: the module's own stay inside.
+/// The largest value, without its sign, that the signal's waveform takes.
+double peakOf(const ModuleModel& model, std::uint32_t connector, std::uint32_t signal)
+{
+    const std::string path = signalPathOf({SignalKind::analog, connector, 0, signal});
+    const auto waveform = model.parameters.value(path + "/Waveform");
+    const bool isPlain = waveform == "Counter" || waveform == "Sensor";
+    return isPlain ? 0 : parameter(model, path + "/Amplitude");
+}
+
 bool isOverflowing(const ModuleModel& model, std::uint32_t connector, std::uint32_t signal)
 {
-    const auto value = model.simulatedValue(connector, signal);
-    if (!value || !isAnalog(model, connector))
+    if (!isAnalog(model, connector))
         return false;
+    const auto value = model.simulatedValue(connector, signal);
+    const double peak = value ? 0 : peakOf(model, connector, signal);
     const std::string sensor = connectorPath(connector) + "/AnalogInChannel/Sensor/";
-    return *value < parameter(model, sensor + "PhysicalMinimum") ||
-           *value > parameter(model, sensor + "PhysicalMaximum");
+    return value.value_or(-peak) < parameter(model, sensor + "PhysicalMinimum") ||
+           value.value_or(peak) > parameter(model, sensor + "PhysicalMaximum");
 }
 
 template <class Visit>
@@ -59,6 +63,14 @@ void visitOverflows(const ModuleModel& model, Visit visit)
 
 } // namespace
 
+bool isSensorMissing(const ModuleModel& model, std::uint32_t connector)
+{
+    if (model.teds.find(connector) != nullptr || !isAnalog(model, connector))
+        return false;
+    const std::string path = connectorPath(connector) + "/AnalogInChannel/Sensor/UseTeds";
+    return model.parameters.value(path) == "On";
+}
+
 std::vector<ModuleError> collectErrors(const ModuleModel& model)
 {
     std::vector<ModuleError> errors;
@@ -66,13 +78,16 @@ std::vector<ModuleError> collectErrors(const ModuleModel& model)
         model.parameters.value("Communication/Time/Server") == "0.0.0.0")
         errors.push_back({2, kNoTimeServer, 0, 0, 0, "NTPDEAMON: NTP Server not reached"});
     for (std::uint32_t connector = 0; connector < kConnectors; ++connector) {
-        if (isMissingTeds(model, connector))
+        if (isSensorMissing(model, connector))
             errors.push_back({1, kNoTeds, connector, 0, 0,
                               "No TEDS connected or error while reading TEDS data"});
     }
     visitOverflows(model, [&](std::uint32_t connector, std::uint32_t signal) {
         errors.push_back({1, kOverflow, connector, 0, signal, "Signal overflow"});
     });
+    if (const auto place = model.measurements.overrunSignal())
+        errors.push_back({1, kBufferOverrun, place->connector, place->channel, place->signal,
+                          "DAQ: Buffer overrun"});
     errors.insert(errors.end(), model.raised.errors.begin(), model.raised.errors.end());
     return errors;
 }

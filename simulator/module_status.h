@@ -46,6 +46,9 @@ inline constexpr std::uint32_t kTedsStatus = 3;
 inline constexpr std::uint32_t kLedStatus = 10;
 inline constexpr std::uint32_t kFlashStatus = 11;
 
+/// Whether the connector should have a sensor with TEDS and has none.
+bool isSensorMissing(const ModuleModel& model, std::uint32_t connector);
+
 /// What follows from the configuration, the sensors and the simulated values, then what was raised.
 std::vector<ModuleError> collectErrors(const ModuleModel& model);
 std::vector<ModuleStatusEntry> collectStatuses(const ModuleModel& model);

@@ -294,6 +294,7 @@ void ParameterModel::apply(const Changes& changes)
         else
             change.node.text().set(change.text.c_str());
     }
+    ++m_version;
 }
 
 Outcome ParameterModel::readSchema(std::uint32_t view, std::string_view path) const
@@ -353,6 +354,22 @@ std::optional<std::string> ParameterModel::value(std::string_view path) const
 {
     Outcome outcome = readValue(parameterViews().front().id, path);
     return outcome.isGood() ? std::optional{std::move(outcome.text)} : std::nullopt;
+}
+
+std::map<std::string, std::string, std::less<>>
+ParameterModel::valuesOf(std::string_view path) const
+{
+    const std::lock_guard lock{m_mutex};
+    const Selection selection = select(parameterViews().front().id, path);
+    std::map<std::string, std::string, std::less<>> values;
+    if (!selection.failure.isGood())
+        return values;
+    const ParameterDefinition& definition = *definitionOf(selection.first());
+    for (const ParameterDefinition& child : definition.children) {
+        if (child.kind != Kind::group)
+            values[child.name] = textOf(selection.first().child(child.name.c_str()), child);
+    }
+    return values;
 }
 
 bool ParameterModel::store(std::string_view path, std::string_view text, bool asInitial)

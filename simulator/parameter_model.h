@@ -5,7 +5,9 @@
 #include "parameter_definition.h"
 #include "parameter_view.h"
 
+#include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -36,6 +38,11 @@ public:
 
     // what the module itself and tests do: read-only parameters may be set, views do not count
     std::optional<std::string> value(std::string_view path) const;
+    /// The parameters of one element by their names, without those of its groups; nothing when
+    /// there is no such element.
+    std::map<std::string, std::string, std::less<>> valuesOf(std::string_view path) const;
+    /// Changes whenever a parameter may have changed.
+    std::uint64_t version() const { return m_version; }
     /// False when there is no such parameter or the value does not suit it.
     bool set(std::string_view path, std::string_view text) { return store(path, text, false); }
     /// As set(), for what this module is from its making on: a reset to defaults brings it back.
@@ -66,12 +73,13 @@ private:
     Outcome planChild(pugi::xml_node node, pugi::xml_node wanted, Changes& changes) const;
     Outcome planValue(pugi::xml_node node, std::string_view text, bool mayBeReadOnly,
                       Changes& changes) const;
-    static void apply(const Changes& changes);
+    void apply(const Changes& changes);
     std::string initialOf(pugi::xml_node node) const;
     void reset(pugi::xml_node node);
     static std::string_view textOf(pugi::xml_node node, const ParameterDefinition& definition);
 
     const ParameterDefinition m_definition;
+    std::atomic<std::uint64_t> m_version{0};
 
     mutable std::mutex m_mutex; // guards what follows
     pugi::xml_document m_document;

@@ -20,6 +20,8 @@ namespace zel::simulator {
 class ServiceRequest {
 public:
     explicit ServiceRequest(std::string_view text);
+    /// One of several alike elements of a request, which lives as long.
+    explicit ServiceRequest(pugi::xml_node element) : m_params(element) {}
 
     std::string text(const char* name);
     template <std::unsigned_integral Number = std::uint32_t>
@@ -45,6 +47,8 @@ public:
         return value;
     }
     bool has(const char* name) const { return static_cast<bool>(m_params.child(name)); }
+
+    auto elements(const char* name) const { return m_params.children(name); }
 
     bool isGood() const { return m_failure.empty(); }
     /// What the module answers to a bad request.

@@ -146,6 +146,8 @@ ScriptedModule readModule(const Json& json, const ModuleSettings& defaults)
     members.readNumber("largestWholeAnswer", kLargestWholeAnswer, settings.largestWholeAnswer);
     members.readTime("flashTime", settings.flashTime);
     members.readTime("restartTime", settings.restartTime);
+    members.readTime("bufferTime", settings.bufferTime);
+    members.read("freeRunning", settings.freeRunning);
     members.read("answerScans", settings.answersScans);
     members.read("parameters", module.parameters);
     std::vector<std::string> faults;

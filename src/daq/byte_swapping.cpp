@@ -5,6 +5,11 @@
 
 #if defined(__x86_64__)
 #define ZEL_HAS_VECTORS 1
+#if defined(__GNUC__) && !defined(__clang__)
+// The compiler's own header makes "undefined" vectors from uninitialised variables.
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <immintrin.h>
 #endif
 

@@ -156,7 +156,7 @@ static void controls(void)
     HOLDS(has("passed"));
     GIVES(0, ZEL_XCTRL_SetZero(module, 0, 1));
     GIVES(0, ZEL_XCTRL_SetZeroWithTarget(module, 0, 1, 3.25));
-    GIVES(0, ZEL_XPAR_ReadPar(module, 1, "Amplifier/Connector[@address=\"0\"]/Mode/AnalogInChannel",
+    GIVES(0, ZEL_XPAR_ReadPar(module, 1, "Amplifier/Connector[@address=\"1\"]/Mode/AnalogInChannel",
                               "ZeroOffset", OUT));
     HOLDS(has("3.25"));
     GIVES(0, ZEL_XCTRL_SetCalPoint(module, 0, 1, -2, 0.001));

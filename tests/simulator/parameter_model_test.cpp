@@ -25,7 +25,7 @@ TEST(ParameterModel, FindsElementsByEveryNotationOfAPath)
 
     const std::pair<const char*, std::int32_t> failures[]{
         {"Amplifier/Nothing", -1004111},
-        {"Amplifier/Connector[@address=\"8\"]/Name", -1004118},
+        {"Amplifier/Connector[@address=\"0\"]/Name", -1004118},
         {"Amplifier/Connector1/Mode[@choice=\"CanBus\"]", -1004107},
         {"Amplifier", -1004144},
         {"Amplifier[", -1004138},
@@ -60,7 +60,7 @@ TEST(ParameterModel, ChecksWhatIsWrittenAndKeepsTheRest)
         {channel + "Filter/Order", "6.5", -1004153, "6"},
         {channel + "Sensor/Type", "Pt100", 0, "Pt100"},
         {channel + "Sensor/Type", "pt100", -1004107, "Pt100"},
-        {channel + "SyncSignal[@address=\"0\"]/SampleRate", "2.4e3", 0, "2400"},
+        {channel + "SyncSignal[@address=\"1\"]/SampleRate", "2.4e3", 0, "2400"},
         {channel + "Sensor/Name", "<&\" \xc3\xa4", 0, "<&\" \xc3\xa4"},
         {std::string{kEth0} + "/IpAdr", "10.0.0.256", -1004153, "192.168.0.2"},
         {std::string{kEth0} + "/PhyAdr", "00:00:00:00:00:00", -1004190, "00:09:e5:00:00:01"},
@@ -124,7 +124,7 @@ TEST(ParameterModel, GoesBackToItsDefaults)
         ASSERT_EQ(model.writeValue(kAll, path, "other").result, 0);
 
     EXPECT_EQ(model.resetSelected(kAll, "//Connector[@address=\"1\"]").result, 0);
-    EXPECT_EQ(model.value(connector(1, "Name")), "Connector 2");
+    EXPECT_EQ(model.value(connector(1, "Name")), "Connector 1");
     EXPECT_EQ(model.value(connector(2, "Name")), "other");
     EXPECT_EQ(model.resetSelected(kAll, "System/*").result, 0);
     EXPECT_EQ(model.value("System/Name"), "mine");

@@ -1,0 +1,260 @@
+#include "measurement_server.h"
+
+#include "module_codes.h"
+#include "module_model.h"
+#include "service_document.h"
+#include "xml_text.h"
+
+#include "ZEL_VR_Framework.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <utility>
+
+namespace zel::simulator {
+
+namespace {
+
+constexpr std::uint64_t kLargestBlock = 16u << 20;
+/// A host that asks and never takes the answers must not fill the memory with them.
+constexpr std::size_t kMostUnderWay = 64u << 20;
+constexpr std::size_t kMostSignals = 256;
+constexpr std::uint64_t kLargestBlockSize = 2'000'000;
+constexpr std::uint64_t kLatestStart = std::numeric_limits<std::int64_t>::max();
+
+std::string plain(double number)
+{
+    char text[32];
+    return {text, std::to_chars(text, text + sizeof text, number).ptr};
+}
+
+std::string quoted(std::string_view text)
+{
+    constexpr std::size_t kMost = 128;
+    return "'" + std::string{text.substr(0, kMost)} + (text.size() > kMost ? "...'" : "'");
+}
+
+/// What a signal that the module does not have, or not now, is answered with.
+Outcome noSuchSignal(const ModuleModel& model, const std::string& name)
+{
+    const auto place = parseSignal(name);
+    if (!place)
+        return {kSignalUnknown, quoted(name) + " names no signal"};
+    const auto mode = model.parameters.value(connectorPathOf(*place) + "/Mode");
+    const std::string number = std::to_string(place->connector);
+    if (!mode)
+        return {kSignalUnknown, quoted(name) + ": there is no connector " + number};
+    if (*mode != modeOf(place->kind))
+        return {kSignalUnknown, quoted(name) + ": connector " + number + " is in the mode " +
+                                    *mode + ", not " + std::string{modeOf(place->kind)}};
+    return {kSignalUnknown, quoted(name) + ": connector " + number + " has no such signal"};
+}
+
+Outcome switchedOff(const std::string& name)
+{
+    return {kSignalSwitchedOff, quoted(name) + " is switched off (its parameter Active, or its "
+                                               "channel's)"};
+}
+
+std::optional<SignalDescription> findSignal(const ModuleModel& model, const std::string& name)
+{
+    const auto place = parseSignal(name);
+    return place ? describeSignal(model, *place) : std::nullopt;
+}
+
+std::string typeText(const SignalDescription& signal)
+{
+    return std::to_string(static_cast<unsigned>(signal.dataType));
+}
+
+/// A field of the list: what would end it becomes a blank.
+std::string field(std::string text)
+{
+    std::ranges::replace_if(
+        text, [](char c) { return c == '\t' || c == '\n' || c == '\r'; }, ' ');
+    return text;
+}
+
+} // namespace
+
+MethodAnswer MeasurementServer::call(const MethodCall& call)
+{
+    switch (call.id.method) {
+    case 1:
+        return fetchBlock(call);
+    case 2:
+        return subscribe(call);
+    case 3:
+        return unsubscribe(call);
+    case 6:
+        return listSignals(call);
+    case 7:
+        return currentValues(call);
+    case 8:
+        return listAsText(call);
+    default:
+        return unknownMethod(call.id);
+    }
+}
+
+MethodAnswer MeasurementServer::fetchBlock(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    const auto largest = request.number<std::uint64_t>("MaxSize");
+    if (!request.isGood())
+        return request.failure();
+    // One byte less: hosts take an answer that is shorter than their buffer.
+    const std::uint64_t room = kMostUnderWay - std::min(*m_underWay, kMostUnderWay);
+    const std::uint64_t most =
+        std::min({largest - std::min<std::uint64_t>(largest, 1), kLargestBlock, room});
+    auto block = m_model.measurements.fetch(call.connection, static_cast<std::size_t>(most));
+    if (!block)
+        return {kNothingSubscribed, "this connection has no subscription"};
+    if (block->isTooSmall && largest <= room)
+        return {kBlockTooSmall,
+                "not one sample fits less than " + std::to_string(largest) + " bytes"};
+    MethodAnswer answer{0, std::move(block->bytes)};
+    const std::size_t size = answer.data.size();
+    *m_underWay += size;
+    answer.afterwards = [underWay = m_underWay, size] { *underWay -= size; };
+    return answer;
+}
+
+Outcome MeasurementServer::subscribe(const MethodCall& call)
+{
+    // Whatever comes of the new one, the old one is over.
+    m_model.measurements.unsubscribe(call.connection);
+    ServiceRequest request{call.data};
+    if (!request.isGood())
+        return request.failure();
+    std::vector<SignalStream> streams;
+    for (const pugi::xml_node signal : request.elements("Signal")) {
+        if (streams.size() == kMostSignals)
+            return {ZEL_SRV_INVALID_PARAMETERS,
+                    "more than " + std::to_string(kMostSignals) + " signals"};
+        if (Outcome outcome = addStream(ServiceRequest{signal}, streams); !outcome.isGood())
+            return outcome;
+    }
+    if (streams.empty())
+        return {kNothingSubscribed, "the subscription names no signal"};
+    const auto start = request.number<std::uint64_t>("StartTime");
+    if (!request.isGood())
+        return request.failure();
+    if (start > kLatestStart)
+        return {ZEL_SRV_INVALID_PARAMETERS, "the StartTime is beyond all times"};
+    m_model.measurements.subscribe(call.connection, start, std::move(streams));
+    return {};
+}
+
+Outcome MeasurementServer::addStream(ServiceRequest request,
+                                     std::vector<SignalStream>& streams) const
+{
+    const std::string name = request.text("Name");
+    const auto userSignalId = request.number<std::uint16_t>("UserSigId");
+    const auto blockSize = request.number<std::uint64_t>("BlockSize");
+    if (!request.isGood())
+        return request.failure();
+    if (blockSize == 0)
+        return {ZEL_SRV_INVALID_PARAMETERS, quoted(name) + ": a BlockSize of 0 has no samples"};
+    auto signal = findSignal(m_model, name);
+    if (!signal)
+        return noSuchSignal(m_model, name);
+    if (!signal->isEnabled)
+        return switchedOff(name);
+    streams.emplace_back(*std::move(signal), userSignalId, std::min(blockSize, kLargestBlockSize));
+    return {};
+}
+
+Outcome MeasurementServer::unsubscribe(const MethodCall& call)
+{
+    m_model.measurements.unsubscribe(call.connection);
+    return {};
+}
+
+Outcome MeasurementServer::listSignals(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    if (!request.isGood())
+        return request.failure();
+    ServiceAnswer answer;
+    const auto signals = describeSignals(m_model);
+    answer.add("SigCount", signals.size());
+    for (const SignalDescription& signal : signals) {
+        pugi::xml_node element = appendText(answer.params(), "SigId", referenceOf(signal.place));
+        const auto add = [&](const char* name, const std::string& value) {
+            element.append_attribute(name).set_value(value.c_str());
+        };
+        add("name", signal.name);
+        add("unit", signal.unit);
+        add("rate", std::to_string(signal.times.rate));
+        add("dataType", typeText(signal));
+        add("kind", std::to_string(signal.recordKind));
+        add("enabled", signal.isEnabled ? "1" : "0");
+    }
+    return answer.outcome();
+}
+
+Outcome MeasurementServer::listAsText(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    if (!request.isGood())
+        return request.failure();
+    std::string list;
+    for (const SignalDescription& signal : describeSignals(m_model))
+        list += referenceOf(signal.place) + '\t' + field(signal.name) + '\t' + field(signal.unit) +
+                '\t' + std::to_string(signal.times.rate) + '\t' + typeText(signal) + '\t' +
+                std::to_string(signal.recordKind) + '\t' + (signal.isEnabled ? "1\n" : "0\n");
+    return {0, list};
+}
+
+Outcome MeasurementServer::currentValues(const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    if (!request.isGood())
+        return request.failure();
+    if (!request.has("EnabledOnly"))
+        return oneCurrentValue(request);
+    const auto enabledOnly = request.number("EnabledOnly");
+    return request.isGood() ? allCurrentValues(enabledOnly == 1) : request.failure();
+}
+
+Outcome MeasurementServer::oneCurrentValue(ServiceRequest& request)
+{
+    const std::string name = request.text("SigId");
+    const auto scale = request.number("ScaleType");
+    if (!request.isGood())
+        return request.failure();
+    const auto signal = findSignal(m_model, name);
+    if (!signal)
+        return noSuchSignal(m_model, name);
+    const auto notPossible = [&](const char* why) {
+        return Outcome{kScalingNotPossible,
+                       "scale type " + std::to_string(scale) + " of " + quoted(name) + why};
+    };
+    if (scale > static_cast<std::uint32_t>(ScaleType::physical))
+        return notPossible(": there are 0 raw, 1 electrical and 2 physical");
+    if (!signal->isEnabled)
+        return switchedOff(name);
+    const auto value = m_model.measurements.currentValue(*signal, static_cast<ScaleType>(scale));
+    if (!value)
+        return notPossible(": this kind of signal has no such value");
+    return ServiceAnswer{}.add("MeasVal", plain(*value)).outcome();
+}
+
+Outcome MeasurementServer::allCurrentValues(bool enabledOnly)
+{
+    auto signals = describeSignals(m_model);
+    if (enabledOnly)
+        std::erase_if(signals, [](const auto& signal) { return !signal.isEnabled; });
+    ServiceAnswer answer;
+    answer.add("SigCount", signals.size());
+    for (const SignalDescription& signal : signals) {
+        const auto value = m_model.measurements.currentValue(signal, ScaleType::physical);
+        answer.add("SigId", referenceOf(signal.place));
+        answer.add("MeasVal", plain(value.value_or(kNoValue)));
+    }
+    return answer.outcome();
+}
+
+} // namespace zel::simulator
