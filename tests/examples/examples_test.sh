@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# Runs the example programs against zel-sim and looks at what they print.
+#
+#   examples_test.sh ZEL ZEL-SIM READ_PARAMETER STREAM_SIGNAL
+set -euo pipefail
+zel=$1
+simulator=$2
+read_parameter=$3
+stream_signal=$4
+work=$(mktemp -d)
+trap 'kill "$running" 2>/dev/null || true; wait; rm -rf "$work"' EXIT
+
+"$simulator" --port 0 --name BENCH >"$work/log" 2>&1 &
+running=$!
+port=
+for _ in $(seq 1200); do
+    port=$(grep -om1 '127\.0\.0\.1:[0-9]*' "$work/log" | cut -d: -f2) && break
+    sleep 0.05
+done
+
+fail() {
+    echo "FAILED: $*"
+    exit 1
+}
+
+[ "$("$read_parameter" 127.0.0.1 "$port" | tr -d '\r')" = BENCH ] || fail "read_parameter"
+! "$read_parameter" 127.0.0.1 1 2>"$work/error" || fail "read_parameter succeeded without a module"
+grep -q "TCP: Connect failed" "$work/error" || fail "read_parameter does not tell what is wrong"
+
+# A counter of 1200 values a second: a second of it, without a hole.
+signal='Amplifier/Connector[@address="1"]/Mode/AnalogInChannel/SyncSignal[@address="1"]'
+"$zel" set "127.0.0.1:$port" "$signal/Waveform" Counter
+"$stream_signal" 127.0.0.1 "$port" >"$work/values" 2>"$work/summary" || fail "stream_signal"
+tr -d '\r' <"$work/values" | awk '
+    NR > 1 && $2 != last + 1 { print "value " $2 " after " last; exit 1 }
+    { last = $2 }
+    END { if (NR < 900) { print "only " NR " values"; exit 1 } }' || fail "values of stream_signal"
+grep -q "values, the latest" "$work/summary" || fail "summary of stream_signal"
+! "$stream_signal" 127.0.0.1 "$port" Nonsense 2>"$work/error" || fail "an unknown signal was taken"
+grep -q "DAQ: Signal identifier unknown" "$work/error" || fail "$(cat "$work/error")"
+echo "the examples do what they should"
