@@ -3,6 +3,7 @@
 #include "address_resolution.h"
 #include "frame.h"
 #include "method_header.h"
+#include "processors.h"
 #include "transaction_header.h"
 
 #include <algorithm>
@@ -197,8 +198,18 @@ private:
                     response.append(FixedAnswerModule::kLongAnswer - response.size(), 'x');
             sendSegments(*header, incoming.frame.source, m_longAnswer);
             return;
+        } else if (request->service == 5 && request->method == 1) {
+            // Made once for each size, as above.
+            const std::size_t size = numberIn(incoming.payload, "<MaxSize>");
+            if (m_block.size() != size + response.size())
+                m_block = response + std::string(size, 'x');
+            if (m_block.size() > kSegmentSize) {
+                sendSegments(*header, incoming.frame.source, m_block);
+                return;
+            }
+            response = m_block;
         } else if (request->service == 1)
-            response.append(viewNumber(incoming.payload), 'x');
+            response.append(numberIn(incoming.payload, "<View>"), 'x');
         if (response.size() > kSegmentSize)
             sendSegments(*header, incoming.frame.source, response);
         else
@@ -206,10 +217,12 @@ private:
                                           incoming.frame.source, response));
     }
 
-    static std::size_t viewNumber(const std::string& request)
+    static std::size_t numberIn(const std::string& request, std::string_view element)
     {
-        const std::size_t at = request.find("<View>");
-        return at == std::string::npos ? 0 : std::strtoul(request.c_str() + at + 6, nullptr, 10);
+        const std::size_t at = request.find(element);
+        return at == std::string::npos
+                   ? 0
+                   : std::strtoul(request.c_str() + at + element.size(), nullptr, 10);
     }
 
     void takeSegments(const TransactionHeader& request, std::uint64_t host, std::size_t length)
@@ -292,11 +305,13 @@ private:
     const int m_socket;
     const std::uint64_t m_uuid;
     std::string m_longAnswer;
+    std::string m_block;
 };
 
 [[noreturn]] void serveForEver(int listening)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    runOnModuleProcessor();
     std::uint64_t next = kFirstUuid;
     for (;;) {
         const int accepted = accept(listening, nullptr, nullptr);

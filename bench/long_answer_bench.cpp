@@ -1,4 +1,5 @@
 #include "library_session.h"
+#include "processors.h"
 
 #include <benchmark/benchmark.h>
 
@@ -34,6 +35,7 @@ void receiveStream(BareSocket& bare, std::vector<char>& buffer, bool isAcknowled
 /// an acknowledge for each chunk, as the protocol has it, and without.
 void LongAnswerBesideBare(benchmark::State& state)
 {
+    const ApartFromModules apart;
     LibrarySession library{1};
     BareSocket bare;
     std::vector<char> buffer(FixedAnswerModule::kLongAnswer + 1);

@@ -1,4 +1,5 @@
 #include "fixed_answer_module.h"
+#include "measuring_module.h"
 
 #include <benchmark/benchmark.h>
 
@@ -12,6 +13,7 @@ int main(int argc, char** argv)
     files.rlim_cur = files.rlim_max;
     setrlimit(RLIMIT_NOFILE, &files);
     zel::bench::module();
+    zel::bench::measuringModule();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;

@@ -1,4 +1,5 @@
 #include "library_session.h"
+#include "processors.h"
 
 #include <benchmark/benchmark.h>
 
@@ -32,6 +33,7 @@ double microseconds(Work&& work)
 void ReadParBesideBare(benchmark::State& state)
 {
     constexpr int kRun = 100;
+    const ApartFromModules apart;
     LibrarySession library{1};
     BareSocket bare;
     const std::string request = readParTelegram();

@@ -1,4 +1,5 @@
 #include "library_session.h"
+#include "processors.h"
 
 #include <benchmark/benchmark.h>
 
@@ -37,6 +38,7 @@ void FileBesideBare(benchmark::State& state)
         (std::filesystem::temp_directory_path() / ("zel-bench-" + std::to_string(getpid())))
             .string();
     std::ofstream{file, std::ios::binary} << std::string(FixedAnswerModule::kLongAnswer, 'x');
+    const ApartFromModules apart;
     LibrarySession library{1};
     BareSocket bare;
     const std::string chunk(kSegmentSize, 'x');
