@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 
 #include <nlohmann/json.hpp>
 
@@ -101,8 +102,12 @@ std::string dataTypeName(std::uint32_t dataType)
 
 std::string shortNumber(double value)
 {
+    constexpr double kLargest = 1e15; // whole numbers up to here are written without an exponent
     char text[32];
-    const auto end = std::to_chars(std::begin(text), std::end(text), value);
+    const bool isWhole = std::fabs(value) < kLargest && value == std::trunc(value);
+    const auto end =
+        isWhole ? std::to_chars(std::begin(text), std::end(text), static_cast<std::int64_t>(value))
+                : std::to_chars(std::begin(text), std::end(text), value);
     return {text, end.ptr};
 }
 

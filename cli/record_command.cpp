@@ -130,8 +130,7 @@ std::vector<MeasuredSignal> signalsWithRate(const ModuleSession& session,
                                               "SampleRate", shortNumber(arguments.rate).c_str()),
                       "set the sample rate of " + signal.reference + " to " +
                           shortNumber(arguments.rate) + " Hz",
-                      "'zel schema " + session.address() + " --section \"" + signal.path +
-                          "/SampleRate\"' shows the rates that it has");
+                      "it takes only the rates that its parameter SampleRate has a choice for");
     }
     return chooseSignals(listSignals(session), arguments.signals, session);
 }
@@ -233,12 +232,13 @@ void record(CommandOutput& output, const RecordArguments& arguments)
     }
     const ModuleSession session(arguments.address);
     const auto signals = signalsWithRate(session, arguments);
+    // Before the file is made: what cannot begin leaves none.
+    auto subscription = std::make_unique<Subscription>(session, signals);
     Destination destination(output, arguments.file, arguments.mayReplace);
     Recording recording(
         signals, headingOf(session), [&](std::string_view text) { destination.write(text); },
         [](const std::string& note) { std::fprintf(stderr, "\nzel: %s\n", note.c_str()); });
     try {
-        const Subscription subscription(session, signals);
         Recorder(session, recording).run(arguments.duration);
     } catch (...) {
         // Whatever ended it: what has come is kept.
@@ -246,6 +246,7 @@ void record(CommandOutput& output, const RecordArguments& arguments)
         destination.close();
         throw;
     }
+    subscription.reset();
     recording.finish();
     destination.close();
     if (arguments.file.empty()) {

@@ -43,7 +43,9 @@ fail() {
 show() {
     local word line=
     for word in "$@"; do
-        if [[ $word != "&" && $word == *[!A-Za-z0-9_./:=,-]* ]]; then
+        if [[ $word == *\"* ]]; then
+            word="'$word'"
+        elif [[ $word != "&" && $word != "|" && $word == *[!A-Za-z0-9_./:=,-]* ]]; then
             word="\"$word\""
         fi
         line+=" $word"
@@ -147,6 +149,28 @@ try zel restart $module --wait 20
 
 say "Back to how it was:"
 try zel set $module System/Name "$before"
+
+say "What does it measure? What now?"
+show zel signals $module "|" head -4
+zel signals $module >"$work/signals" || fail "the command above should have worked"
+head -4 "$work/signals"
+signal=AnalogIn_Connector0.Signal0
+try zel read $module $signal
+
+say "A recording, compared with what the module generates: a counter, 100000 values a second"
+path='Amplifier/Connector[@address="1"]/Mode/AnalogInChannel/SyncSignal[@address="1"]'
+try zel set $module "$path/Waveform" Counter
+try zel record $module $signal --rate 100000 --duration 2 --out "$work/run.csv"
+show head -6 "$work/run.csv"
+head -6 "$work/run.csv"
+awk -F, '
+    /^[0-9]/ {
+        time = sprintf("%d.%09d", row / 100000, (row % 100000) * 10000)
+        if ($1 != time || $2 != row) { print "row " row " is " $0; wrong = 1; exit }
+        ++row
+    }
+    END { if (!wrong) print row " values, each the next number, each 10 us after the one before"
+          exit wrong || row < 150000 }' "$work/run.csv" || fail "the recording is another signal"
 
 kill -TERM $simulator
 status=0

@@ -116,15 +116,16 @@ void addSimulation(Children& signal)
 
 Definition syncSignal()
 {
-    Children children{text("Name", "Signal #"),
-                      onOff("Active", "On"),
-                      text("Unit", "N", 16),
-                      choice("DataType", "Float32", {"Float32", "Float64", "Int32", "Int64"}),
-                      choice("SampleRate", "1200",
-                             {"50", "100", "300", "600", "1200", "2400", "4800", "9600", "10000",
-                              "19200", "20000", "50000", "100000", "200000", "500000", "1000000"}),
-                      real("Factor", "1.0", -1e6, 1e6),
-                      real("Offset", "0.0", -1e9, 1e9)};
+    Children children{
+        text("Name", "Signal #"),
+        onOff("Active", "On"),
+        text("Unit", "N", 16),
+        choice("DataType", "Float32", {"Float32", "Float64", "Int32", "Int64"}),
+        choice("SampleRate", "1200",
+               {"50", "100", "300", "600", "1000", "1200", "2000", "2400", "4800", "5000", "9600",
+                "10000", "19200", "20000", "50000", "100000", "200000", "500000", "1000000"}),
+        real("Factor", "1.0", -1e6, 1e6),
+        real("Offset", "0.0", -1e9, 1e9)};
     addSimulation(children);
     return addressed("SyncSignal", 1, 4, std::move(children));
 }

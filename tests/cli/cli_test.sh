@@ -195,6 +195,41 @@ run get "$module" System/Name --json --log
 verdict $? "zel --log keeps the log away from the result"
 it_fails 'nonsense.* names nothing' get "$module" System/Name --log=nonsense
 
+# Measured values.
+signal=AnalogIn_Connector0.Signal0
+path='Amplifier/Connector[@address="1"]/Mode/AnalogInChannel/SyncSignal[@address="1"]'
+it_works "^$signal +Signal 1 +N +1200 Hz +Float32 +1 +yes" signals "$module"
+it_works '^-?[0-9.e-]+ N$' read "$module" $signal
+it_works "^$signal " read "$module"
+it_fails "has no signal 'Nonsense'" read "$module" Nonsense
+it_fails "several signals .* have the name 'Signal 1'" record "$module" 'Signal 1'
+run set "$module" "$path/Name" Torque
+run set "$module" "$path/Waveform" Counter
+it_fails 'CanReceiver_Connector8.Decoder0.Signal0.* is switched off' \
+    record "$module" Torque CanReceiver_Connector8.Decoder0.Signal0 --out run.csv
+[ ! -e run.csv ]
+verdict $? "a recording that does not begin leaves no file"
+run set "$module" \
+    'AdditionalConnector/Connector[@address="9"]/Mode/CanBus/CanInChannel[@address="1"]/Active' On
+it_works '^recorded [0-9]+ samples in [0-9]+ rows to run.csv, without a gap$' \
+    record "$module" Torque CanReceiver_Connector8.Decoder0.Signal0 --rate 1000 --duration 0.5 \
+    --out run.csv
+it_fails 'run.csv is there already' record "$module" Torque --duration 0.1 --out run.csv
+tr -d '\r' <run.csv | awk -F, '
+    /^# signal: AnalogIn_Connector0.Signal0, name "Torque", unit "N", 1000 Hz/ { named = 1 }
+    /^[0-9]/ && $2 != "" {
+        if (row == 0) start = $1
+        late = $1 - start - row / 1000
+        if ($2 != row || late > 1e-8 || late < -1e-8) exit
+        ++row
+    }
+    END { exit !(named && row > 300) }'
+verdict $? "run.csv holds the counter"
+it_works '"lost":0' record "$module" Torque --duration 0.1 --out run.csv --force --json
+run watch "$module" Torque --count 2 --interval 0.05
+[ "$code" -eq 0 ] && [ "$(grep -c "^$signal" out)" -eq 2 ]
+verdict $? "zel watch shows values twice"
+
 # Modules that behave badly.
 it_fails 'could not connect to 127.0.0.1:1: TCP: Connect failed .*switched on' get 127.0.0.1:1 x
 start_module --fault disconnect:1/10
