@@ -70,10 +70,9 @@ TEST_F(MeasuredValues, SubscriptionIsComposedAndSentOnce)
     EXPECT_EQ(ZEL_XDAQ_AddSignal(m_uuid, "B", 2, 0), ZEL_OK);
     answer(2, {-1014102, "no such signal"});
     EXPECT_EQ(ZEL_XDAQ_FinishSubscription(m_uuid, 5), -1014102);
-    EXPECT_EQ(
-        sent(2),
-        DOCUMENT("<Signal address=\"Sig1\"><Name>B</Name><UserSigId>2</UserSigId>"
-                 "<BlockSize>0</BlockSize></Signal><StartTime>5</StartTime>") "<SrvParams/>");
+    EXPECT_EQ(sent(2),
+              DOCUMENT("<Signal address=\"Sig1\"><Name>B</Name><UserSigId>2</UserSigId>"
+                       "<BlockSize>0</BlockSize></Signal><StartTime>5</StartTime>") "<SrvParams/>");
     EXPECT_EQ(ZEL_XDAQ_AddSignal(m_uuid, "A", 1, 1), ZEL_DAQ_SUBSCRIPTION_STATE);
 
     EXPECT_EQ(ZEL_XDAQ_ClearSubscription(m_uuid), -1014030);
