@@ -1513,58 +1513,103 @@ ZEL_API int32_t ZEL_XUTIL_SetWorkDir(const char* folder);
 /* ------------------------------------------------------------------------------------------------
  * ZEL_XUTIL_: paths
  *
- * The composers write the location of a setting in a module's parameter document. All of them work
- * before ZEL_Init, return at once, may be called from any thread, and return ZEL_OK, or
- * ZEL_SYS_BAD_PARAMETER for a null buffer or a size of 0. They do NOT follow the buffer rule: a
- * path that does not fit is cut to size - 1 bytes, still with ZEL_OK. `length` may be null; it
- * receives the number of bytes written without the NUL, size - 1 for a path that was cut (or just
- * fitted). `type` is ZEL_CONNECTOR_ANALOG to ZEL_CONNECTOR_FIBER; any other type counts as analog.
+ * The composers write the location of a setting in a module's parameter document into `buffer`,
+ * which the caller owns and of which `size` is the size in bytes with room for the NUL. All of them
+ * work before ZEL_Init and after ZEL_Unload, return at once and may be called from any number of
+ * threads at the same time. They do NOT follow the buffer rule: a path that does not fit is cut to
+ * size - 1 bytes, still with ZEL_OK. `length` may be null; it receives the number of bytes written
+ * without the NUL, so that a length of size - 1 says that the path was cut, or just fitted.
+ * ZEL_PATH_SIZE bytes are enough for every path.
+ *
+ * They return ZEL_OK; ZEL_SYS_BAD_PARAMETER (null buffer or a size of 0); or ZEL_SYS_NO_OBJECT (out
+ * of memory). Nothing is written unless the result is ZEL_OK.
+ *
+ * `connector`, `channel`, `signal` and `index` are written in decimal exactly as passed. `type` is
+ * one of ZEL_CONNECTOR_ANALOG to ZEL_CONNECTOR_FIBER; none is refused, any other value gives the
+ * path of an analog signal (ZEL_XUTIL_ComposeSensorPath excepted).
  * --------------------------------------------------------------------------------------------- */
 
-/** Path of a connector's channel; an analog connector has only one, and `channel` is not used. */
+/**
+ * Path of a connector's channel, for connector 2 and channel 5
+ *
+ *   Amplifier/Connector[@address="2"]/Mode[@choice="AnalogInChannel"]/AnalogInChannel
+ *   Amplifier/Connector[@address="2"]/Mode[@choice="CanBus"]/CanBus/CanInChannel[@address="5"]
+ *
+ * and so on. An analog connector has one channel only, and `channel` is not used.
+ */
 ZEL_API int32_t ZEL_XUTIL_ComposeChannelPath(uint32_t connector, uint32_t channel, uint32_t type,
                                              char* buffer, uint64_t size, uint64_t* length);
 
-/** Path of the sensor on a channel; empty for an unknown type. */
+/** Path of the sensor on a channel: the channel's path and "/Sensor", "/CanSensor" (both CAN types)
+ * or "/Fiber". An empty text, with ZEL_OK, for any other type. */
 ZEL_API int32_t ZEL_XUTIL_ComposeSensorPath(uint32_t connector, uint32_t channel, uint32_t type,
                                             char* buffer, uint64_t size, uint64_t* length);
 
-/** Path of a signal, with the connector's number in the element's name
- * (ZEL_CONNECTOR_CAN_ADDITIONAL excepted, which also does not use `signal`). */
+/**
+ * Path of a signal, with the connector's number in the element's name: for connector 1, channel 2
+ * and signal 3, in the order of the types
+ *
+ *   Amplifier/Connector1/Mode[@choice="AnalogInChannel"]/AnalogInChannel/SyncSignal[@address="3"]
+ *   Amplifier/Connector1/Mode[@choice="CanBus"]/CanBus/CanInChannel[@address="2"]/AsyncSignal
+ *   AdditionalConnector/Connector[@address="1"]/Mode/CanBus/CanInChannel[@address="2"]/AsyncSignal
+ *   AdditionalConnector/Connector1/Mode[@choice="Fiber"]/Fiber/FiberChannel[@address="2"]
+ *       /SyncSignal[@address="3"]
+ *
+ * (the last one in one line). Additional CAN connectors have the address form only; the CAN types
+ * do not use `signal`, the analog one does not use `channel`.
+ */
 ZEL_API int32_t ZEL_XUTIL_ComposeSignalPath(uint32_t connector, uint32_t channel, uint32_t signal,
                                             uint32_t type, char* buffer, uint64_t size,
                                             uint64_t* length);
 
-/** Path of an amplifier connector; the only one that begins with "/". */
+/** Path "/Amplifier/Connector2/Mode/AnalogInChannel" of amplifier connector 2; the only one that
+ * begins with "/". */
 ZEL_API int32_t ZEL_XUTIL_ComposeAmplifierPath(uint32_t connector, char* buffer, uint64_t size);
 
-/** Path of the alarms. */
+/** Path of the alarms, "AdditionalFunction/Alarm". */
 ZEL_API int32_t ZEL_XUTIL_ComposeAlarmPath(char* buffer, uint64_t size, uint64_t* length);
 
-/** Path of the gates. */
+/** Path of the gates, "AdditionalFunction/Gate". */
 ZEL_API int32_t ZEL_XUTIL_ComposeGatePath(char* buffer, uint64_t size, uint64_t* length);
 
-/** Path of the peak units. */
+/** Path of the peak units, "AdditionalFunction/Peak". */
 ZEL_API int32_t ZEL_XUTIL_ComposePeakPath(char* buffer, uint64_t size, uint64_t* length);
 
-/** Path of one math unit; mind the order of the arguments. */
+/** Path "AdditionalFunction/Math/MathIndex[@address="7"]" of math unit 7; mind the order of the
+ * arguments. */
 ZEL_API int32_t ZEL_XUTIL_ComposeMathIndexPath(char* buffer, uint64_t size, uint64_t* length,
                                                uint32_t index);
 
-/** Path of one peak unit; mind the order of the arguments. */
+/** Path "AdditionalFunction/Peak/PeakIndex[@address="7"]" of peak unit 7; mind the order of the
+ * arguments. */
 ZEL_API int32_t ZEL_XUTIL_ComposePeakIndexPath(char* buffer, uint64_t size, uint64_t* length,
                                                uint32_t index);
 
 /**
- * Takes a signal path or a signal reference apart: analog and CAN signals. The numbers in the text
- * count from 0, the results from 1: "AnalogIn_Connector0.Signal0" gives connector 1, channel 1,
- * signal 1, ZEL_CONNECTOR_ANALOG.
+ * Takes a signal's path or reference apart. It knows analog and CAN signals: the paths of
+ * ZEL_XUTIL_ComposeSignalPath (ZEL_CONNECTOR_FIBER excepted), those below "Amplifier" also with
+ * `Connector[@address="1"]` for `Connector1`, and references like "AnalogIn_Connector0.Signal0" and
+ * "CanReceiver_Connector0.Decoder0.Signal0". The whole text must match, case included.
  *
- * @param path     path or reference
- * @param ignored  pass 0
- * @return ZEL_OK; ZEL_SYS_BAD_PARAMETER (null pointer; the results stay as they are); ZEL_FAILED
- *         (neither; all results become 0); works before ZEL_Init
- * @threads any; returns at once
+ * What the text says counts from 0 and the results count from 1: each number read comes out one
+ * higher, those of paths too. "AnalogIn_Connector0.Signal0" gives connector 1, channel 1, signal 1,
+ * ZEL_CONNECTOR_ANALOG; the path that ZEL_XUTIL_ComposeSignalPath makes for connector 1 gives
+ * connector 2.
+ *
+ * A number may stand behind blanks and a sign and is counted in 32 bits, so that 4294967295 and -1
+ * come out as 0. A larger one is not recognised.
+ *
+ * @param path       path or reference, NUL-terminated, of any length; any bytes are safe
+ * @param ignored    pass 0
+ * @param connector  receives the connector
+ * @param channel    receives the channel, for CanReceiver references the decoder; 1 for analog
+ *                   signals
+ * @param signal     receives the signal; 1 for CAN signals
+ * @param type       receives ZEL_CONNECTOR_ANALOG, ZEL_CONNECTOR_CAN (paths below "Amplifier") or
+ *                   ZEL_CONNECTOR_CAN_ADDITIONAL (other paths, and references)
+ * @return ZEL_OK; ZEL_FAILED (not recognised; all four results become 0); or, with the results as
+ *         they were, ZEL_SYS_BAD_PARAMETER (a null pointer) or ZEL_SYS_NO_OBJECT (out of memory)
+ * @threads any number at the same time; returns at once, also before ZEL_Init and after ZEL_Unload
  */
 ZEL_API int32_t ZEL_XUTIL_ParseSignalPath(const char* path, uint32_t ignored, uint32_t* connector,
                                           uint32_t* channel, uint32_t* signal, uint32_t* type);

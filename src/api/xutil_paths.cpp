@@ -1,6 +1,7 @@
 #include "call_pattern.h"
 #include "signal_path.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 

@@ -1,8 +1,9 @@
 #include "signal_path.h"
 
+#include "process_wide.h"
 #include "ZEL_VR_Framework.h"
 
-#include <array>
+#include <algorithm>
 #include <initializer_list>
 #include <limits>
 #include <span>
@@ -95,14 +96,50 @@ bool matches(std::string_view text, std::string_view pattern, std::span<std::uin
     return text.empty();
 }
 
-/// The patterns of everything that is recognised, built by the first call.
+// In the order of the kinds; a word whose components can be of two sorts has two rows.
+constexpr std::array<ReferenceForm, 20> kForms{{
+    {ReferenceKind::analogIn, "AnalogIn", {"Connector", "Signal"}},
+    {ReferenceKind::analogOut, "AnalogOut", {"Index"}},
+    {ReferenceKind::analogOut, "AnalogOut", {"Connector"}},
+    {ReferenceKind::digitalIo, "DigitalIO", {"Index", "Signal"}},
+    {ReferenceKind::canReceiver, "CanReceiver", {"Connector", "Decoder", "Signal"}},
+    {ReferenceKind::etherCatReceiver, "EtherCatReceiver", {"Connector", "Index", "Signal"}},
+    {ReferenceKind::alarm, "Alarm", {"Index", "Signal"}},
+    {ReferenceKind::gate, "Gate", {"Index", "Signal"}},
+    {ReferenceKind::math, "Math", {"Index", "Signal"}},
+    {ReferenceKind::peak, "Peak", {"Index", "Signal"}},
+    {ReferenceKind::signalGenerator, "SignalGenerator", {"Index", "Signal"}},
+    {ReferenceKind::canRawReceiver, "CanRawReceiver", {"Connector"}},
+    {ReferenceKind::canCcpXcpReceiver, "CanCcpXcpReceiver", {"Connector"}},
+    {ReferenceKind::fiber, "Fiber", {"Connector", "Channel", "Signal"}},
+    {ReferenceKind::other, "FiberFb", {"Connector", "Channel"}},
+    {ReferenceKind::other, "FiberRt", {"Connector", "Channel"}},
+    {ReferenceKind::other, "Etalon", {"Spectrum"}},
+    {ReferenceKind::other, "Etalon", {"Peaks"}},
+    {ReferenceKind::other, "GasCell", {"Spectrum"}},
+    {ReferenceKind::other, "GasCell", {"Peaks"}},
+}};
+
+/// The pattern of a form, as in "AnalogIn_Connector#.Signal#".
+std::string patternOf(const ReferenceForm& form)
+{
+    std::string pattern{form.word};
+    char separator = '_';
+    for (const std::string_view component : form.components) {
+        if (component.empty())
+            break;
+        pattern += join({{&separator, 1}, component, {&kNumber, 1}});
+        separator = '.';
+    }
+    return pattern;
+}
+
+/// The patterns of everything that is recognised.
 struct Patterns {
     std::array<std::string, 2> can;        // connector, channel; below the amplifier
     std::array<std::string, 2> additional; // the same on additional connectors
     std::array<std::string, 2> analog;     // connector, signal
-    std::string analogReference = "AnalogIn_Connector#.Signal#";
-    std::string canReference = "CanReceiver_Connector#.Decoder#.Signal#";
-    std::string fiberReference = "Fiber_Connector#.Channel#.Signal#";
+    std::array<std::string, kForms.size()> references;
 
     Patterns()
     {
@@ -116,13 +153,15 @@ struct Patterns {
         additional = {additionalCanPath("#", "#"), join({kAdditional, byAddress, canTail})};
         analog = {join({kAmplifier, byAddress, analogTail}),
                   join({kAmplifier, numbered, analogTail})};
+        std::ranges::transform(kForms, references.begin(), patternOf);
     }
 };
 
+/// Built by the first call, whichever thread makes it, and there until the process is gone.
 const Patterns& patterns()
 {
-    static const Patterns built;
-    return built;
+    static ProcessWide<Patterns> built;
+    return *built;
 }
 
 bool matchesOne(std::string_view text, std::span<const std::string> alternatives,
@@ -225,60 +264,51 @@ std::optional<SignalNumbers> parseSignalPath(std::string_view text)
         return SignalNumbers{found[0] + 1, found[1] + 1, 1, ZEL_CONNECTOR_CAN};
     if (matchesOne(text, patterns().additional, found))
         return SignalNumbers{found[0] + 1, found[1] + 1, 1, ZEL_CONNECTOR_CAN_ADDITIONAL};
-    if (matchesOne(text, patterns().analog, found) ||
-        matches(text, patterns().analogReference, found))
+    if (matchesOne(text, patterns().analog, found))
         return SignalNumbers{found[0] + 1, 1, found[1] + 1, ZEL_CONNECTOR_ANALOG};
-    if (matches(text, patterns().canReference, found))
-        return SignalNumbers{found[0] + 1, found[1] + 1, 1, ZEL_CONNECTOR_CAN_ADDITIONAL};
-    return {};
+    auto numbers = numbersOf(text, ZEL_CONNECTOR_CAN_ADDITIONAL);
+    if (!numbers || numbers->type == ZEL_CONNECTOR_FIBER)
+        return {};
+    if (numbers->type == ZEL_CONNECTOR_ANALOG)
+        numbers->channel = 1; // its path has none
+    return numbers;
 }
 
 ReferenceKind kindOf(std::string_view reference)
 {
-    // In the order of the kinds.
-    static constexpr std::array<std::string_view, 13> kWords{"AnalogIn",
-                                                             "AnalogOut",
-                                                             "DigitalIO",
-                                                             "CanReceiver",
-                                                             "EtherCatReceiver",
-                                                             "Alarm",
-                                                             "Gate",
-                                                             "Math",
-                                                             "Peak",
-                                                             "SignalGenerator",
-                                                             "CanRawReceiver",
-                                                             "CanCcpXcpReceiver",
-                                                             "Fiber"};
     const std::size_t end = reference.find('_');
     if (end == std::string_view::npos)
         return ReferenceKind::other;
-    for (std::size_t kind = 0; kind < kWords.size(); ++kind) {
-        if (kWords[kind] == reference.substr(0, end))
-            return static_cast<ReferenceKind>(kind);
+    const auto form = std::ranges::find(kForms, reference.substr(0, end), &ReferenceForm::word);
+    return form == kForms.end() ? ReferenceKind::other : form->kind;
+}
+
+std::optional<SignalReference> parseReference(std::string_view text)
+{
+    for (std::size_t form = 0; form < kForms.size(); ++form) {
+        SignalReference reference{kForms[form], {}};
+        if (matches(text, patterns().references[form], reference.numbers))
+            return reference;
     }
-    return ReferenceKind::other;
+    return {};
 }
 
 std::optional<SignalNumbers> numbersOf(std::string_view reference, std::uint32_t canType)
 {
-    std::array<std::uint32_t, 3> found{};
-    switch (kindOf(reference)) {
+    const auto parsed = parseReference(reference);
+    if (!parsed)
+        return {};
+    const auto& numbers = parsed->numbers;
+    switch (parsed->form.kind) {
     case ReferenceKind::analogIn:
-        if (matches(reference, patterns().analogReference, found))
-            return SignalNumbers{found[0] + 1, 0, found[1] + 1, ZEL_CONNECTOR_ANALOG};
-        break;
+        return SignalNumbers{numbers[0] + 1, 0, numbers[1] + 1, ZEL_CONNECTOR_ANALOG};
     case ReferenceKind::canReceiver:
-        if (matches(reference, patterns().canReference, found))
-            return SignalNumbers{found[0] + 1, found[1] + 1, 1, canType};
-        break;
+        return SignalNumbers{numbers[0] + 1, numbers[1] + 1, 1, canType};
     case ReferenceKind::fiber:
-        if (matches(reference, patterns().fiberReference, found))
-            return SignalNumbers{found[0] + 1, found[1] + 1, found[2] + 1, ZEL_CONNECTOR_FIBER};
-        break;
+        return SignalNumbers{numbers[0] + 1, numbers[1] + 1, numbers[2] + 1, ZEL_CONNECTOR_FIBER};
     default:
-        break;
+        return {};
     }
-    return {};
 }
 
 std::string pathOf(std::string_view reference)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -7,7 +8,11 @@
 
 /// The two names of a signal: the parameter path, which says where it stands in the module's
 /// parameter document, and the signal reference, which is short. Texts only: no module is asked,
-/// any thread may call.
+/// any thread may call, also before the library is started and while the process ends.
+///
+/// A request that names a signal by its reference takes pathOf(), one that has its numbers
+/// signalPath() in the address form; parseSignalPath() and numbersOf() lead back to the numbers.
+/// Words are matched in full, with their case. Texts may be of any length and hold any bytes.
 namespace zel::signals {
 
 /// How a path names its connector: `Connector[@address="2"]` or `Connector2`.
@@ -41,7 +46,7 @@ std::string peakIndexPath(std::uint32_t index);
 /// callers rely on. Fiber paths are not recognised.
 std::optional<SignalNumbers> parseSignalPath(std::string_view text);
 
-/// What a signal reference begins with, before its first "_".
+/// What a signal reference begins with, before its first "_"; the numbers are the program's own.
 enum class ReferenceKind {
     analogIn,
     analogOut,
@@ -58,7 +63,24 @@ enum class ReferenceKind {
     fiber,
     other,
 };
+/// By the word alone, whatever follows it.
 ReferenceKind kindOf(std::string_view reference);
+
+/// What a signal reference consists of: its word, "_", and components with a number each, joined
+/// by ".". Components that it does not have are empty.
+struct ReferenceForm {
+    ReferenceKind kind; // other for the signals of optical modules that have no number as a kind
+    std::string_view word;
+    std::array<std::string_view, 3> components;
+};
+
+struct SignalReference {
+    ReferenceForm form;
+    std::array<std::uint32_t, 3> numbers; // of the components, as the text has them
+};
+
+/// Takes a signal reference of any form apart; nothing where the text is not wholly one.
+std::optional<SignalReference> parseReference(std::string_view text);
 
 /// The numbers of a reference that has a parameter path, counted from 1 as in that path; nothing
 /// for other kinds and for what does not read. `canType` is the type of CAN signals.
