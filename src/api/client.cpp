@@ -31,11 +31,20 @@ void Client::LoopThread::stop()
     m_thread.join();
 }
 
-Client::Client() : m_loopThread(m_loop), m_connections(m_loop), m_transactions(m_connections) {}
+Client::Client()
+    : m_loopThread(m_loop),
+      m_connections(m_loop),
+      m_transactions(m_connections),
+      m_multicasts(m_loop, m_transactions),
+      m_broadcasts(m_loop, m_transactions)
+{
+}
 
 Client::~Client()
 {
     m_loopThread.stop();
+    // Scans own themselves and would wait for a timer that expires no more.
+    requestorRegistry().connectionLost(RequestorRegistry::kEveryConnection);
 }
 
 } // namespace zel

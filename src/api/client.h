@@ -1,10 +1,12 @@
 #pragma once
 
+#include "cl_multicast_server.h"
 #include "connection_table.h"
 #include "event_loop.h"
 #include "service_thread.h"
 #include "sync_method_request.h"
 #include "transaction_handler.h"
+#include "udp_connection.h"
 
 namespace zel {
 
@@ -20,6 +22,8 @@ public:
 
     sys::EventLoop& loop() { return m_loop; }
     clConHndlr& connections() { return m_connections; }
+    clMulticastServer& multicasts() { return m_multicasts; }
+    clUDPConnection& broadcasts() { return m_broadcasts; }
 
 private:
     /// Runs the loop. Stops it also when a later member cannot be constructed.
@@ -43,6 +47,8 @@ private:
     LoopThread m_loopThread;
     clConHndlr m_connections;
     clTransactionHandlerRequestorOnly m_transactions;
+    clMulticastServer m_multicasts;
+    clUDPConnection m_broadcasts;
 };
 
 } // namespace zel

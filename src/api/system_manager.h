@@ -2,6 +2,8 @@
 
 #include "async_com.h"
 #include "client.h"
+#include "datagram_contexts.h"
+#include "phonebook.h"
 #include "subscription_table.h"
 #include "text_handler.h"
 #include "triggers.h"
@@ -20,6 +22,17 @@ public:
     /// The way of ordinary requests: over the connection of the module.
     RequestPath modules() { return {m_client.connections(), m_client.loop()}; }
 
+    // The ways to modules that are not connected.
+    MulticastContext byMulticast(std::optional<std::uint32_t> interfaceIndex = {})
+    {
+        return MulticastContext{m_client.multicasts(), interfaceIndex};
+    }
+    BroadcastContext byBroadcast(std::optional<std::uint32_t> interfaceIndex = {})
+    {
+        return BroadcastContext{m_client.broadcasts(), interfaceIndex};
+    }
+
+    clPhonebook& phonebook() { return m_phonebook; }
     sys::EventLoop& loop() { return m_client.loop(); }
     clConHndlr& connections() { return m_client.connections(); }
     clAsyncCom& asyncReads() { return m_asyncReads; }
@@ -30,6 +43,7 @@ private:
     // Constructed in this order, destroyed in the reverse one.
     Client m_client;
     clAsyncCom m_asyncReads{modules()};
+    clPhonebook m_phonebook;
     SubscriptionTable m_subscriptions;
     clTextHandler m_texts;
     daq::Triggers m_triggers;

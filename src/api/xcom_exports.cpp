@@ -1,6 +1,14 @@
+#include "adapter_document.h"
 #include "call_pattern.h"
 #include "connect.h"
+#include "net_settings.h"
 #include "own_uuid.h"
+#include "request_document.h"
+#include "scan.h"
+
+#include <optional>
+#include <string>
+#include <vector>
 
 using namespace zel;
 
@@ -42,51 +50,97 @@ uint64_t ZEL_XCOM_GetOwnUUID()
     return uuid;
 }
 
+namespace {
+
+/// Scans, and hands what `list` writes about the modules found to the caller.
+template <class List>
+std::int32_t scanAndList(clSystemMgr& mgr, std::uint32_t adapter, List&& list)
+{
+    const std::vector<sys::HostAdapter> adapters = sys::listHostAdapters();
+    std::optional<std::uint32_t> interfaceIndex;
+    if (adapter < adapters.size())
+        interfaceIndex = adapters[adapter].interfaceIndex;
+    MulticastContext multicast = mgr.byMulticast(interfaceIndex);
+    BroadcastContext broadcast = mgr.byBroadcast(interfaceIndex);
+    network::scan(mgr.phonebook(), interfaceIndex, {multicast, broadcast, mgr.loop()});
+    return list(interfaceIndex);
+}
+
+} // namespace
+
 int32_t ZEL_XCOM_DoNetScan(uint32_t adapter, char* buffer, uint64_t* length, uint64_t capacity)
 {
-    return forward({buffer, length, orNull(capacity)},
-                   [&](clSystemMgr&) { return notAvailable(adapter); });
+    return forward({buffer, length, orNull(capacity)}, [&](clSystemMgr& mgr) {
+        return scanAndList(mgr, adapter, [&](std::optional<std::uint32_t> interfaceIndex) {
+            return network::listModules(mgr.phonebook(), interfaceIndex,
+                                        {buffer, length, capacity});
+        });
+    });
 }
 
 int32_t ZEL_XCOM_ScanEthSegment(uint32_t adapter, ZEL_SegmentArray* segment)
 {
-    return forward({segment}, [&](clSystemMgr&) { return notAvailable(adapter); });
+    return forward({segment}, [&](clSystemMgr& mgr) {
+        return scanAndList(mgr, adapter, [&](std::optional<std::uint32_t> interfaceIndex) {
+            network::listModules(mgr.phonebook(), interfaceIndex, *segment);
+            return ZEL_OK;
+        });
+    });
 }
 
 int32_t ZEL_XCOM_DoFirewireScan(char* buffer, uint64_t capacity, uint64_t* length)
 {
-    return checked({buffer, orNull(capacity), length}, [] { return notAvailable(); });
+    return checked({buffer, orNull(capacity), length}, [&] {
+        // No module has ever been found on this bus.
+        const std::string document = RequestDocument{}.take();
+        const CopyOutcome copied =
+            copyText(asBytes(document.data(), document.size()), buffer, capacity);
+        *length = copied.length;
+        return copied.result;
+    });
 }
 
 int32_t ZEL_XCOM_ScanFirewireSegment(ZEL_SegmentArray* segment)
 {
-    return checked({segment}, [] { return notAvailable(); });
+    return checked({segment}, [&] {
+        *segment = {};
+        return ZEL_OK;
+    });
 }
 
 int32_t ZEL_XCOM_GetNetAdapter(char* buffer, uint64_t* length, uint64_t capacity)
 {
-    const std::int32_t result =
-        checked({buffer, length, orNull(capacity)}, [] { return notAvailable(); });
-    if (result != ZEL_OK && length != nullptr)
-        *length = 0;
-    return result;
+    return checked({buffer, length, orNull(capacity)}, [&] {
+        return network::writeAdapterDocument(sys::listHostAdapters(), {buffer, length, capacity});
+    });
 }
 
 int32_t ZEL_XCOM_ReadNetSetting(uint64_t uuid, char* buffer, uint64_t* length, uint64_t capacity)
 {
-    return forward({buffer, length, orNull(capacity)},
-                   [&](clSystemMgr&) { return notAvailable(uuid); });
+    return forward({buffer, length, orNull(capacity)}, [&](clSystemMgr& mgr) {
+        BroadcastContext alternative = mgr.byBroadcast();
+        return network::readNetSettings(mgr.modules(), alternative, uuid,
+                                        network::NetSettings::oneInterface,
+                                        {buffer, length, capacity});
+    });
 }
 
 int32_t ZEL_XCOM_ReadNetSettings(uint64_t uuid, char* buffer, uint64_t* length, uint64_t capacity)
 {
-    return forward({buffer, length, orNull(capacity)},
-                   [&](clSystemMgr&) { return notAvailable(uuid); });
+    return forward({buffer, length, orNull(capacity)}, [&](clSystemMgr& mgr) {
+        BroadcastContext alternative = mgr.byBroadcast();
+        return network::readNetSettings(mgr.modules(), alternative, uuid,
+                                        network::NetSettings::section, {buffer, length, capacity});
+    });
 }
 
 int32_t ZEL_XCOM_WriteNetSetting(uint64_t uuid, const char* document, uint64_t length)
 {
-    return forward({document}, [&](clSystemMgr&) { return notAvailable(uuid, length); });
+    return forward({document}, [&](clSystemMgr& mgr) {
+        BroadcastContext alternative = mgr.byBroadcast();
+        return network::writeNetSettings(mgr.modules(), alternative, uuid,
+                                         {document, static_cast<std::size_t>(length)});
+    });
 }
 
 int32_t ZEL_XCOM_Async_ReadData(uint32_t handle)

@@ -8,10 +8,14 @@ using namespace zel;
 int32_t ZEL_XSYS_DoRestartSystem(uint64_t uuid, uint32_t, int32_t cold)
 {
     return forward({}, [&](clSystemMgr& mgr) {
+        if (isTrue(cold)) {
+            MulticastContext multicast = mgr.byMulticast();
+            BroadcastContext broadcast = mgr.byBroadcast();
+            return system_functions::restart({multicast, mgr.loop(), &broadcast}, uuid);
+        }
         const std::int32_t result = system_functions::restart(mgr.modules(), uuid);
         // The module goes away: it no longer belongs to the topology.
-        if (!isTrue(cold))
-            mgr.connections().erase(uuid);
+        mgr.connections().erase(uuid);
         return result;
     });
 }

@@ -133,7 +133,8 @@ std::int32_t toPath(const char* signal, std::string& path)
         return ZEL_OK;
     switch (signals::kindOf(text)) {
     case signals::ReferenceKind::other:
-        return ZEL_SIGNAL_UNKNOWN;
+        // Some words name a kind of signal without counting as one.
+        return signals::parseReference(text) ? ZEL_SIGNAL_NOT_SUPPORTED : ZEL_SIGNAL_UNKNOWN;
     case signals::ReferenceKind::analogIn:
     case signals::ReferenceKind::canReceiver:
     case signals::ReferenceKind::fiber:

@@ -114,12 +114,4 @@ void listModules(const clPhonebook& phonebook, std::optional<std::uint32_t> inte
     });
 }
 
-std::int32_t listNoModules(const TextBuffer& buffer)
-{
-    PugiXmlBufferComposer document{buffer.data, buffer.capacity};
-    document.openElement("SrvParams");
-    document.closeElement();
-    return document.save(buffer.length);
-}
-
 } // namespace zel::network

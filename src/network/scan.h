@@ -30,7 +30,4 @@ std::int32_t listModules(const clPhonebook& phonebook, std::optional<std::uint32
 void listModules(const clPhonebook& phonebook, std::optional<std::uint32_t> interfaceIndex,
                  ZEL_SegmentArray& modules);
 
-/// The document of a bus that nothing is ever found on.
-std::int32_t listNoModules(const TextBuffer& buffer);
-
 } // namespace zel::network

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "datagram_buffer.h"
 #include "event_loop.h"
 
 #include <memory>
@@ -32,6 +33,10 @@ public:
     void arm();
     /// On the loop's thread: asks to be told of the next input. `completed`: there is some already.
     Posted post();
+    /// On the loop's thread, for a datagram socket instead of post(): true when a datagram is in
+    /// the buffer, to be called again when it is dealt with; false when a notice will come. What
+    /// the kernel writes to lives on like this object's own memory.
+    bool nextDatagram(const std::shared_ptr<DatagramBuffer>& buffer);
     /// From now on completions are dropped, whatever they tell.
     void retire();
     /// Starts afresh for another socket, under another id.

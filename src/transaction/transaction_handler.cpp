@@ -2,6 +2,7 @@
 
 #include "connection_table.h"
 #include "requestor_registry.h"
+#include "telegram_container.h"
 
 namespace zel {
 
@@ -20,6 +21,16 @@ void clTransactionHandlerRequestorOnly::transactionArrived(
 void clTransactionHandlerRequestorOnly::connectionLost(clTcpTelHndlr& connection)
 {
     m_connections.erase(connection);
+}
+
+void clTransactionHandlerRequestorOnly::datagramArrived(std::uint64_t source,
+                                                        std::uint32_t interfaceIndex,
+                                                        std::unique_ptr<clRxTelContainer> telegram)
+{
+    ByteReader in{telegram->payload()};
+    const auto header = TransactionHeader::decode(in);
+    if (header && header->type == TransactionType::response)
+        requestorRegistry().dispatch({source, 0, interfaceIndex}, std::move(telegram));
 }
 
 } // namespace zel

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "datagram_handler.h"
 #include "transaction_listener.h"
 
 namespace zel {
@@ -8,7 +9,8 @@ class clConHndlr;
 
 /// Brings what happens on the connections to the requestors. The library only asks, it serves no
 /// requests of modules.
-class clTransactionHandlerRequestorOnly final : public iTransactionHandler {
+class clTransactionHandlerRequestorOnly final : public iTransactionHandler,
+                                                public iDatagramHandler {
 public:
     explicit clTransactionHandlerRequestorOnly(clConHndlr& connections);
 
@@ -16,6 +18,9 @@ public:
                             clTcpTelHndlr& connection) override;
     /// The connection leaves the table and what waits on it ends.
     void connectionLost(clTcpTelHndlr& connection) override;
+    /// Responses only: what others ask each other is none of our business.
+    void datagramArrived(std::uint64_t source, std::uint32_t interfaceIndex,
+                         std::unique_ptr<clRxTelContainer> telegram) override;
 
 private:
     clConHndlr& m_connections;

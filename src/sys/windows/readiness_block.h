@@ -1,5 +1,6 @@
 #pragma once
 
+#include "datagram_buffer.h"
 #include "port_twin.h"
 
 #include <winsock2.h>
@@ -16,6 +17,13 @@ struct ReadinessBlock {
     WSAEVENT event = WSA_INVALID_EVENT;
     std::atomic<int> references = 1;
     std::atomic<bool> isAbandoned = false;
+
+    // A datagram that is being received; the buffer is the caller's too.
+    std::shared_ptr<DatagramBuffer> datagram;
+    WSAMSG message{};
+    WSABUF part{};
+    sockaddr_storage source{};
+    alignas(std::uint64_t) char control[128];
 
     void release()
     {

@@ -1,0 +1,206 @@
+#include "multicast_server.h"
+
+#include "native_datagram.h"
+#include "native_stream.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace zel::communication {
+
+namespace {
+
+constexpr int kReceiveBuffer = 128000;
+
+int complain(const char* message)
+{
+    std::fprintf(stderr, "%s\n", message);
+    return -1;
+}
+
+} // namespace
+
+/// What the ways to send say when they fail; the first two have different words for the adapter.
+struct MulticastServer::Messages {
+    std::string choosing;
+    std::string timeToLive;
+    std::string sending;
+};
+
+MulticastServer::MulticastServer(sys::EventLoop& loop) : m_loop(loop)
+{
+    native::startUp();
+}
+
+MulticastServer::~MulticastServer()
+{
+    stop();
+    native::cleanUp();
+}
+
+void MulticastServer::stop()
+{
+    m_receiver.reset();
+    m_receiveSocket = sys::kNoSocket;
+    const std::lock_guard lock{m_sendMutex};
+    if (m_sendSocket != sys::kNoSocket)
+        native::closeDatagram(m_sendSocket);
+    m_sendSocket = sys::kNoSocket;
+}
+
+int MulticastServer::start(const std::string& group, std::uint32_t port, DataHandler handler)
+{
+    m_group = group;
+    m_port = port;
+    m_sendSocket = native::openDatagram();
+    if (m_sendSocket == sys::kNoSocket)
+        return complain("Could not create socket!");
+    if (!native::setMulticastLoop(m_sendSocket, false))
+        complain("Error setsockopt IP_MULTICAST_LOOP!");
+    std::uint32_t address = 0;
+    if (!resolveGroup(address))
+        return complain("Not a valid multicast IP address!");
+    return startReceiving(std::move(handler));
+}
+
+int MulticastServer::startReceiving(DataHandler handler)
+{
+    const sys::NativeSocket socket = native::openDatagram();
+    if (socket == sys::kNoSocket)
+        return -1;
+    const auto giveUp = [&](const char* message) {
+        native::closeDatagram(socket);
+        return message ? complain(message) : -1;
+    };
+    if (!native::setReceiveBuffer(socket, kReceiveBuffer))
+        return giveUp(nullptr);
+    if (!native::setReuseAddress(socket))
+        return giveUp("Could not set SO_REUSEADDR!");
+    if (!native::setPacketInfo(socket))
+        return giveUp("Could not set IP_PKTINFO!");
+    if (!native::bindToPort(socket, static_cast<std::uint16_t>(m_port)))
+        return giveUp("Could not bind socket!");
+    m_receiver = std::make_unique<DatagramReceiver>(m_loop);
+    m_receiveSocket = socket;
+    if (!handler)
+        handler = [](Bytes, std::uint32_t) {};
+    return m_receiver->start(socket, std::move(handler)) ? 0 : -1;
+}
+
+bool MulticastServer::resolveGroup(std::uint32_t& address) const
+{
+    return native::parseAddress(m_group, address);
+}
+
+int MulticastServer::joinGroup(std::uint32_t interfaceAddress)
+{
+    return changeMembership(interfaceAddress, true);
+}
+
+int MulticastServer::leaveGroup(std::uint32_t interfaceAddress)
+{
+    return changeMembership(interfaceAddress, false);
+}
+
+int MulticastServer::changeMembership(std::uint32_t interfaceAddress, bool isJoining)
+{
+    std::uint32_t group = 0;
+    if (!resolveGroup(group)) {
+        std::fprintf(stderr, "Not a valid multicast IP address (%s)!\n", m_group.c_str());
+        return -1;
+    }
+    const bool isDone = isJoining ? native::joinGroup(m_receiveSocket, group, interfaceAddress)
+                                  : native::leaveGroup(m_receiveSocket, group, interfaceAddress);
+    if (isDone)
+        return 1;
+    // errno on both platforms, whatever the socket's own error was.
+    if (!isJoining)
+        return errno == EADDRNOTAVAIL ? 0 : -1;
+    if (errno == EADDRINUSE)
+        return 0;
+    std::fprintf(stderr, "interface address %d could not be added to multicastgroup %s '%s'\n",
+                 static_cast<int>(interfaceAddress), m_group.c_str(), std::strerror(errno));
+    return -1;
+}
+
+int MulticastServer::send(const Messages& messages, bool isChosen, const void* data,
+                          std::size_t length, std::uint32_t timeToLive)
+{
+    if (!isChosen) {
+        complain(messages.choosing.c_str());
+        return -2;
+    }
+    if (!native::setMulticastTtl(m_sendSocket, static_cast<int>(timeToLive)))
+        return complain(messages.timeToLive.c_str());
+    std::uint32_t group = 0;
+    if (!resolveGroup(group))
+        return complain("Not a valid multicast IP address!");
+    const Bytes bytes{static_cast<const std::byte*>(data), length};
+    if (!native::sendTo(m_sendSocket, bytes, group, static_cast<std::uint16_t>(m_port)))
+        return complain(messages.sending.c_str());
+    return 0;
+}
+
+int MulticastServer::sendOverInterface(std::uint32_t interfaceAddress, const void* data,
+                                       std::size_t length, std::uint32_t timeToLive)
+{
+    if (data == nullptr)
+        return length == 0 ? 0 : -1;
+    const std::string name = std::to_string(static_cast<std::int32_t>(interfaceAddress));
+    const std::lock_guard lock{m_sendMutex};
+    return send(
+        {"Error setsockopt IP_MULTICAST_IF for interface " + name + "!",
+         name + ": Error setsockopt IPV6_MULTICAST_HOPS to " + std::to_string(timeToLive) + "!",
+         "error sending message over interface " + name + "!"},
+        native::setMulticastInterface(m_sendSocket, interfaceAddress), data, length, timeToLive);
+}
+
+int MulticastServer::sendOverInterface(const sys::HostAdapter& adapter, const void* data,
+                                       std::size_t length, std::uint32_t timeToLive)
+{
+    std::uint32_t address = 0;
+    if (adapter.addresses.empty() ||
+        !native::parseAddress(adapter.addresses.back().address, address)) {
+        std::fprintf(stderr, "%s interface %s does not have an ipv4 address!\n",
+                     "zel::communication::MulticastServer::sendOverInterface",
+                     adapter.name.c_str());
+        return -2;
+    }
+    return sendOverInterface(address, data, length, timeToLive);
+}
+
+int MulticastServer::sendOverInterface(const std::string& interfaceAddress, const void* data,
+                                       std::size_t length, std::uint32_t timeToLive)
+{
+    if (data == nullptr)
+        return length == 0 ? 0 : -1;
+    std::uint32_t address = 0;
+    if (!native::parseAddress(interfaceAddress, address)) {
+        std::fprintf(stderr, "%s is not a valid interface IP address!\n", interfaceAddress.c_str());
+        return -1;
+    }
+    const std::lock_guard lock{m_sendMutex};
+    return send({"Error setsockopt IP_MULTICAST_IF for interface " + interfaceAddress + "!",
+                 interfaceAddress + ": Error setsockopt IPV6_MULTICAST_HOPS to " +
+                     std::to_string(timeToLive) + "!",
+                 "error sending message over interface " + interfaceAddress + "!"},
+                native::setMulticastInterface(m_sendSocket, address), data, length, timeToLive);
+}
+
+int MulticastServer::sendOverInterfaceIndex(std::uint32_t interfaceIndex, const void* data,
+                                            std::size_t length, std::uint32_t timeToLive)
+{
+    if (data == nullptr)
+        return length == 0 ? 0 : -1;
+    const std::string name = std::to_string(static_cast<std::int32_t>(interfaceIndex));
+    const std::lock_guard lock{m_sendMutex};
+    return send({"Error setsockopt IP_MULTICAST_IF for interface " + name + "!",
+                 "Error setsockopt IPV6_MULTICAST_HOPS for interface " + name + " to " +
+                     std::to_string(timeToLive) + "!",
+                 "error sending message over interface " + name + "!"},
+                native::setMulticastInterfaceIndex(m_sendSocket, interfaceIndex), data, length,
+                timeToLive);
+}
+
+} // namespace zel::communication

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "datagram_receiver.h"
+#include "host_adapters.h"
+
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+
+namespace zel::communication {
+
+/// Listens to an IPv4 multicast group and sends to it over one chosen adapter at a time. Its
+/// messages go to the standard error stream.
+class MulticastServer {
+public:
+    /// Gets each datagram with the index of its adapter, on the loop's thread.
+    using DataHandler = DatagramReceiver::Take;
+
+    explicit MulticastServer(sys::EventLoop& loop);
+    ~MulticastServer();
+    MulticastServer(const MulticastServer&) = delete;
+    MulticastServer& operator=(const MulticastServer&) = delete;
+
+    /// 0 or -1. Once.
+    int start(const std::string& group, std::uint32_t port, DataHandler handler);
+    void stop();
+
+    /// Joins or leaves the group on the adapter with this address, in the network's byte order.
+    /// 1 when done, 0 when it was so already, -1 when it failed.
+    int joinGroup(std::uint32_t interfaceAddress);
+    int leaveGroup(std::uint32_t interfaceAddress);
+
+    // Any thread. 0; -2 when the adapter cannot be chosen; -1 for any other failure.
+    int sendOverInterface(std::uint32_t interfaceAddress, const void* data, std::size_t length,
+                          std::uint32_t timeToLive);
+    int sendOverInterface(const sys::HostAdapter& adapter, const void* data, std::size_t length,
+                          std::uint32_t timeToLive);
+    int sendOverInterface(const std::string& interfaceAddress, const void* data, std::size_t length,
+                          std::uint32_t timeToLive);
+    int sendOverInterfaceIndex(std::uint32_t interfaceIndex, const void* data, std::size_t length,
+                               std::uint32_t timeToLive);
+
+private:
+    struct Messages;
+
+    int send(const Messages& messages, bool isChosen, const void* data, std::size_t length,
+             std::uint32_t timeToLive);
+    int startReceiving(DataHandler handler);
+    bool resolveGroup(std::uint32_t& address) const;
+    int changeMembership(std::uint32_t interfaceAddress, bool isJoining);
+
+    std::string m_group;
+    std::uint32_t m_port = 0;
+    sys::EventLoop& m_loop;
+    std::unique_ptr<DatagramReceiver> m_receiver;
+    sys::NativeSocket m_receiveSocket = sys::kNoSocket; // the receiver's
+
+    std::mutex m_sendMutex;
+    sys::NativeSocket m_sendSocket = sys::kNoSocket; // used under the mutex
+};
+
+} // namespace zel::communication

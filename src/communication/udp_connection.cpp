@@ -1,0 +1,131 @@
+#include "udp_connection.h"
+
+#include "frame.h"
+#include "logger.h"
+#include "native_datagram.h"
+#include "native_stream.h"
+#include "telegram_container.h"
+#include "text_handler.h"
+#include "ZEL_VR_Framework.h"
+
+#include <cstring>
+#include <string>
+
+namespace zel {
+
+namespace {
+
+namespace native = communication::native;
+
+constexpr std::uint16_t kModulePort = 1200;
+constexpr std::uint16_t kHostPort = 1201;
+constexpr std::uint32_t kBroadcastAddress = 0xFFFFFFFF;
+constexpr int kReceiveBuffer = 128000;
+
+void log(const std::string& text)
+{
+    logger().write(LogLevel::warning, LogCategory::transactions, text);
+}
+
+int failed(const char* where, std::int32_t code)
+{
+    log(std::string{"clUDPConnection::"} + where + "(): " + resultText(code));
+    return -1;
+}
+
+} // namespace
+
+std::unique_ptr<clRxTelContainer> unframe(Bytes datagram, std::uint64_t& source)
+{
+    if (datagram.size() < kFrameHeaderSize + kFrameTrailerSize)
+        return nullptr;
+    const FrameHeader header = FrameHeader::decode(datagram.first<kFrameHeaderSize>());
+    if (!header.isValid() ||
+        decodeFrameTrailer(datagram.last<kFrameTrailerSize>()) != kFrameTrailer)
+        return nullptr;
+    source = header.source;
+    const Bytes payload =
+        datagram.subspan(kFrameHeaderSize, datagram.size() - kFrameHeaderSize - kFrameTrailerSize);
+    auto telegram = std::make_unique<clRxTelContainer>(payload.size());
+    if (!payload.empty())
+        std::memcpy(telegram->writable().data(), payload.data(), payload.size());
+    return telegram;
+}
+
+clUDPConnection::clUDPConnection(sys::EventLoop& loop, iDatagramHandler& handler)
+    : m_handler((native::startUp(), handler)), m_receiver(loop)
+{
+    if (setRecvInterface() != 0)
+        log("clUDPConnection::setRecvInterface(): UDP port " + std::to_string(kHostPort) +
+            " cannot be used, answers to broadcasts will not be heard");
+    setSendInterface();
+}
+
+clUDPConnection::~clUDPConnection()
+{
+    if (m_sendSocket != sys::kNoSocket)
+        native::closeDatagram(m_sendSocket);
+    native::cleanUp();
+}
+
+int clUDPConnection::setRecvInterface()
+{
+    const sys::NativeSocket socket = native::openDatagram();
+    if (socket == sys::kNoSocket)
+        return -1;
+    int result = -1;
+    if (native::setReceiveBuffer(socket, kReceiveBuffer) && native::setPacketInfo(socket)) {
+        if (!native::setReuseAddress(socket))
+            result = failed("setRecvInterface", ZEL_UDP_REUSE_ADDRESS);
+        else if (native::bindToPort(socket, kHostPort))
+            result = 0;
+    }
+    if (result != 0) {
+        native::closeDatagram(socket);
+        return result;
+    }
+    const bool isWatched = m_receiver.start(socket, [this](Bytes datagram, std::uint32_t index) {
+        std::uint64_t source = 0;
+        if (auto telegram = unframe(datagram, source))
+            m_handler.datagramArrived(source, index, std::move(telegram));
+    });
+    return isWatched ? 0 : -1;
+}
+
+int clUDPConnection::setSendInterface()
+{
+    m_sendSocket = native::openDatagram();
+    if (m_sendSocket == sys::kNoSocket)
+        return -1;
+    return native::setBroadcast(m_sendSocket) ? 0 : failed("setSendInterface", ZEL_UDP_BROADCAST);
+}
+
+std::int32_t clUDPConnection::send(const void* data, std::size_t length)
+{
+    if (data == nullptr)
+        return ZEL_CONN_SEND_FAILED;
+    const std::lock_guard lock{m_sendMutex};
+    return sendLocked({static_cast<const std::byte*>(data), length});
+}
+
+std::int32_t clUDPConnection::sendOver(std::uint32_t interfaceIndex, Bytes data)
+{
+    const std::lock_guard lock{m_sendMutex};
+    if (m_sendSocket != sys::kNoSocket)
+        native::setBroadcastInterface(m_sendSocket, interfaceIndex);
+    const std::int32_t result = sendLocked(data);
+    if (m_sendSocket != sys::kNoSocket)
+        native::setBroadcastInterface(m_sendSocket, 0);
+    return result;
+}
+
+std::int32_t clUDPConnection::sendLocked(Bytes data)
+{
+    if (m_sendSocket != sys::kNoSocket &&
+        native::sendTo(m_sendSocket, data, kBroadcastAddress, kModulePort))
+        return ZEL_OK;
+    log("clUDPConnection::send(): UDPSocket error on sendto()");
+    return ZEL_CONN_SEND_FAILED;
+}
+
+} // namespace zel

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "datagram_handler.h"
+#include "datagram_receiver.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+namespace zel {
+
+/// Sends one datagram to everybody.
+class iBroadcastSender {
+public:
+    virtual ~iBroadcastSender() = default;
+    /// 0 or ZEL_CONN_SEND_FAILED.
+    virtual std::int32_t send(const void* data, std::size_t length) = 0;
+};
+
+/// The telegram in a datagram: frame header and trailer are checked and taken off; null where they
+/// are wrong or missing. The datagram's size counts, not the length in the header.
+std::unique_ptr<clRxTelContainer> unframe(Bytes datagram, std::uint64_t& source);
+
+/// The broadcast path: telegrams go to port 1200 of everybody, answers come to port 1201. Where the
+/// ports cannot be had, the log says so and the path is dead: TCP goes on without it.
+class clUDPConnection final : public iBroadcastSender {
+public:
+    clUDPConnection(sys::EventLoop& loop, iDatagramHandler& handler);
+    ~clUDPConnection() override;
+    clUDPConnection(const clUDPConnection&) = delete;
+    clUDPConnection& operator=(const clUDPConnection&) = delete;
+
+    /// Any thread. The system chooses the adapter.
+    std::int32_t send(const void* data, std::size_t length) override;
+    /// The same over one adapter.
+    std::int32_t sendOver(std::uint32_t interfaceIndex, Bytes data);
+
+private:
+    int setRecvInterface();
+    int setSendInterface();
+    std::int32_t sendLocked(Bytes data);
+
+    iDatagramHandler& m_handler;
+    communication::DatagramReceiver m_receiver;
+
+    std::mutex m_sendMutex;
+    sys::NativeSocket m_sendSocket = sys::kNoSocket; // fixed at construction; used under the mutex
+};
+
+} // namespace zel

@@ -1,0 +1,39 @@
+#include "datagram_contexts.h"
+
+#include "ZEL_VR_Framework.h"
+
+namespace zel {
+
+std::unique_ptr<clRequestorBase> MulticastContext::createRequestor(std::uint64_t target,
+                                                                   iTransactionOwner& owner,
+                                                                   sys::EventLoop& loop)
+{
+    return std::make_unique<clRequestorBroadcast>(target, owner, loop, *this);
+}
+
+std::int32_t MulticastContext::sendDatagram(Bytes telegram)
+{
+    return m_server.send(m_interfaceIndex, telegram);
+}
+
+std::unique_ptr<clRequestorBase> BroadcastContext::createRequestor(std::uint64_t target,
+                                                                   iTransactionOwner& owner,
+                                                                   sys::EventLoop& loop)
+{
+    return std::make_unique<clRequestorBroadcast>(target, owner, loop, *this);
+}
+
+std::int32_t BroadcastContext::sendDatagram(Bytes telegram)
+{
+    if (m_interfaceIndex)
+        return m_connection.sendOver(*m_interfaceIndex, telegram);
+    // The system would send it over one adapter of its choice only.
+    bool hasLeft = false;
+    for (const sys::HostAdapter& adapter : sys::listHostAdapters()) {
+        if (!adapter.addresses.empty() && adapter.addresses.back().address != "0.0.0.0")
+            hasLeft = m_connection.sendOver(adapter.interfaceIndex, telegram) == ZEL_OK || hasLeft;
+    }
+    return hasLeft ? ZEL_OK : m_connection.send(telegram.data(), telegram.size());
+}
+
+} // namespace zel
