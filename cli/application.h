@@ -55,6 +55,7 @@ void addDocumentCommands(CLI::App& app, Application& application);
 void addTedsCommands(CLI::App& app, Application& application);
 void addControlCommands(CLI::App& app, Application& application);
 void addStatusCommands(CLI::App& app, Application& application);
+void addNetworkCommands(CLI::App& app, Application& application);
 void addValueCommands(CLI::App& app, Application& application);
 void addRecordCommand(CLI::App& app, Application& application);
 void addFirmwareCommands(CLI::App& app, Application& application);

@@ -40,6 +40,7 @@ void defineCommandLine(CLI::App& app, Application& application)
                  "Show the library's log on standard error; WHAT is transactions, measurement, "
                  "system or a mask in hexadecimal when not all of it is wanted")
         ->option_text("WHAT");
+    addNetworkCommands(app, application);
     addParameterCommands(app, application);
     addDocumentCommands(app, application);
     addTedsCommands(app, application);

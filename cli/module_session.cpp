@@ -6,6 +6,7 @@
 
 #include "command_failure.h"
 #include "interrupt.h"
+#include "network_scan.h"
 #include "number_text.h"
 #include "ZEL_VR_Framework.h"
 
@@ -14,6 +15,15 @@ namespace zel::cli {
 namespace {
 
 constexpr std::int32_t kStarted = 1; // ZEL_Init answers 1, not 0, when the library runs
+
+constexpr std::int32_t kConnectFailed = ZEL_TCP_CONNECT_FAILED;
+
+/// Whether it could be the name of a module as well as that of a host.
+bool mayBeName(const ModuleAddress& address)
+{
+    return address.port == kDefaultModulePort &&
+           address.host.find_first_of(".:") == std::string::npos && address.host != "localhost";
+}
 
 /// What the library answers instead of a null pointer when it has no text.
 constexpr std::string_view kNoText = "## text missing ##";
@@ -46,10 +56,19 @@ std::string StartedLibrary::textOf(std::int32_t code)
     return knownText(ZEL_XUTIL_GetText(code));
 }
 
-ModuleConnection::ModuleConnection(const ModuleAddress& address) : m_address(address.text())
+std::int32_t ModuleConnection::connect(const ModuleAddress& address)
 {
-    const std::int32_t code =
-        ZEL_XCOM_ConnectToTcpIpDev(address.host.c_str(), address.port, &m_uuid);
+    m_address = address.text();
+    return ZEL_XCOM_ConnectToTcpIpDev(address.host.c_str(), address.port, &m_uuid);
+}
+
+ModuleConnection::ModuleConnection(const ModuleAddress& address)
+{
+    std::int32_t code = connect(address);
+    if (code == kConnectFailed && mayBeName(address) && !isInterrupted()) {
+        const FoundModule found = findModule(address.host);
+        code = connect({found.address, static_cast<std::uint16_t>(found.port)});
+    }
     if (isInterrupted()) {
         if (code == ZEL_OK) {
             ZEL_XCOM_Disconnect(m_uuid);

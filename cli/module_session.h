@@ -49,7 +49,9 @@ private:
     void warn(std::int32_t code, const std::string& tried) const;
     std::string lastModuleText() const;
 
-    const std::string m_address;
+    std::int32_t connect(const ModuleAddress& address);
+
+    std::string m_address; // fixed at construction
     std::uint64_t m_uuid = 0;
 };
 

@@ -110,9 +110,12 @@ int32_t ZEL_XCOM_ScanFirewireSegment(ZEL_SegmentArray* segment)
 
 int32_t ZEL_XCOM_GetNetAdapter(char* buffer, uint64_t* length, uint64_t capacity)
 {
-    return checked({buffer, length, orNull(capacity)}, [&] {
+    const std::int32_t result = checked({buffer, length, orNull(capacity)}, [&] {
         return network::writeAdapterDocument(sys::listHostAdapters(), {buffer, length, capacity});
     });
+    if (result != ZEL_OK && length != nullptr)
+        *length = 0;
+    return result;
 }
 
 int32_t ZEL_XCOM_ReadNetSetting(uint64_t uuid, char* buffer, uint64_t* length, uint64_t capacity)
