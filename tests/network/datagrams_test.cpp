@@ -1,0 +1,123 @@
+// What strangers throw at the library's ports, and what does not come of it.
+
+#include "hexadecimal.h"
+#include "library_with_module.h"
+
+#include <asio/io_context.hpp>
+#include <asio/ip/udp.hpp>
+
+#include <future>
+#include <memory>
+#include <string>
+
+namespace zel::test {
+namespace {
+
+using asio::ip::udp;
+
+class Datagrams : public LibraryWithModule {
+protected:
+    void SetUp() override
+    {
+        LibraryWithModule::SetUp();
+        m_uuid = connected(m_module);
+        m_context = std::make_unique<asio::io_context>();
+        m_socket = std::make_unique<udp::socket>(*m_context, udp::v4());
+    }
+    void TearDown() override
+    {
+        m_socket.reset();
+        m_context.reset();
+        LibraryWithModule::TearDown();
+    }
+
+    void send(const std::string& datagram, std::uint16_t port)
+    {
+        std::error_code full;
+        m_socket->send_to(asio::buffer(datagram), {asio::ip::address_v4::loopback(), port}, 0,
+                          full);
+    }
+
+    /// How many modules a scan finds while `work` runs.
+    template <class Work>
+    std::uint32_t foundDuring(Work&& work)
+    {
+        auto scan = std::async(std::launch::async, [] {
+            auto segment = std::make_unique<ZEL_SegmentArray>();
+            EXPECT_EQ(ZEL_XCOM_ScanEthSegment(0xFFFFFFFF, segment.get()), ZEL_OK);
+            return segment->count;
+        });
+        work();
+        return scan.get();
+    }
+
+    std::uint64_t m_uuid = 0;
+    std::unique_ptr<asio::io_context> m_context;
+    std::unique_ptr<udp::socket> m_socket;
+};
+
+TEST_F(Datagrams, OfStrangersEnterNothing)
+{
+    const std::string own = hex64(ZEL_XCOM_GetOwnUUID());
+    const std::string record =
+        "<SrvParams><IpAdr>1.2.3.4</IpAdr><TcpPort>1</TcpPort><Uuid>254</Uuid></SrvParams>";
+    // Every label: one of them is the scan's own. The source is another one than the record says.
+    const auto answer = [&](unsigned label, const std::string& destination,
+                            const std::string& trailer) {
+        char digits[5];
+        std::snprintf(digits, sizeof digits, "%04x", label & 0xFFFFu);
+        return unhex("12345678 10 01 0000 00000000000000aa 0002" + std::string{digits} +
+                     destination + "0006 000d 00000000") +
+               record + unhex(trailer);
+    };
+    const std::uint32_t found = foundDuring([&] {
+        for (const std::uint16_t port : {std::uint16_t{1201}, std::uint16_t{1300}}) {
+            for (unsigned label = 0; label < 1000; ++label) {
+                send(answer(label, own, "87654321"), port);
+                send(answer(label, own, "87654320"), port);
+                send(answer(label, "0123456789abcdef", "87654321"), port);
+            }
+            send("", port);
+            send(std::string(19, 'x'), port);
+            send(unhex("12345678 10 01 0000 00000000000000aa 87654321"), port);
+            send(std::string(65507, 'x'), port);
+        }
+    });
+    EXPECT_EQ(found, 0u);
+    EXPECT_EQ(echo(m_uuid), ZEL_OK);
+}
+
+TEST_F(Datagrams, InAFloodLeaveTheConnectionsServed)
+{
+    const std::string noise =
+        unhex("12345678 10 01 0000 00000000000000aa") + std::string(500, 'x') + unhex("87654321");
+    const std::uint32_t found = foundDuring([&] {
+        auto calls = std::async(std::launch::async, [&] {
+            int good = 0;
+            const Stopwatch watch;
+            while (watch.elapsed() < 2000ms)
+                good += echo(m_uuid) == ZEL_OK ? 1 : 0;
+            return good;
+        });
+        for (int i = 0; i < 100000; ++i)
+            send(noise, 1201);
+        EXPECT_GT(calls.get(), 100);
+    });
+    EXPECT_EQ(found, 0u);
+}
+
+TEST_F(Datagrams, PortsThatOthersHaveCostOnlyTheScans)
+{
+    ZEL_Unload();
+    udp::socket taken{*m_context, {udp::v4(), 1201}};
+    testing::internal::CaptureStderr();
+    ZEL_Init();
+    testing::internal::GetCapturedStderr();
+    m_uuid = connected(m_module);
+    EXPECT_EQ(echo(m_uuid), ZEL_OK);
+    EXPECT_EQ(foundDuring([] {}), 0u);
+    taken.close();
+}
+
+} // namespace
+} // namespace zel::test
