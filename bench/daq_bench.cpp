@@ -37,19 +37,20 @@ double secondsOf(Clock::time_point began)
     return std::chrono::duration<double>(Clock::now() - began).count();
 }
 
-/// Converts a record of about 64 KiB, by turns with a memcpy of the same bytes.
+/// Converts a record of so many KiB, by turns with a memcpy of the same bytes.
 void GetDaqDataBesideMemcpy(benchmark::State& state)
 {
     const auto type = static_cast<std::uint8_t>(state.range(0));
     const std::size_t element = (type & 15) == 0 ? 16 : type & 15;
     std::vector<unsigned char> block;
-    appendRecord(block, type, 1, static_cast<std::uint32_t>(65536 / element));
+    const std::size_t wanted = static_cast<std::size_t>(state.range(1)) << 10;
+    appendRecord(block, type, 1, static_cast<std::uint32_t>(wanted / element));
     ZEL_DaqHeader header{};
     std::uint64_t offset = 0;
     ZEL_XUTIL_GetDaqHeader(ZEL_DAQ_BY_INDEX, 0, block.data(), block.size(), &header, &offset);
     const std::size_t size = block.size() - kHeaderSize;
     std::vector<unsigned char> output(size);
-    constexpr int kRun = 200;
+    const int kRun = static_cast<int>(20480 / state.range(1));
     double ours = 0;
     double theirs = 0;
     for (auto _ : state) {
@@ -73,17 +74,8 @@ void GetDaqDataBesideMemcpy(benchmark::State& state)
     state.counters["ratio"] = theirs / ours;
 }
 BENCHMARK(GetDaqDataBesideMemcpy)
-    ->ArgName("type")
-    ->Arg(20)
-    ->Arg(24)
-    ->Arg(36)
-    ->Arg(40)
-    ->Arg(80)
-    ->Arg(96)
-    ->Arg(224)
-    ->Arg(92)
-    ->Arg(108)
-    ->Arg(236);
+    ->ArgNames({"type", "KiB"})
+    ->ArgsProduct({{20, 24, 36, 40, 80, 96, 224, 92, 108, 236}, {16, 64, 1024}});
 
 /// Looks for the last of a thousand records.
 void GetDaqHeaderOfTheLastRecord(benchmark::State& state)

@@ -69,7 +69,7 @@ std::int32_t readList(const RequestPath& requests, const MethodAddress& method, 
 {
     count = 0;
     const Response response = sendForResponse(requests, method, std::move(request));
-    if (response.result != ZEL_OK)
+    if (response.result < ZEL_OK)
         return response.result;
     ResponseDocument document;
     if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
@@ -83,7 +83,7 @@ std::int32_t readList(const RequestPath& requests, const MethodAddress& method, 
         ++found;
     }
     count = found;
-    return found > room ? ZEL_SRV_BUFFER_TOO_SMALL : ZEL_OK;
+    return found > room ? ZEL_SRV_BUFFER_TOO_SMALL : response.result;
 }
 
 template <class Info>
@@ -110,15 +110,11 @@ std::int32_t readBlock(const RequestPath& requests, std::uint64_t uuid, void* bu
     received = 0;
     const Response response =
         sendForResponse(requests, {uuid, kService, kReadBlock}, blockRequest(size));
-    if (response.result != ZEL_OK)
+    if (response.result < ZEL_OK)
         return response.result;
-    const Bytes block = response.payload();
-    received = block.size();
-    if (block.size() > size)
-        return ZEL_SRV_BUFFER_TOO_SMALL;
-    if (!block.empty())
-        std::memcpy(buffer, block.data(), block.size());
-    return ZEL_OK;
+    const CopyOutcome copied = copyBytes(response.payload(), buffer, size);
+    received = copied.length;
+    return copied.result != ZEL_OK ? copied.result : response.result;
 }
 
 std::int32_t toPath(const char* signal, std::string& path)
@@ -153,12 +149,13 @@ std::int32_t readValue(const RequestPath& requests, std::uint64_t uuid, const ch
     const Response response = sendForResponse(
         requests, {uuid, kService, kReadValues},
         RequestDocument{}.addText("SigId", path).addNumber("ScaleType", scaleType).take());
-    if (response.result != ZEL_OK)
+    if (response.result < ZEL_OK)
         return response.result;
     ResponseDocument document;
     if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
         return result;
-    return document.requireNumber("MeasVal", value);
+    const std::int32_t result = document.requireNumber("MeasVal", value);
+    return result != ZEL_OK ? result : response.result;
 }
 
 std::int32_t readAllValues(const RequestPath& requests, std::uint64_t uuid, bool enabledOnly,

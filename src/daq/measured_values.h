@@ -8,7 +8,8 @@
 #include <string>
 
 /// Measured values as a module sends them on request, and what it has to offer. Each function is
-/// one method request of service 5, waits for the answer and returns its result.
+/// one method request of service 5, waits for the answer and returns its result. What comes with a
+/// warning is taken as without.
 namespace zel::daq {
 
 inline constexpr std::uint16_t kService = 5;
@@ -18,8 +19,8 @@ inline constexpr std::uint16_t kListSignalsAsText = 8;
 /// The request for a block of at most so many bytes.
 std::string blockRequest(std::uint64_t size);
 
-/// Copies the records that the module has ready. `received` gets their length, also when they do
-/// not fit: then nothing is copied, ZEL_SRV_BUFFER_TOO_SMALL. 0 on any other failure.
+/// Copies the records that the module has ready, as many bytes as fit: ZEL_SRV_BUFFER_TOO_SMALL
+/// when that is not all. `received` gets how many were copied.
 std::int32_t readBlock(const RequestPath& requests, std::uint64_t uuid, void* buffer,
                        std::uint64_t size, std::uint64_t& received);
 

@@ -4,6 +4,7 @@
 #include "number_format.h"
 #include "status.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <limits>
@@ -76,14 +77,16 @@ bool matches(const Trigger& trigger, const ZEL_StatusEntry& entry)
            (trigger.value ? entry.value == *trigger.value : entry.value != 0);
 }
 
-/// ZEL_OK when the condition holds, ZEL_UTIL_WAIT_TIMEOUT when it does not, or what failed.
+// Looks return ZEL_OK when the condition holds, ZEL_UTIL_WAIT_TIMEOUT when it does not, or what
+// failed. A module's warnings fail nothing.
+
 std::int32_t lookAtStatus(const Trigger& trigger, const RequestPath& requests,
                           ZEL_TriggerEvent& event)
 {
     const auto list = std::make_unique<ZEL_StatusListEx>();
     const std::int32_t result =
         status::readStatuses(requests, trigger.uuid, list->count, list->entries);
-    if (result != ZEL_OK)
+    if (result < ZEL_OK)
         return result;
     for (std::uint32_t i = 0; i < list->count; ++i) {
         if (!matches(trigger, list->entries[i]))
@@ -102,7 +105,7 @@ std::int32_t lookAtSignal(const Trigger& trigger, const RequestPath& requests,
     double value = 0;
     const std::int32_t result =
         readValue(requests, trigger.uuid, trigger.reference.c_str(), kPhysical, value);
-    if (result != ZEL_OK)
+    if (result < ZEL_OK)
         return result;
     const bool hasValue = value != std::numeric_limits<double>::max();
     const bool holds = hasValue && (!trigger.above || value > *trigger.above) &&
@@ -139,10 +142,38 @@ std::optional<Trigger> parseTrigger(std::string_view text)
     return trigger;
 }
 
+/// Counts a wait for as long as it lasts.
+class Triggers::Waiting {
+public:
+    explicit Waiting(Triggers& triggers) : m_triggers(triggers) {} // counted by who makes it
+    ~Waiting()
+    {
+        const std::lock_guard lock{m_triggers.m_mutex};
+        --m_triggers.m_waiting;
+        // Under the lock: the triggers may be gone right behind it.
+        if (m_triggers.m_isEnding)
+            m_triggers.m_changed.notify_all();
+    }
+    Waiting(const Waiting&) = delete;
+    Waiting& operator=(const Waiting&) = delete;
+
+private:
+    Triggers& m_triggers;
+};
+
+Triggers::~Triggers()
+{
+    std::unique_lock lock{m_mutex};
+    m_isEnding = true;
+    m_changed.notify_all();
+    m_changed.wait(lock, [this] { return m_waiting == 0; });
+}
+
 void Triggers::activate(const Trigger& trigger)
 {
     const std::lock_guard lock{m_mutex};
-    m_active.insert(trigger);
+    if (m_active.try_emplace(trigger, m_lastNumber + 1).second)
+        ++m_lastNumber;
 }
 
 std::int32_t Triggers::clear(const Trigger& trigger)
@@ -152,29 +183,57 @@ std::int32_t Triggers::clear(const Trigger& trigger)
         if (m_active.erase(trigger) == 0)
             return ZEL_DAQ_TRIGGER_UNKNOWN;
     }
-    m_cleared.notify_all();
+    m_changed.notify_all();
     return ZEL_OK;
 }
 
 std::int32_t Triggers::wait(std::uint32_t milliseconds, const Trigger& trigger,
                             const RequestPath& requests, ZEL_TriggerEvent& event)
 {
-    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds{milliseconds};
-    for (Clock::time_point next = Clock::now();; next += kPeriod) {
-        {
-            std::unique_lock lock{m_mutex};
-            if (m_cleared.wait_until(lock, std::min(next, deadline),
-                                     [&] { return !m_active.contains(trigger); }))
-                return ZEL_DAQ_TRIGGER_UNKNOWN;
-        }
-        // Without the lock: the module may take its time.
-        const std::int32_t result = trigger.reference.empty()
-                                        ? lookAtStatus(trigger, requests, event)
-                                        : lookAtSignal(trigger, requests, event);
-        if (result != ZEL_UTIL_WAIT_TIMEOUT || Clock::now() >= deadline)
-            return result;
-        next = std::max(next, Clock::now() - kPeriod);
+    const Deadline deadline = Clock::now() + std::chrono::milliseconds{milliseconds};
+    std::uint64_t number = 0;
+    {
+        const std::lock_guard lock{m_mutex};
+        const auto found = m_active.find(trigger);
+        if (found == m_active.end())
+            return ZEL_DAQ_TRIGGER_UNKNOWN;
+        number = found->second;
+        ++m_waiting;
     }
+    const Waiting waiting{*this};
+    return watch(deadline, {trigger, number}, requests, event);
+}
+
+std::int32_t Triggers::watch(Deadline deadline, const Activation& activation,
+                             const RequestPath& requests, ZEL_TriggerEvent& event)
+{
+    for (;;) {
+        const Deadline next = Clock::now() + kPeriod;
+        // Without the lock: the module may take its time.
+        const std::int32_t seen = activation.trigger.reference.empty()
+                                      ? lookAtStatus(activation.trigger, requests, event)
+                                      : lookAtSignal(activation.trigger, requests, event);
+        if (seen != ZEL_UTIL_WAIT_TIMEOUT)
+            return seen;
+        const std::int32_t over = sleepUntil(std::min(next, deadline), activation);
+        if (over != ZEL_OK)
+            return over;
+        if (next > deadline)
+            return ZEL_UTIL_WAIT_TIMEOUT;
+    }
+}
+
+std::int32_t Triggers::sleepUntil(Deadline time, const Activation& activation)
+{
+    std::unique_lock lock{m_mutex};
+    const auto isActive = [&] {
+        const auto found = m_active.find(activation.trigger);
+        return found != m_active.end() && found->second == activation.number;
+    };
+    m_changed.wait_until(lock, time, [&] { return m_isEnding || !isActive(); });
+    if (m_isEnding)
+        return ZEL_SYS_NOT_STARTED;
+    return isActive() ? ZEL_OK : ZEL_DAQ_TRIGGER_UNKNOWN;
 }
 
 } // namespace zel::daq

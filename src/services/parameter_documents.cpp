@@ -147,6 +147,8 @@ std::int32_t TedsAnswer::readData(Bytes payload, char* data, std::uint64_t capac
     if (result != ZEL_OK)
         return result;
     const std::string_view digits = dataText;
+    if (digits.size() % 2 != 0)
+        return ZEL_UTIL_STRING_CONVERSION;
     size = digits.size() / 2;
     if (size > capacity)
         return ZEL_SRV_BUFFER_TOO_SMALL;

@@ -159,6 +159,7 @@ TEST(TedsAnswers, ThatAreBrokenAreRefused)
         {"<SrvParams><Tid>-1</Tid><BinData>00</BinData></SrvParams>", ZEL_UTIL_STRING_CONVERSION},
         {"<SrvParams><Tid/><BinData>00</BinData></SrvParams>", ZEL_UTIL_STRING_CONVERSION},
         {"<SrvParams><Tid>1</Tid><BinData>0G</BinData></SrvParams>", ZEL_UTIL_STRING_CONVERSION},
+        {"<SrvParams><Tid>1</Tid><BinData>00A</BinData></SrvParams>", ZEL_UTIL_STRING_CONVERSION},
         {"<SrvParams><Tid>1</Tid><BinData>\xC3\xA4</BinData></SrvParams>",
          ZEL_UTIL_STRING_CONVERSION},
     };
