@@ -1080,7 +1080,8 @@ ZEL_API int32_t ZEL_XDAQ_FinishSubscription(uint64_t uuid, uint64_t startTime);
  * Ends a module's subscription (5/3) and forgets it, whatever the result.
  *
  * @return ZEL_OK; ZEL_SYS_NOT_STARTED; request codes
- * @threads any; blocks for the request time
+ * @threads any; blocks for the request time, then waits for a ZEL_XDAQ_FinishSubscription that is
+ *          under way
  */
 ZEL_API int32_t ZEL_XDAQ_ClearSubscription(uint64_t uuid);
 
@@ -1088,12 +1089,13 @@ ZEL_API int32_t ZEL_XDAQ_ClearSubscription(uint64_t uuid);
  * Fetches the records that a module has ready (5/1).
  *
  * @param buffer    receives the block
- * @param received  receives its length in bytes; 0 when nothing is ready or the call fails, the
- *                  size that is needed with ZEL_SRV_BUFFER_TOO_SMALL
+ * @param received  receives the length of what was copied, in bytes, never above size; 0 when
+ *                  nothing is ready or the request fails
  * @param size      size of buffer in bytes, not 0; the module sends at most so much. A block of
  *                  exactly this size fits
  * @return ZEL_OK; started codes (also for a size of 0); ZEL_SRV_BUFFER_TOO_SMALL (the module sent
- *         more all the same; buffer unchanged); request codes
+ *         more all the same; the buffer is full, and what it holds of the last record is not
+ *         found by ZEL_XUTIL_GetDaqHeader); request codes
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XDAQ_GetMeasValBlock(uint64_t uuid, void* buffer, uint64_t* received,
@@ -1209,7 +1211,8 @@ ZEL_API int32_t ZEL_XDAQ_GetSignalListString(uint64_t uuid, char* buffer, uint64
 ZEL_API int32_t ZEL_XDAQ_ActivateTrigger(const char* trigger);
 
 /**
- * Forgets a trigger. A wait for it ends with ZEL_DAQ_TRIGGER_UNKNOWN.
+ * Forgets a trigger. A wait for it ends with ZEL_DAQ_TRIGGER_UNKNOWN, also when the trigger is
+ * activated anew at once.
  *
  * @return ZEL_OK; started codes; ZEL_DAQ_TRIGGER_UNKNOWN (not active);
  *         ZEL_SRV_INVALID_PARAMETERS (not such a text)
@@ -1219,13 +1222,16 @@ ZEL_API int32_t ZEL_XDAQ_ClearTrigger(const char* trigger);
 
 /**
  * Waits until the condition of a trigger holds: asks for the module's status (2/3) or the signal's
- * value (5/7) at once and then every 100 ms. The trigger stays active.
+ * value (5/7) at once and then every 100 ms, never more often. The trigger stays active. Unlike
+ * other exports this one may be under way when ZEL_Unload is called, which ends the wait and then
+ * takes up to one request time longer.
  *
  * @param timeoutMs  longest time to wait, in milliseconds; 0 asks once
  * @param trigger    text of an active trigger
  * @param event      receives what fulfilled the condition; unchanged otherwise
  * @return ZEL_OK; started codes; ZEL_DAQ_TRIGGER_UNKNOWN (not active, or cleared meanwhile);
- *         ZEL_SRV_INVALID_PARAMETERS (not such a text); ZEL_UTIL_WAIT_TIMEOUT; ZEL_SIGNAL_UNKNOWN,
+ *         ZEL_SRV_INVALID_PARAMETERS (not such a text); ZEL_UTIL_WAIT_TIMEOUT;
+ *         ZEL_SYS_NOT_STARTED (also when ZEL_Unload came meanwhile); ZEL_SIGNAL_UNKNOWN,
  *         ZEL_SIGNAL_NOT_SUPPORTED, ZEL_SIGNAL_NOT_CORRECT; ZEL_PARAM_XML_ERROR and
  *         ZEL_UTIL_STRING_CONVERSION (the answer makes no sense); request codes
  * @threads any; blocks for timeoutMs plus one request time

@@ -162,7 +162,10 @@ TEST(BlockData, IsTheSameWithAndWithoutVectors)
     using Turn = void (*)(const std::byte*, std::byte*, std::size_t, Vectors);
     for (const auto& [turn, element] : std::initializer_list<std::pair<Turn, std::size_t>>{
              {daq::swap4, 4}, {daq::swap8, 8}, {daq::swap8And4, 12}}) {
-        for (std::size_t elements = 0; elements < 70; ++elements) {
+        std::vector<std::size_t> counts{127, 200, 301};
+        for (std::size_t elements = 0; elements < 70; ++elements)
+            counts.push_back(elements);
+        for (const std::size_t elements : counts) {
             std::vector<std::byte> source(element * elements);
             for (std::size_t i = 0; i < source.size(); ++i)
                 source[i] = static_cast<std::byte>(i * 5 + elements);
@@ -171,9 +174,14 @@ TEST(BlockData, IsTheSameWithAndWithoutVectors)
             for (const Vectors vectors : {Vectors::avx2, Vectors::avx512}) {
                 if (vectors > daq::bestVectors())
                     continue;
-                std::vector<std::byte> output(source.size());
-                turn(source.data(), output.data(), elements, vectors);
-                EXPECT_EQ(output, expected) << elements;
+                // Where the destination lies in its cache line decides how it is written.
+                for (const std::size_t shift : {0u, 3u, 4u, 8u, 56u}) {
+                    std::vector<std::byte> output(shift + source.size());
+                    turn(source.data(), output.data() + shift, elements, vectors);
+                    output.erase(output.begin(),
+                                 output.begin() + static_cast<std::ptrdiff_t>(shift));
+                    EXPECT_EQ(output, expected) << elements << " at " << shift;
+                }
                 std::vector<std::byte> inPlace = source;
                 turn(inPlace.data(), inPlace.data(), elements, vectors);
                 EXPECT_EQ(inPlace, expected) << elements;
