@@ -10,7 +10,7 @@
  *     if (ZEL_XCOM_ConnectToTcpIpDev("192.168.169.20", 55000, &module) == ZEL_OK) {
  *         char text[256];
  *         uint64_t length = 0;
- *         int32_t result = ZEL_XPAR_ReadPar(module, 1, "Amplifier", "Name",
+ *         int32_t result = ZEL_XPAR_ReadPar(module, 1, "System", "Name",
  *                                           text, &length, sizeof text);
  *         printf("%s\n", result == ZEL_OK ? text : ZEL_XUTIL_GetText(result));
  *     }
@@ -853,7 +853,7 @@ ZEL_API int32_t ZEL_XPAR_GetMaxCount(uint64_t uuid, uint32_t view, const char* p
  * @param data      receives the bytes
  * @param length    receives their number, also when they do not fit
  * @param capacity  size of data in bytes; as many bytes as that fit
- * @return ZEL_OK; started codes; ZEL_SRV_BUFFER_TOO_SMALL (data and tid unchanged);
+ * @return ZEL_OK; started codes; ZEL_SRV_INVALID_PARAMETERS (channel 0); ZEL_SRV_BUFFER_TOO_SMALL;
  *         ZEL_PARAM_XML_ERROR and ZEL_UTIL_STRING_CONVERSION (the answer makes no sense); request
  *         codes
  * @threads any; blocks for the request time
@@ -870,7 +870,7 @@ ZEL_API int32_t ZEL_XPAR_ReadTedsBinary(uint64_t uuid, uint32_t channel, char* t
  * 17 bytes
  * @param data     the bytes
  * @param length   their number
- * @return ZEL_OK; started codes (null tid); ZEL_SRV_INVALID_PARAMETERS (null data);
+ * @return ZEL_OK; started codes (null tid); ZEL_SRV_INVALID_PARAMETERS (null data, channel 0);
  *         ZEL_PARAM_XML_ERROR and ZEL_UTIL_STRING_CONVERSION (the answer makes no sense); request
  *         codes
  * @threads any; blocks for the request time, twice when the data are sent again
