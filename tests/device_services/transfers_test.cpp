@@ -104,6 +104,7 @@ TEST_F(Transfers, EndSoonWhenTheModuleDiesAndLeaveTheWayFree)
         << result;
     EXPECT_LT(watch.elapsed(), 5000ms);
     m_module.setHandler(6, 14, {});
+    ZEL_XCOM_Disconnect(m_uuid);
     std::uint64_t uuid = 0;
     ASSERT_EQ(connectTo(m_module, uuid), ZEL_OK);
     EXPECT_EQ(ZEL_XSYS_WriteFirmware(uuid, m_folder.string().c_str()), ZEL_OK);
