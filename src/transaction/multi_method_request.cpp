@@ -24,10 +24,16 @@ void clMultiMthdReqrSrv::start(const MethodAddress& address, std::string request
                                iRequestorContext& way, sys::EventLoop& loop)
 {
     auto telegram = makeMethodRequest(address, std::move(requestData));
-    auto* const request = new clMultiMthdReqrSrv(address, std::move(functor), context, way, loop);
+    const std::unique_ptr<clMultiMthdReqrSrv, GiveUp> request{
+        new clMultiMthdReqrSrv(address, std::move(functor), context, way, loop)};
     request->prepare(std::move(telegram));
-    // Gone from here on, at the latest when its time is over.
     request->sendRequest();
+}
+
+void clMultiMthdReqrSrv::GiveUp::operator()(clMultiMthdReqrSrv* request) const
+{
+    if (request->m_holders.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        delete request;
 }
 
 void clMultiMthdReqrSrv::completed(std::int32_t result)
@@ -36,7 +42,7 @@ void clMultiMthdReqrSrv::completed(std::int32_t result)
         logFailure(result);
     if (m_functor)
         m_functor->failed(result, {});
-    delete this;
+    GiveUp{}(this);
 }
 
 void clMultiMthdReqrSrv::delivered(std::unique_ptr<clRxTelContainer> response,

@@ -2,6 +2,8 @@
 
 #include "method_request.h"
 
+#include <atomic>
+
 namespace zel {
 
 /// Gets what comes of a request to several modules. Called on the event loop's thread under the
@@ -18,7 +20,7 @@ public:
 };
 
 /// A method request to all modules. It owns itself: it takes answers until its time is over or the
-/// library is unloaded, and then deletes itself.
+/// library is unloaded, and deletes itself when that has come and it has been sent.
 class clMultiMthdReqrSrv final : public clMthdReqrSrv {
 public:
     /// Sends the request; nobody has to care for it any more, whether it left or not. `way` must
@@ -34,6 +36,11 @@ public:
 private:
     clMultiMthdReqrSrv(const MethodAddress& address, std::unique_ptr<iMultiMthdFunctor> functor,
                        std::uint32_t context, iRequestorContext& way, sys::EventLoop& loop);
+    /// The last to give it up deletes it: the sending thread, or whoever completes it. Its time may
+    /// be over before the sending thread is through.
+    struct GiveUp {
+        void operator()(clMultiMthdReqrSrv* request) const;
+    };
     ~clMultiMthdReqrSrv() override;
 
     void receiveResponse(std::unique_ptr<clRxTelContainer> response,
@@ -41,6 +48,7 @@ private:
 
     const std::unique_ptr<iMultiMthdFunctor> m_functor; // may be null
     const std::uint32_t m_context;
+    std::atomic<int> m_holders{2};
 };
 
 } // namespace zel

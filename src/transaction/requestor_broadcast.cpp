@@ -69,8 +69,6 @@ void clRequestorBroadcast::send(std::shared_ptr<const clTxTelContainer> payload)
         return;
     }
     logSent(TransactionType::request);
-    // An answer may come, and end this object, before the call below has returned: nothing of it is
-    // used from then on unless the call failed.
     if (m_way.sendDatagram(telegram) != ZEL_OK)
         finish(ZEL_CONN_SEND_FAILED);
 }
