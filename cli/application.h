@@ -60,6 +60,7 @@ void addValueCommands(CLI::App& app, Application& application);
 void addRecordCommand(CLI::App& app, Application& application);
 void addFirmwareCommands(CLI::App& app, Application& application);
 void addSystemCommands(CLI::App& app, Application& application);
+void addUnitCommands(CLI::App& app, Application& application);
 void addTextCommands(CLI::App& app, Application& application);
 
 } // namespace zel::cli

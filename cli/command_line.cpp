@@ -50,6 +50,7 @@ void defineCommandLine(CLI::App& app, Application& application)
     addRecordCommand(app, application);
     addFirmwareCommands(app, application);
     addSystemCommands(app, application);
+    addUnitCommands(app, application);
     addTextCommands(app, application);
     app.footer(kFooter);
 }

@@ -62,11 +62,4 @@ std::int32_t forward(Required pointers, Work&& work) noexcept
     return checked(pointers, [&] { return std::int32_t{work(*mgr)}; });
 }
 
-/// Takes the arguments of an export that this version cannot carry out.
-template <class... Arguments>
-std::int32_t notAvailable(const Arguments&...)
-{
-    return ZEL_SRV_CONTROL_UNKNOWN;
-}
-
 } // namespace zel

@@ -1,85 +1,60 @@
 #include "call_pattern.h"
 #include "library_version.h"
 #include "process_wide.h"
+#include "units.h"
+#include "xml_loading.h"
 
+#include <algorithm>
+#include <array>
+#include <mutex>
 #include <string>
+#include <string_view>
 
 using namespace zel;
 
-int32_t ZEL_XUTIL_ComposeSensor(const ZEL_Sensor* sensor, char* buffer, uint64_t* length,
-                                uint64_t capacity)
-{
-    return checked({sensor, buffer, length, orNull(capacity)}, [] { return notAvailable(); });
-}
+namespace {
 
-int32_t ZEL_XUTIL_ParseSensor(const char* document, ZEL_Sensor* sensor)
-{
-    return checked({document, sensor}, [] { return notAvailable(); });
-}
+/// The one buffer of all calls: whoever wants to keep a name copies it before the next call.
+class UnitNameBuffer {
+public:
+    const char* hold(std::string_view name)
+    {
+        const std::lock_guard lock{m_mutex};
+        const std::size_t length = std::min(name.size(), m_text.size() - 1);
+        *std::copy_n(name.begin(), length, m_text.begin()) = '\0';
+        return m_text.data();
+    }
 
-int32_t ZEL_XUTIL_ComposeCanSensor(const ZEL_CanSensor* sensor, char* buffer, uint64_t* length,
-                                   uint64_t capacity)
-{
-    return checked({sensor, buffer, length, orNull(capacity)}, [] { return notAvailable(); });
-}
+private:
+    std::mutex m_mutex;
+    std::array<char, 32> m_text{};
+};
 
-int32_t ZEL_XUTIL_ParseCanSensor(const char* document, ZEL_CanSensor* sensor)
-{
-    return checked({document, sensor}, [] { return notAvailable(); });
-}
-
-int32_t ZEL_XUTIL_ComposeSignal(const ZEL_Signal* signal, char* buffer, uint64_t* length,
-                                uint64_t capacity)
-{
-    return checked({signal, buffer, length, orNull(capacity)}, [] { return notAvailable(); });
-}
-
-int32_t ZEL_XUTIL_ParseSignal(const char* document, ZEL_Signal* signal)
-{
-    return checked({document, signal}, [] { return notAvailable(); });
-}
-
-int32_t ZEL_XUTIL_ComposeCanSignal(const ZEL_CanSignal* signal, char* buffer, uint64_t* length,
-                                   uint64_t capacity)
-{
-    return checked({signal, buffer, length, orNull(capacity)}, [] { return notAvailable(); });
-}
-
-int32_t ZEL_XUTIL_ParseCanSignal(const char* document, ZEL_CanSignal* signal)
-{
-    return checked({document, signal}, [] { return notAvailable(); });
-}
-
-int32_t ZEL_XUTIL_ComposeGateIndex(const ZEL_GateIndex* gate, char* buffer, uint64_t* length,
-                                   uint64_t capacity)
-{
-    return checked({gate, buffer, length, orNull(capacity)}, [] { return notAvailable(); });
-}
-
-int32_t ZEL_XUTIL_ParseGateIndex(const char* document, ZEL_GateIndex* gate)
-{
-    return checked({document, gate}, [] { return notAvailable(); });
-}
-
-int32_t ZEL_XUTIL_ParseErrors(const char* document, ZEL_ReplyMessage* messages, uint64_t* count,
-                              uint64_t capacity)
-{
-    return checked({document, messages, count}, [&] { return notAvailable(capacity); });
-}
+} // namespace
 
 int32_t ZEL_XUTIL_GetUnitCodeFromName(const char* name)
 {
-    return checked({name}, [] { return notAvailable(); });
+    return checked({name}, [&] { return unitCode(name); });
 }
 
-const char* ZEL_XUTIL_GetUnitNameFromCode(uint32_t)
+const char* ZEL_XUTIL_GetUnitNameFromCode(uint32_t code)
 {
-    return "";
+    try {
+        static ProcessWide<UnitNameBuffer> buffer;
+        const UnitRow* const unit = findUnit(code);
+        return buffer->hold(unit == nullptr ? "" : unit->name);
+    } catch (...) {
+        return "";
+    }
 }
 
 const char* ZEL_XUTIL_GetLastXmlError()
 {
-    return "";
+    try {
+        return lastXmlError();
+    } catch (...) {
+        return "";
+    }
 }
 
 const char* ZEL_XUTIL_GetDllVersion()

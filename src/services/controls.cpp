@@ -3,6 +3,7 @@
 #include "control_request.h"
 #include "number_format.h"
 #include "request_document.h"
+#include "xml_loading.h"
 #include "ZEL_VR_Framework.h"
 
 #include <charconv>
@@ -195,7 +196,7 @@ std::int32_t readSignalGeneratorClock(const RequestPath& requests, std::uint64_t
     if (result != ZEL_OK)
         return result;
     pugi::xml_document document;
-    if (document.load_buffer(answer.data(), static_cast<std::size_t>(length)))
+    if (loadXml(document, asBytes(answer.data(), static_cast<std::size_t>(length))))
         frequency = leadingNumber(document.child_value("Frequency"));
     return ZEL_OK;
 }

@@ -113,7 +113,7 @@ std::string writeTedsRequest(std::uint32_t channel, Bytes data)
 std::int32_t countConnectors(Bytes section)
 {
     pugi::xml_document document;
-    if (!document.load_buffer(section.data(), section.size()))
+    if (!loadXml(document, section))
         return 0;
     const pugi::xml_node amplifier = document.find_node(
         [](const pugi::xml_node& node) { return std::string_view(node.name()) == "Amplifier"; });
@@ -127,7 +127,7 @@ std::int32_t countConnectors(Bytes section)
 std::int32_t maxOccurs(Bytes schema)
 {
     pugi::xml_document document;
-    if (!document.load_buffer(schema.data(), schema.size()))
+    if (!loadXml(document, schema))
         return 0;
     const pugi::xml_node element = document.first_child().first_child();
     return std::max(0, element.attribute("maxOccurs").as_int());

@@ -2,6 +2,7 @@
 
 #include "byte_cursor.h"
 #include "number_format.h"
+#include "xml_loading.h"
 #include "ZEL_VR_Framework.h"
 
 #include <cstdint>
@@ -18,8 +19,8 @@ public:
     std::int32_t parse(Bytes payload)
     {
         m_root = {};
-        if (m_document.load_buffer(payload.data(), payload.size(), pugi::parse_default))
-            m_root = m_document.child("SrvParams");
+        if (loadXml(m_document, payload))
+            m_root = requireRoot(m_document, "SrvParams");
         return m_root ? ZEL_OK : ZEL_PARAM_XML_ERROR;
     }
 

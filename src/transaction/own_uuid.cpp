@@ -21,7 +21,7 @@ std::uint64_t makeOwnUuid()
         digits.erase(std::remove(digits.begin(), digits.end(), ':'), digits.end());
         hardware = std::strtoull(("0x" + digits).c_str(), nullptr, 16);
     }
-    return std::uint64_t{sys::processId()} << 48 | (hardware & kLastThreeBytes);
+    return std::uint64_t{processId()} << 48 | (hardware & kLastThreeBytes);
 }
 
 } // namespace

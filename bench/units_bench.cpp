@@ -1,0 +1,47 @@
+// Looking units up, beside a search of the table from its start.
+
+#include "units.h"
+#include "ZEL_VR_Framework.h"
+
+#include <algorithm>
+
+#include <benchmark/benchmark.h>
+
+namespace zel {
+namespace {
+
+const char* nextName(std::size_t& at)
+{
+    at = (at + 61) % unitTable().size();
+    return unitTable()[at].name;
+}
+
+void BM_UnitByName(benchmark::State& state)
+{
+    std::size_t at = 0;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(ZEL_XUTIL_GetUnitCodeFromName(nextName(at)));
+}
+BENCHMARK(BM_UnitByName);
+
+void BM_UnitByNameSearched(benchmark::State& state)
+{
+    std::size_t at = 0;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(
+            std::ranges::find(unitTable(), std::string_view{nextName(at)}, &UnitRow::name));
+}
+BENCHMARK(BM_UnitByNameSearched);
+
+void BM_UnitByCode(benchmark::State& state)
+{
+    std::size_t at = 0;
+    for (auto _ : state) {
+        at = (at + 61) % unitTable().size();
+        benchmark::DoNotOptimize(ZEL_XUTIL_GetUnitNameFromCode(unitTable()[at].code));
+    }
+}
+BENCHMARK(BM_UnitByCode);
+
+} // namespace
+} // namespace zel

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "byte_cursor.h"
+
+#include <string_view>
+
+#include <pugixml.hpp>
+
+namespace zel {
+
+// Every document of a module or a caller is parsed here, so that the reason of the last failure can
+// be told.
+
+/// Parses the text as UTF-8 unless it says otherwise; false, with the reason noted, where it is no
+/// document.
+bool loadXml(pugi::xml_document& document, Bytes text, unsigned options = pugi::parse_default);
+
+/// The document's root; null, with the reason noted, where it has another name.
+pugi::xml_node requireRoot(const pugi::xml_document& document, const char* name);
+
+/// What was wrong with the last document that failed, and at which byte; empty before the first.
+/// Always at the same address; any failure, on any thread, replaces the text.
+const char* lastXmlError();
+
+} // namespace zel

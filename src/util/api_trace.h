@@ -1,0 +1,69 @@
+#pragma once
+
+#include "trace_script.h"
+#include "trace_sequence.h"
+
+#include <exception>
+#include <initializer_list>
+#include <mutex>
+
+namespace zel {
+
+/// Records calls of exports: in a script that repeats them, and in a log of what happened when on
+/// which thread. Any thread.
+class ApiTrace {
+public:
+    /// Both files go into "ZEL" below the user's folder; throws zel::exception when one cannot be
+    /// opened.
+    ApiTrace();
+    explicit ApiTrace(const std::filesystem::path& folder);
+
+    /// The process's trace, made by the first call of this; nothing else makes it.
+    static ApiTrace& instance();
+
+    /// Switches the sequence log, which is on at first; the script is always written.
+    void enable(bool isEnabled);
+
+    void beginCall(const char* exportName, std::initializer_list<TraceValue> arguments);
+    void endCall(std::int32_t code);
+    void endCallByException();
+    void recordWait(std::uint32_t milliseconds);
+
+private:
+    mutable std::mutex m_mutex;
+    bool m_isEnabled = true;
+    TraceScript m_script;
+    TraceSequence m_sequence;
+};
+
+/// One call of an export in the trace:
+///
+///     return RecordedCall{"ZEL_XPAR_ReadPar", {TracedUuid{uuid}, view, path}}([&] { return work;
+///     });
+class RecordedCall {
+public:
+    RecordedCall(const char* exportName, std::initializer_list<TraceValue> arguments,
+                 ApiTrace& trace = ApiTrace::instance())
+        : m_trace(trace)
+    {
+        m_trace.beginCall(exportName, arguments);
+    }
+
+    template <class Work>
+    std::int32_t operator()(Work&& work)
+    {
+        try {
+            const std::int32_t code = work();
+            m_trace.endCall(code);
+            return code;
+        } catch (...) {
+            m_trace.endCallByException();
+            throw;
+        }
+    }
+
+private:
+    ApiTrace& m_trace;
+};
+
+} // namespace zel

@@ -1,0 +1,22 @@
+#include "host_facts.h"
+
+#include <cstdlib>
+
+#include <unistd.h>
+
+namespace zel {
+
+std::uint32_t processId()
+{
+    return static_cast<std::uint32_t>(getpid());
+}
+
+std::filesystem::path userFolder()
+{
+    const char* folder = std::getenv("USERPROFILE");
+    if (folder == nullptr)
+        folder = std::getenv("HOME");
+    return folder == nullptr ? std::filesystem::path{} : std::filesystem::path{folder};
+}
+
+} // namespace zel

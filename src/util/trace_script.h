@@ -1,0 +1,24 @@
+#pragma once
+
+#include "trace_file.h"
+#include "trace_value.h"
+
+#include <span>
+
+namespace zel {
+
+/// The script that repeats the calls of a host. One thread at a time.
+class TraceScript {
+public:
+    explicit TraceScript(const std::filesystem::path& folder);
+
+    /// Nothing for an export that scripts do not have.
+    void writeCall(std::string_view exportName, std::span<const TraceValue> arguments);
+    void writeResult(std::int32_t code);
+    void writeWait(std::uint32_t milliseconds);
+
+private:
+    TraceFile m_file;
+};
+
+} // namespace zel

@@ -1,0 +1,147 @@
+#include "units.h"
+
+#include "process_wide.h"
+#include "ZEL_VR_Framework.h"
+
+#include <string>
+#include <unordered_map>
+
+namespace zel {
+
+namespace {
+
+struct Index {
+    std::unordered_map<std::string_view, const UnitRow*> byName;
+    std::unordered_map<std::uint32_t, const UnitRow*> byCode;
+    std::unordered_map<std::uint32_t, const UnitRow*> byEncoded;
+
+    Index()
+    {
+        // The first of several rows stays.
+        for (const UnitRow& row : unitTable()) {
+            byName.try_emplace(row.name, &row);
+            byCode.try_emplace(row.code, &row);
+            if (row.encoded != 0)
+                byEncoded.try_emplace(row.encoded, &row);
+        }
+    }
+};
+
+const Index& index()
+{
+    static ProcessWide<Index> made;
+    return *made;
+}
+
+template <class Map, class Key>
+const UnitRow* found(const Map& map, const Key& key)
+{
+    const auto entry = map.find(key);
+    return entry == map.end() ? nullptr : entry->second;
+}
+
+std::int32_t codeOf(const UnitRow* row)
+{
+    return row == nullptr ? ZEL_UNIT_NOT_FOUND : static_cast<std::int32_t>(row->code);
+}
+
+/// The value of a digit, or -1.
+int digit(char character, unsigned base)
+{
+    int value = -1;
+    if (character >= '0' && character <= '9')
+        value = character - '0';
+    else if (base == 16 && character >= 'a' && character <= 'f')
+        value = character - 'a' + 10;
+    else if (base == 16 && character >= 'A' && character <= 'F')
+        value = character - 'A' + 10;
+    return value;
+}
+
+/// Reads the reference that `text` begins with. It becomes 0xC2 and the number's low byte, which is
+/// right for the characters that units have; whatever stands behind the digits is taken for the
+/// semicolon. Returns how long the reference is, 0 where it is none.
+std::size_t expandReference(std::string_view text, std::string& out)
+{
+    if (!text.starts_with("&#"))
+        return 0;
+    const unsigned base = text.substr(2).starts_with('x') ? 16 : 10;
+    const std::size_t first = base == 16 ? 3 : 2;
+    std::size_t position = first;
+    unsigned number = 0;
+    for (; position < text.size() && digit(text[position], base) >= 0; ++position)
+        number = number * base + static_cast<unsigned>(digit(text[position], base));
+    if (position == first)
+        return 0;
+    out += '\xC2';
+    out += static_cast<char>(number & 0xFF);
+    return position < text.size() ? position + 1 : position;
+}
+
+std::optional<std::string> expandReferences(std::string_view name)
+{
+    std::string expanded;
+    while (!name.empty()) {
+        if (name.front() != '&') {
+            expanded += name.front();
+            name.remove_prefix(1);
+            continue;
+        }
+        const std::size_t length = expandReference(name, expanded);
+        if (length == 0)
+            return std::nullopt;
+        name.remove_prefix(length);
+    }
+    return expanded;
+}
+
+/// Units of one quantity share a hundred; among the miscellaneous ones the two volume fractions
+/// and the two concentrations belong together.
+std::uint32_t quantity(const UnitRow& unit)
+{
+    constexpr std::uint32_t kMiscellaneous = 50;
+    if (unit.code / 100 != kMiscellaneous)
+        return unit.code / 100;
+    return unit.code == 5004 || unit.code == 5009 ? unit.code - 1 : unit.code;
+}
+
+} // namespace
+
+const UnitRow* findUnit(std::uint32_t code)
+{
+    return found(index().byCode, code);
+}
+
+const UnitRow* findUnit(std::string_view name)
+{
+    return found(index().byName, name);
+}
+
+std::int32_t unitCode(std::string_view name)
+{
+    if (name.find('&') == std::string_view::npos)
+        return codeOf(findUnit(name));
+    const auto expanded = expandReferences(name);
+    return expanded ? codeOf(findUnit(*expanded)) : ZEL_UNIT_NOT_FOUND;
+}
+
+std::int32_t unitCodeOfEncoded(std::uint32_t encoded)
+{
+    return codeOf(found(index().byEncoded, encoded));
+}
+
+bool areOfOneQuantity(const UnitRow& one, const UnitRow& other)
+{
+    return quantity(one) == quantity(other);
+}
+
+std::optional<double> convertUnit(double value, const UnitRow& from, const UnitRow& to)
+{
+    if (!areOfOneQuantity(from, to))
+        return std::nullopt;
+    if (from.factor == to.factor && from.offset == to.offset)
+        return value;
+    return (value * from.factor - from.offset + to.offset) / to.factor;
+}
+
+} // namespace zel

@@ -1,0 +1,126 @@
+/* A host program in C that calls every export that finds, connects and sets up modules against a
+ * simulated module that answers scans.
+ *
+ *   every_connection ADDRESS
+ */
+#include <ZEL_VR_Framework.h>
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+static int failures = 0;
+static char text[65536];
+static uint64_t length = 0;
+static ZEL_SegmentArray segment;
+
+static void expect(int holds, const char* what, int32_t result, int line)
+{
+    if (holds)
+        return;
+    ++failures;
+    printf("line %d: %s gave %d, length %llu, '%.600s'\n", line, what, (int)result,
+           (unsigned long long)length, text);
+}
+
+#define GIVES(expected, call)                                                                      \
+    do {                                                                                           \
+        const int32_t result_ = (call);                                                            \
+        expect(result_ == (expected), #call, result_, __LINE__);                                   \
+    } while (0)
+#define HOLDS(condition) expect((condition), #condition, 0, __LINE__)
+#define INTO text, &length, sizeof text
+
+/* Every export that needs a started library or pointers, without them. */
+static void refuse(int32_t started, int32_t pointers, int32_t unknown)
+{
+    uint64_t uuid = 0;
+    GIVES(pointers, ZEL_XCOM_ConnectToTcpIpDev(NULL, 1, &uuid));
+    GIVES(pointers, ZEL_XCOM_DisconnectFromTcpIpDev(NULL, 1));
+    GIVES(pointers, ZEL_XCOM_DoNetScan(ZEL_ALL_ADAPTERS, NULL, &length, 1));
+    GIVES(pointers, ZEL_XCOM_ScanEthSegment(ZEL_ALL_ADAPTERS, NULL));
+    GIVES(ZEL_SYS_BAD_PARAMETER, ZEL_XCOM_DoFirewireScan(NULL, 1, &length));
+    GIVES(ZEL_SYS_BAD_PARAMETER, ZEL_XCOM_ScanFirewireSegment(NULL));
+    GIVES(ZEL_SYS_BAD_PARAMETER, ZEL_XCOM_GetNetAdapter(NULL, &length, 1));
+    GIVES(unknown, ZEL_XCOM_Disconnect(4711));
+    if (started != ZEL_OK) {
+        GIVES(started, ZEL_XCOM_ReadNetSetting(4711, INTO));
+        GIVES(started, ZEL_XCOM_ReadNetSettings(4711, INTO));
+        GIVES(started, ZEL_XCOM_WriteNetSetting(4711, "", 0));
+        GIVES(started, ZEL_XCOM_Async_ReadData_Timeout(1, 1));
+    }
+}
+
+static void work_without_a_library(void)
+{
+    const char* data = NULL;
+    ZEL_XCOM_DisableZELDevice();
+    HOLDS(ZEL_XCOM_GetOwnUUID() != 0 && ZEL_XCOM_GetOwnUUID() != ZEL_NO_MODULE);
+    GIVES(ZEL_OK, ZEL_XCOM_DoFirewireScan(text, sizeof text, &length));
+    HOLDS(strstr(text, "<SrvParams") != NULL && strlen(text) == length);
+    memset(&segment, 0x55, sizeof segment);
+    GIVES(ZEL_OK, ZEL_XCOM_ScanFirewireSegment(&segment));
+    HOLDS(segment.count == 0 && segment.modules[127].name[3] == '\0');
+    GIVES(ZEL_OK, ZEL_XCOM_GetNetAdapter(INTO));
+    HOLDS(strstr(text, "<IpAdr>192.168.169.1</IpAdr>") != NULL);
+    GIVES(ZEL_SRV_BUFFER_TOO_SMALL, ZEL_XCOM_GetNetAdapter(text, &length, 9));
+    HOLDS(length == 0);
+    GIVES(ZEL_OK, ZEL_XCOM_GetSyncReqrSrvLastErrDat(&data, &length));
+    HOLDS(data != NULL && length == 0);
+    GIVES(ZEL_OK, ZEL_XCOM_GetSyncReqrSrvLastErrDatByUuid(4711, &data, &length));
+    HOLDS(data != NULL && length == 0);
+}
+
+static const ZEL_SegmentModule* find(const char* address)
+{
+    GIVES(ZEL_OK, ZEL_XCOM_DoNetScan(ZEL_ALL_ADAPTERS, INTO));
+    HOLDS(strstr(text, address) != NULL);
+    GIVES(ZEL_OK, ZEL_XCOM_ScanEthSegment(ZEL_ALL_ADAPTERS, &segment));
+    HOLDS(segment.count == 1 && strcmp(segment.modules[0].address, address) == 0);
+    return &segment.modules[0];
+}
+
+static void set_up(uint64_t uuid)
+{
+    const char* data = NULL;
+    uint64_t kept = 0;
+    GIVES(ZEL_OK, ZEL_XCOM_ReadNetSetting(uuid, INTO));
+    HOLDS(strstr(text, "<eth0") != NULL);
+    GIVES(ZEL_OK, ZEL_XCOM_ReadNetSettings(uuid, INTO));
+    HOLDS(strstr(text, "<Network") != NULL);
+    GIVES(ZEL_OK, ZEL_XCOM_WriteNetSetting(uuid, text, length));
+    GIVES(ZEL_SRV_BUFFER_TOO_SMALL, ZEL_XCOM_ReadNetSettings(uuid, text, &length, 9));
+    GIVES(ZEL_OK, ZEL_XCOM_GetSyncReqrSrvLastErrDat(&data, &kept));
+    HOLDS(kept == length && strstr(data, "<Network") != NULL);
+    GIVES(ZEL_OK, ZEL_XCOM_GetSyncReqrSrvLastErrDatByUuid(uuid, &data, &kept));
+    HOLDS(kept == length);
+    GIVES(ZEL_XCOM_Async_ReadData(4711), ZEL_XCOM_Async_ReadData_Timeout(4711, 1));
+}
+
+int main(int argc, char** argv)
+{
+    const char* const address = argc == 2 ? argv[1] : "";
+    uint64_t uuid = 0;
+    refuse(ZEL_SYS_NOT_STARTED, ZEL_SYS_NOT_STARTED, ZEL_SYS_NOT_STARTED);
+    work_without_a_library();
+    ZEL_Init();
+    refuse(ZEL_OK, ZEL_SYS_BAD_PARAMETER, ZEL_CONN_UNKNOWN_UUID);
+    work_without_a_library();
+
+    const ZEL_SegmentModule* const found = find(address);
+    const uint16_t port = (uint16_t)found->port;
+    GIVES(ZEL_OK, ZEL_XCOM_ConnectToTcpIpDev(found->address, port, &uuid));
+    HOLDS(uuid == found->uuid);
+    set_up(uuid);
+    GIVES(ZEL_OK, ZEL_XCOM_DisconnectFromTcpIpDev(found->address, port));
+    GIVES(ZEL_CONN_UNKNOWN_UUID, ZEL_XCOM_Disconnect(uuid));
+    GIVES(ZEL_OK, ZEL_XCOM_ConnectToTcpIpDev(found->address, port, &uuid));
+    HOLDS(strcmp(ZEL_XUTIL_GetTextFromModule(uuid, ZEL_SYS_NOT_STARTED),
+                 ZEL_XUTIL_GetText(ZEL_SYS_NOT_STARTED)) == 0);
+    GIVES(ZEL_OK, ZEL_XCOM_Disconnect(uuid));
+    ZEL_Unload();
+    refuse(ZEL_SYS_NOT_STARTED, ZEL_SYS_NOT_STARTED, ZEL_SYS_NOT_STARTED);
+    if (failures == 0)
+        printf("every connection is as it should be\n");
+    return failures == 0 ? 0 : 1;
+}
