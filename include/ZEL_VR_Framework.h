@@ -364,7 +364,8 @@ ZEL_LAYOUT(sizeof(ZEL_TriggerEvent) == 160);
  *
  * The composers turn a record into a document, the parsers a document into the record: what is
  * composed is read back unchanged, numbers bit by bit. Texts are UTF-8 and terminated within their
- * field. Units are codes as ZEL_XUTIL_GetUnitCodeFromName returns them; the documents name them.
+ * field. Units are codes as ZEL_XUTIL_GetUnitCodeFromName returns them, or 0 for none; the
+ * documents name them.
  * --------------------------------------------------------------------------------------------- */
 
 #define ZEL_NAME_SIZE 64
@@ -415,7 +416,7 @@ typedef struct ZEL_CanSensor {
     uint32_t dataType;     /**< ZEL_CAN_UNSIGNED to ZEL_CAN_REAL64 */
     uint32_t modeStartBit; /**< 0 to 63: multiplexer bits that select this value */
     uint32_t modeLength;   /**< 0 to 64 bits; 0 for a value that is in every frame */
-    uint64_t modeValue;    /**< what the multiplexer bits hold then */
+    uint64_t modeValue;    /**< what the multiplexer bits hold then; at most modeLength bits */
     uint32_t physicalUnit; /**< unit code */
     uint32_t reserved;     /**< 0 */
     double factor;         /**< physical value = raw value * factor + offset */
@@ -463,8 +464,8 @@ typedef struct ZEL_GateIndex {
 
 /** One message of an error reply. */
 typedef struct ZEL_ReplyMessage {
-    char type[32];  /**< "Error" or "Warning", as the module words it; cut to fit, terminated */
-    char text[256]; /**< cut to fit, terminated */
+    char type[32];  /**< "Error" or "Warning", as the module words it; cut as text is */
+    char text[256]; /**< terminated; what does not fit is cut off, never within a character */
 } ZEL_ReplyMessage;
 
 ZEL_LAYOUT(sizeof(ZEL_Sensor) == 424);
@@ -538,7 +539,11 @@ ZEL_API int32_t ZEL_XCOM_DisconnectFromTcpIpDev(const char* address, uint16_t po
  */
 ZEL_API int32_t ZEL_XCOM_Disconnect(uint64_t uuid);
 
-/** Does nothing; there for hosts that call it. */
+/**
+ * Does nothing; there for hosts that call it.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API void ZEL_XCOM_DisableZELDevice(void);
 
 /**
@@ -563,7 +568,11 @@ ZEL_API uint64_t ZEL_XCOM_GetOwnUUID(void);
  */
 ZEL_API int32_t ZEL_XCOM_GetSyncReqrSrvLastErrDat(const char** data, uint64_t* length);
 
-/** The same as ZEL_XCOM_GetSyncReqrSrvLastErrDat, for the module `uuid`. */
+/**
+ * The same as ZEL_XCOM_GetSyncReqrSrvLastErrDat, for the module `uuid`.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XCOM_GetSyncReqrSrvLastErrDatByUuid(uint64_t uuid, const char** data,
                                                         uint64_t* length);
 
@@ -645,7 +654,11 @@ ZEL_API int32_t ZEL_XCOM_GetNetAdapter(char* buffer, uint64_t* length, uint64_t 
 ZEL_API int32_t ZEL_XCOM_ReadNetSetting(uint64_t uuid, char* buffer, uint64_t* length,
                                         uint64_t capacity);
 
-/** As ZEL_XCOM_ReadNetSetting, for the settings of all interfaces (path /Communication/Network). */
+/**
+ * As ZEL_XCOM_ReadNetSetting, for the settings of all interfaces (path /Communication/Network).
+ *
+ * @threads any; blocks for the request time, twice for a module without a connection
+ */
 ZEL_API int32_t ZEL_XCOM_ReadNetSettings(uint64_t uuid, char* buffer, uint64_t* length,
                                          uint64_t capacity);
 
@@ -665,6 +678,8 @@ ZEL_API int32_t ZEL_XCOM_WriteNetSetting(uint64_t uuid, const char* document, ui
 /**
  * Waits for the result of a read that ZEL_XDAQ_Async_GetMeasValBlock started, at most 5000 ms: see
  * ZEL_XCOM_Async_ReadData_Timeout.
+ *
+ * @threads any; blocks for at most 5000 ms, and all other asynchronous starts and reads with it
  */
 ZEL_API int32_t ZEL_XCOM_Async_ReadData(uint32_t handle);
 
@@ -728,11 +743,19 @@ ZEL_API int32_t ZEL_XPAR_ReadDoublePar(uint64_t uuid, uint32_t view, const char*
 ZEL_API int32_t ZEL_XPAR_WriteDoublePar(uint64_t uuid, uint32_t view, const char* path,
                                         const char* name, double value);
 
-/** As ZEL_XPAR_WriteDoublePar, for a whole number. */
+/**
+ * As ZEL_XPAR_WriteDoublePar, for a whole number.
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XPAR_WriteIntPar(uint64_t uuid, uint32_t view, const char* path,
                                      const char* name, int32_t value);
 
-/** As ZEL_XPAR_WriteDoublePar, for a text. */
+/**
+ * As ZEL_XPAR_WriteDoublePar, for a text.
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XPAR_WriteStringPar(uint64_t uuid, uint32_t view, const char* path,
                                         const char* name, const char* value);
 
@@ -791,11 +814,19 @@ ZEL_API int32_t ZEL_XPAR_WriteXMLSect(uint64_t uuid, uint32_t view, const char* 
 ZEL_API int32_t ZEL_XPAR_ReadXSD(uint64_t uuid, uint32_t view, char* buffer, uint64_t* length,
                                  uint64_t capacity);
 
-/** As ZEL_XPAR_ReadXSD, for the section below a path (1/7). */
+/**
+ * As ZEL_XPAR_ReadXSD, for the section below a path (1/7).
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XPAR_ReadXSDSect(uint64_t uuid, uint32_t view, const char* path, char* buffer,
                                      uint64_t* length, uint64_t capacity);
 
-/** As ZEL_XPAR_ReadXSD, for the view's style sheet (1/4). */
+/**
+ * As ZEL_XPAR_ReadXSD, for the view's style sheet (1/4).
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XPAR_ReadXSLT(uint64_t uuid, uint32_t view, char* buffer, uint64_t* length,
                                   uint64_t capacity);
 
@@ -890,7 +921,11 @@ ZEL_API int32_t ZEL_XPAR_WriteTedsBinary(uint64_t uuid, uint32_t channel, char* 
  */
 ZEL_API int32_t ZEL_XPAR_GetLastErrMsg(const char** text, uint64_t* length);
 
-/** The same as ZEL_XPAR_GetLastErrMsg, for the module `uuid`; empty when it never failed. */
+/**
+ * The same as ZEL_XPAR_GetLastErrMsg, for the module `uuid`; empty when it never failed.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XPAR_GetLastErrMsgByUuid(uint64_t uuid, const char** text, uint64_t* length);
 
 /* ------------------------------------------------------------------------------------------------
@@ -957,22 +992,42 @@ ZEL_API int32_t ZEL_XCTRL_GetControlsString(uint64_t uuid, char* buffer, uint64_
 ZEL_API int32_t ZEL_XCTRL_ReadXML(uint64_t uuid, const char* control, char* buffer,
                                   uint64_t* length, uint64_t capacity);
 
-/** As ZEL_XCTRL_ReadXML, for the control's schema (3/3). */
+/**
+ * As ZEL_XCTRL_ReadXML, for the control's schema (3/3).
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XCTRL_ReadXSD(uint64_t uuid, const char* control, char* buffer,
                                   uint64_t* length, uint64_t capacity);
 
-/** As ZEL_XCTRL_ReadXML, for the control's style sheet (3/4). */
+/**
+ * As ZEL_XCTRL_ReadXML, for the control's style sheet (3/4).
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XCTRL_ReadXSLT(uint64_t uuid, const char* control, char* buffer,
                                    uint64_t* length, uint64_t capacity);
 
-/** Reconnects a connector, so that the TEDS of its sensor takes effect ("CONNECTORRECONNECT"). */
+/**
+ * Reconnects a connector, so that the TEDS of its sensor takes effect ("CONNECTORRECONNECT").
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XCTRL_ActivateTeds(uint64_t uuid, uint32_t connector);
 
-/** Zeroes a signal: its present value becomes 0 ("SETZERO"). */
+/**
+ * Zeroes a signal: its present value becomes 0 ("SETZERO").
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XCTRL_SetZero(uint64_t uuid, uint32_t connector, uint32_t signal);
 
-/** Zeroes a signal to a target: its present value becomes `target`, in the signal's unit
- * ("SETZERO"). */
+/**
+ * Zeroes a signal to a target: its present value becomes `target`, in the signal's unit
+ * ("SETZERO").
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XCTRL_SetZeroWithTarget(uint64_t uuid, uint32_t connector, uint32_t signal,
                                             double target);
 
@@ -981,26 +1036,45 @@ ZEL_API int32_t ZEL_XCTRL_SetZeroWithTarget(uint64_t uuid, uint32_t connector, u
  *
  * @param point  which point, as the module numbers them
  * @param value  the value that is applied
+ * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XCTRL_SetCalPoint(uint64_t uuid, uint32_t connector, uint32_t signal,
                                       int32_t point, double value);
 
-/** Switches the internal data path to calibration ("SETI2STOCAL"). */
+/**
+ * Switches the internal data path to calibration ("SETI2STOCAL").
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XCTRL_SetI2SToCal(uint64_t uuid, uint32_t connector);
 
-/** Selects an input source ("INPUTSRC"). */
+/**
+ * Selects an input source ("INPUTSRC").
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XCTRL_SetInputSource(uint64_t uuid, uint32_t connector, uint32_t channel,
                                          uint32_t source);
 
-/** Sets the mode of an LED ("LEDFLASH"). */
+/**
+ * Sets the mode of an LED ("LEDFLASH").
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XCTRL_SetLedMode(uint64_t uuid, uint32_t led, uint32_t mode);
 
-/** Does nothing and returns ZEL_OK, also before ZEL_Init; there for hosts that call it. */
+/**
+ * Does nothing and returns ZEL_OK, also before ZEL_Init; there for hosts that call it.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XCTRL_SetPllVoltage(uint64_t uuid, uint32_t voltage);
 
 /**
  * Sends one CAN frame ("CANTRANSMITUSERCANMSG"): two 32-bit numbers and nine bytes, in the order in
  * which the module's control takes them.
+ *
+ * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XCTRL_TransmitUserCanMsg(uint64_t uuid, uint32_t connector, uint32_t identifier,
                                              uint8_t byte1, uint8_t byte2, uint8_t byte3,
@@ -1130,18 +1204,30 @@ ZEL_API int32_t ZEL_XDAQ_Async_GetMeasValBlock(uint64_t uuid, void* buffer, uint
  */
 ZEL_API int32_t ZEL_XDAQ_GetMeasVal(uint64_t uuid, const char* reference, double* value);
 
-/** As ZEL_XDAQ_GetMeasVal. `scaleType`: 0 raw counts, 1 the sensor's electrical value, 2 the
- *  physical value; the module refuses others. */
+/**
+ * As ZEL_XDAQ_GetMeasVal. `scaleType`: 0 raw counts, 1 the sensor's electrical value, 2 the
+ * physical value; the module refuses others.
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XDAQ_GetMeasValByType(uint64_t uuid, const char* reference, uint32_t scaleType,
                                           double* value);
 
-/** As ZEL_XDAQ_GetMeasVal, for signal `signal` of the analog connector `connector`, both counted
- *  from 1. */
+/**
+ * As ZEL_XDAQ_GetMeasVal, for signal `signal` of the analog connector `connector`, both counted
+ * from 1.
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XDAQ_GetAnalogMeasVal(uint64_t uuid, uint32_t connector, uint32_t signal,
                                           double* value);
 
-/** As ZEL_XDAQ_GetMeasVal, for CAN channel `channel` of the amplifier connector `connector`, both
- *  counted from 1. */
+/**
+ * As ZEL_XDAQ_GetMeasVal, for CAN channel `channel` of the amplifier connector `connector`, both
+ * counted from 1.
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XDAQ_GetCanMeasVal(uint64_t uuid, uint32_t connector, uint32_t channel,
                                        double* value);
 
@@ -1175,8 +1261,12 @@ ZEL_API int32_t ZEL_XDAQ_GetAllMeasVals(uint64_t uuid, int32_t enabledOnly,
 ZEL_API int32_t ZEL_XDAQ_GetSignalList(uint64_t uuid, ZEL_SignalInfo* signals, uint64_t* count,
                                        uint64_t capacity);
 
-/** As ZEL_XDAQ_GetSignalList, with what is needed to subscribe and what each identifier says about
- *  its signal. */
+/**
+ * As ZEL_XDAQ_GetSignalList, with what is needed to subscribe and what each identifier says about
+ * its signal.
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XDAQ_GetSignalListEx(uint64_t uuid, ZEL_SignalInfoEx* signals, uint64_t* count,
                                          uint64_t capacity);
 
@@ -1252,7 +1342,11 @@ ZEL_API int32_t ZEL_XDAQ_WaitForTrigger(uint32_t timeoutMs, const char* trigger,
  */
 ZEL_API int32_t ZEL_XSTAT_GetErrorStatus(uint64_t uuid, ZEL_ErrorList* list);
 
-/** As ZEL_XSTAT_GetErrorStatus, up to 550 errors. */
+/**
+ * As ZEL_XSTAT_GetErrorStatus, up to 550 errors.
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XSTAT_GetErrorStatusEx(uint64_t uuid, ZEL_ErrorListEx* list);
 
 /**
@@ -1273,7 +1367,11 @@ ZEL_API int32_t ZEL_XSTAT_GetErrorStatusString(uint64_t uuid, char* buffer, uint
  */
 ZEL_API int32_t ZEL_XSTAT_GetModuleStatus(uint64_t uuid, ZEL_StatusList* list);
 
-/** As ZEL_XSTAT_GetModuleStatus, up to 550 entries. */
+/**
+ * As ZEL_XSTAT_GetModuleStatus, up to 550 entries.
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XSTAT_GetModuleStatusEx(uint64_t uuid, ZEL_StatusListEx* list);
 
 /**
@@ -1389,7 +1487,11 @@ ZEL_API int32_t ZEL_XSYS_WriteFirmware(uint64_t uuid, const char* folder);
  */
 ZEL_API int32_t ZEL_XSYS_StartFlashing(uint64_t uuid);
 
-/** As ZEL_XSYS_StartFlashing, for the processor of one channel (6/15). */
+/**
+ * As ZEL_XSYS_StartFlashing, for the processor of one channel (6/15).
+ *
+ * @threads any; blocks for the request time, not until the flashing is done
+ */
 ZEL_API int32_t ZEL_XSYS_StartMSPFlashing(uint64_t uuid, uint32_t channel);
 
 /**
@@ -1466,7 +1568,11 @@ ZEL_API int32_t ZEL_XSYS_SetSimValue(uint64_t uuid, uint32_t connector, uint32_t
 ZEL_API int32_t ZEL_XSYS_GetTr620CalUgMeasUx(uint64_t uuid, uint32_t connector, uint32_t* calUg,
                                              uint32_t* measUx);
 
-/** As ZEL_XSYS_GetTr620CalUgMeasUx, for "Tr620Rg" and "Tr620Rx" (6/22). */
+/**
+ * As ZEL_XSYS_GetTr620CalUgMeasUx, for "Tr620Rg" and "Tr620Rx" (6/22).
+ *
+ * @threads any; blocks for the request time
+ */
 ZEL_API int32_t ZEL_XSYS_GetTr620RgRx(uint64_t uuid, uint32_t connector, uint32_t* rg,
                                       uint32_t* rx);
 
@@ -1494,12 +1600,12 @@ ZEL_API const char* ZEL_XUTIL_GetText(int32_t code);
 ZEL_API const char* ZEL_XUTIL_GetTextFromModule(uint64_t uuid, int32_t code);
 
 /**
- * The reason why a document did not parse: what is wrong, and at which byte. Belongs to the last
- * failure of any thread.
+ * The reason why a document, of a caller or of a module, did not parse: what is wrong, and at which
+ * byte, counted from 0. Belongs to the last failure of any thread.
  *
- * @return the text, valid until the next failure; empty before the first; never null; works before
- *         ZEL_Init
- * @threads one at a time; returns at once
+ * @return the text, always at the same address, valid until the next failure; empty before the
+ *         first; never null; works before ZEL_Init
+ * @threads read it while no other call that parses is running; returns at once
  */
 ZEL_API const char* ZEL_XUTIL_GetLastXmlError(void);
 
@@ -1513,7 +1619,11 @@ ZEL_API const char* ZEL_XUTIL_GetLastXmlError(void);
  */
 ZEL_API const char* ZEL_XUTIL_GetDllVersion(void);
 
-/** Does nothing and returns ZEL_OK, also before ZEL_Init; there for hosts that call it. */
+/**
+ * Does nothing and returns ZEL_OK, also before ZEL_Init; there for hosts that call it.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_SetWorkDir(const char* folder);
 
 /* ------------------------------------------------------------------------------------------------
@@ -1542,12 +1652,18 @@ ZEL_API int32_t ZEL_XUTIL_SetWorkDir(const char* folder);
  *   Amplifier/Connector[@address="2"]/Mode[@choice="CanBus"]/CanBus/CanInChannel[@address="5"]
  *
  * and so on. An analog connector has one channel only, and `channel` is not used.
+ *
+ * @threads any; returns at once
  */
 ZEL_API int32_t ZEL_XUTIL_ComposeChannelPath(uint32_t connector, uint32_t channel, uint32_t type,
                                              char* buffer, uint64_t size, uint64_t* length);
 
-/** Path of the sensor on a channel: the channel's path and "/Sensor", "/CanSensor" (both CAN types)
- * or "/Fiber". An empty text, with ZEL_OK, for any other type. */
+/**
+ * Path of the sensor on a channel: the channel's path and "/Sensor", "/CanSensor" (both CAN types)
+ * or "/Fiber". An empty text, with ZEL_OK, for any other type.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ComposeSensorPath(uint32_t connector, uint32_t channel, uint32_t type,
                                             char* buffer, uint64_t size, uint64_t* length);
 
@@ -1563,31 +1679,57 @@ ZEL_API int32_t ZEL_XUTIL_ComposeSensorPath(uint32_t connector, uint32_t channel
  *
  * (the last one in one line). Additional CAN connectors have the address form only; the CAN types
  * do not use `signal`, the analog one does not use `channel`.
+ *
+ * @threads any; returns at once
  */
 ZEL_API int32_t ZEL_XUTIL_ComposeSignalPath(uint32_t connector, uint32_t channel, uint32_t signal,
                                             uint32_t type, char* buffer, uint64_t size,
                                             uint64_t* length);
 
-/** Path "/Amplifier/Connector2/Mode/AnalogInChannel" of amplifier connector 2; the only one that
- * begins with "/". */
+/**
+ * Path "/Amplifier/Connector2/Mode/AnalogInChannel" of amplifier connector 2; the only one that
+ * begins with "/".
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ComposeAmplifierPath(uint32_t connector, char* buffer, uint64_t size);
 
-/** Path of the alarms, "AdditionalFunction/Alarm". */
+/**
+ * Path of the alarms, "AdditionalFunction/Alarm".
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ComposeAlarmPath(char* buffer, uint64_t size, uint64_t* length);
 
-/** Path of the gates, "AdditionalFunction/Gate". */
+/**
+ * Path of the gates, "AdditionalFunction/Gate".
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ComposeGatePath(char* buffer, uint64_t size, uint64_t* length);
 
-/** Path of the peak units, "AdditionalFunction/Peak". */
+/**
+ * Path of the peak units, "AdditionalFunction/Peak".
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ComposePeakPath(char* buffer, uint64_t size, uint64_t* length);
 
-/** Path "AdditionalFunction/Math/MathIndex[@address="7"]" of math unit 7; mind the order of the
- * arguments. */
+/**
+ * Path "AdditionalFunction/Math/MathIndex[@address="7"]" of math unit 7; mind the order of the
+ * arguments.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ComposeMathIndexPath(char* buffer, uint64_t size, uint64_t* length,
                                                uint32_t index);
 
-/** Path "AdditionalFunction/Peak/PeakIndex[@address="7"]" of peak unit 7; mind the order of the
- * arguments. */
+/**
+ * Path "AdditionalFunction/Peak/PeakIndex[@address="7"]" of peak unit 7; mind the order of the
+ * arguments.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ComposePeakIndexPath(char* buffer, uint64_t size, uint64_t* length,
                                                uint32_t index);
 
@@ -1628,7 +1770,8 @@ ZEL_API int32_t ZEL_XUTIL_ParseSignalPath(const char* path, uint32_t ignored, ui
  * The composers write into `buffer` by the buffer rule and return ZEL_OK, ZEL_SYS_BAD_PARAMETER
  * (null pointer or a capacity of 0), ZEL_SRV_BUFFER_TOO_SMALL, ZEL_SRV_INVALID_PARAMETERS (a text
  * without NUL, a number that is not finite, a value that is none of the listed ones) or
- * ZEL_UNIT_NOT_FOUND (a unit code that is not in the table).
+ * ZEL_UNIT_NOT_FOUND (a unit code that is not in the table). On failure the buffer is an empty
+ * text, and `length` is 0, or what is needed where the buffer is too small.
  *
  * The parsers take a terminated document and return ZEL_OK, ZEL_SYS_BAD_PARAMETER (null pointer),
  * ZEL_PARAM_XML_ERROR (does not parse, or has another root; ZEL_XUTIL_GetLastXmlError tells why),
@@ -1638,48 +1781,88 @@ ZEL_API int32_t ZEL_XUTIL_ParseSignalPath(const char* path, uint32_t ignored, ui
  * zeroed.
  *
  * Each field of a record is one element named like the field with a capital first letter, in the
- * record's order; a ZEL_Range has two children, "Minimum" and "Maximum". Reserved fields do not
- * appear.
+ * record's order; a ZEL_Range has two children, "Minimum" and "Maximum". A unit is its name, and
+ * does not appear where the code is 0; reserved fields never appear. The listed values are words:
+ * "Standard" and "Extended", "LittleEndian" and "BigEndian", "Unsigned", "Signed", "Real32" and
+ * "Real64", "Inside" and "Outside"; `active` is "1" or "0". Numbers have a decimal point whatever
+ * the locale, and may be hexadecimal with "0x" in front; the parsers accept blanks around them.
  * --------------------------------------------------------------------------------------------- */
 
-/** Composes the document "Sensor". */
+/**
+ * Composes the document "Sensor".
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ComposeSensor(const ZEL_Sensor* sensor, char* buffer, uint64_t* length,
                                         uint64_t capacity);
 
-/** Reads what ZEL_XUTIL_ComposeSensor composes. */
+/**
+ * Reads what ZEL_XUTIL_ComposeSensor composes.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ParseSensor(const char* document, ZEL_Sensor* sensor);
 
 /**
  * Composes the document "CanSensor".
  *
  * @return also the ZEL_CAN_... code of the rule that the bits, the identifier or the data type
- * break
+ *         break; ZEL_SRV_INVALID_PARAMETERS where modeValue has more bits than modeLength says
+ * @threads any; returns at once
  */
 ZEL_API int32_t ZEL_XUTIL_ComposeCanSensor(const ZEL_CanSensor* sensor, char* buffer,
                                            uint64_t* length, uint64_t capacity);
 
-/** Reads what ZEL_XUTIL_ComposeCanSensor composes; the same rules hold. */
+/**
+ * Reads what ZEL_XUTIL_ComposeCanSensor composes; the same rules hold.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ParseCanSensor(const char* document, ZEL_CanSensor* sensor);
 
-/** Composes the document "SyncSignal", whose attribute "address" is the signal's number. */
+/**
+ * Composes the document "SyncSignal", whose attribute "address" is the signal's number.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ComposeSignal(const ZEL_Signal* signal, char* buffer, uint64_t* length,
                                         uint64_t capacity);
 
-/** Reads what ZEL_XUTIL_ComposeSignal composes. */
+/**
+ * Reads what ZEL_XUTIL_ComposeSignal composes.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ParseSignal(const char* document, ZEL_Signal* signal);
 
-/** Composes the document "AsyncSignal", whose attribute "address" is the channel's number. */
+/**
+ * Composes the document "AsyncSignal", whose attribute "address" is the channel's number.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ComposeCanSignal(const ZEL_CanSignal* signal, char* buffer,
                                            uint64_t* length, uint64_t capacity);
 
-/** Reads what ZEL_XUTIL_ComposeCanSignal composes. */
+/**
+ * Reads what ZEL_XUTIL_ComposeCanSignal composes.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ParseCanSignal(const char* document, ZEL_CanSignal* signal);
 
-/** Composes the document "GateIndex", whose attribute "address" is the gate's number. */
+/**
+ * Composes the document "GateIndex", whose attribute "address" is the gate's number.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ComposeGateIndex(const ZEL_GateIndex* gate, char* buffer,
                                            uint64_t* length, uint64_t capacity);
 
-/** Reads what ZEL_XUTIL_ComposeGateIndex composes. */
+/**
+ * Reads what ZEL_XUTIL_ComposeGateIndex composes.
+ *
+ * @threads any; returns at once
+ */
 ZEL_API int32_t ZEL_XUTIL_ParseGateIndex(const char* document, ZEL_GateIndex* gate);
 
 /**
@@ -1692,7 +1875,8 @@ ZEL_API int32_t ZEL_XUTIL_ParseGateIndex(const char* document, ZEL_GateIndex* ga
  * @param count     receives their number, also when they did not fit
  * @param capacity  number of records that messages can take
  * @return ZEL_OK; ZEL_SYS_BAD_PARAMETER (null pointer); ZEL_PARAM_XML_ERROR (not a reply);
- *         ZEL_SRV_BUFFER_TOO_SMALL (the first `capacity` messages are there)
+ *         ZEL_SRV_BUFFER_TOO_SMALL (the first `capacity` messages are there); works before ZEL_Init
+ * @threads any; returns at once
  */
 ZEL_API int32_t ZEL_XUTIL_ParseErrors(const char* document, ZEL_ReplyMessage* messages,
                                       uint64_t* count, uint64_t capacity);
@@ -1702,7 +1886,8 @@ ZEL_API int32_t ZEL_XUTIL_ParseErrors(const char* document, ZEL_ReplyMessage* me
  * --------------------------------------------------------------------------------------------- */
 
 /**
- * The code of a unit. Upper and lower case differ; "&#181;" and "&#xB5;" stand for their character.
+ * The code of a unit. Upper and lower case differ; "&#181;" and "&#xB5;" stand for their character,
+ * which works for the four beyond ASCII that units have. Any other "&" makes a name unknown.
  *
  * @param name  name of the unit, UTF-8
  * @return the code, above 0; ZEL_SYS_BAD_PARAMETER; ZEL_UNIT_NOT_FOUND; works before ZEL_Init

@@ -1,6 +1,7 @@
 #include "api_trace.h"
 #include "exception.h"
 #include "host_facts.h"
+#include "host_file.h"
 #include "trace_names.h"
 
 #include <filesystem>
@@ -20,7 +21,7 @@ protected:
     void SetUp() override
     {
         m_folder = std::filesystem::temp_directory_path() /
-                   ("zel_trace_" + std::to_string(processId()) + "_µ");
+                   hostPath("zel_trace_" + std::to_string(processId()) + "_µ");
         std::filesystem::remove_all(m_folder);
     }
     void TearDown() override { std::filesystem::remove_all(m_folder); }
