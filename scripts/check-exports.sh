@@ -27,7 +27,17 @@ check_names() {
     echo "$library exports exactly the $expected names"
 }
 
+# Every export has a host program in C that calls it.
+check_called() {
+    local name
+    for name in $(wanted_names | grep -v '^DllMain$'); do
+        grep -rqE "\\b$name[(,]" tests --include='*.c' || fail "no test in C calls $name"
+    done
+    echo "every export is called from C"
+}
+
 check_linux() {
+    check_called
     local library=build/linux/bin/libZEL_VR_Framework.so
     check_names "$library" 128 "$(wanted_names | grep -v '^DllMain$')" \
         "$(nm -D --defined-only "$library" | awk '{ print $NF }' | sort)"

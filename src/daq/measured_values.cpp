@@ -1,5 +1,6 @@
 #include "measured_values.h"
 
+#include "cut_text.h"
 #include "request_document.h"
 #include "response_document.h"
 #include "signal_path.h"
@@ -16,34 +17,25 @@ namespace {
 constexpr std::uint16_t kListSignals = 6;
 constexpr std::uint16_t kReadValues = 7;
 
-/// Cut to the field, always terminated.
-template <std::size_t Size>
-void fill(char (&field)[Size], std::string_view text)
-{
-    const std::size_t length = std::min(text.size(), Size - 1);
-    std::memcpy(field, text.data(), length);
-    std::memset(field + length, 0, Size - length);
-}
-
 void fill(ZEL_SignalInfo& info, pugi::xml_node signal)
 {
-    fill(info.id, signal.child_value());
+    cutText(signal.child_value(), info.id);
 }
 
 void fill(ZEL_SignalInfoEx& info, pugi::xml_node signal)
 {
     info = {};
     const std::string_view reference = signal.child_value();
-    fill(info.id, reference);
+    cutText(reference, info.id);
     if (const auto numbers = signals::numbersOf(reference, ZEL_CONNECTOR_CAN_ADDITIONAL)) {
         info.connectorType = numbers->type;
         info.connector = numbers->connector;
         info.channel = std::max(numbers->channel, 1u);
         info.signal = numbers->signal;
-        fill(info.path, signals::signalPath(*numbers, signals::PathForm::address));
+        cutText(signals::signalPath(*numbers, signals::PathForm::address), info.path);
     }
-    fill(info.name, signal.attribute("name").value());
-    fill(info.unit, signal.attribute("unit").value());
+    cutText(signal.attribute("name").value(), info.name);
+    cutText(signal.attribute("unit").value(), info.unit);
     double rate = 0;
     if (parseNumber(signal.attribute("rate").value(), rate) == ZEL_OK && rate >= 0)
         info.sampleRate = rate;
@@ -58,7 +50,7 @@ std::int32_t fill(ZEL_MeasuredValue& value, pugi::xml_node signal)
     const pugi::xml_node measured = signal.next_sibling();
     if (std::string_view{measured.name()} != "MeasVal")
         return ZEL_PARAM_XML_ERROR;
-    fill(value.id, signal.child_value());
+    cutText(signal.child_value(), value.id);
     return parseNumber(measured.child_value(), value.value);
 }
 

@@ -1,13 +1,12 @@
 #include "scan.h"
 
+#include "cut_text.h"
 #include "multi_method_request.h"
 #include "pugi_xml_buffer_composer.h"
 #include "request_document.h"
 #include "requestor_broadcast.h"
 
-#include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <exception>
 #include <thread>
 
@@ -66,14 +65,6 @@ void addModule(PugiXmlBufferComposer& document, std::uint32_t address, const Mod
     document.closeElement();
 }
 
-template <std::size_t Size>
-void cutInto(char (&field)[Size], const std::string& text)
-{
-    const std::size_t length = std::min(text.size(), Size - 1);
-    std::memcpy(field, text.data(), length);
-    field[length] = '\0';
-}
-
 } // namespace
 
 void scan(clPhonebook& phonebook, std::optional<std::uint32_t> interfaceIndex,
@@ -106,11 +97,11 @@ void listModules(const clPhonebook& phonebook, std::optional<std::uint32_t> inte
         if (modules.count == ZEL_SEGMENT_SIZE)
             return;
         ZEL_SegmentModule& record = modules.modules[modules.count++];
-        cutInto(record.address, module.address);
+        cutText(module.address, record.address);
         record.port = module.port;
         record.uuid = module.uuid;
-        cutInto(record.name, module.name);
-        cutInto(record.moduleType, module.type);
+        cutText(module.name, record.name);
+        cutText(module.type, record.moduleType);
     });
 }
 

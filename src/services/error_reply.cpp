@@ -1,31 +1,11 @@
 #include "error_reply.h"
 
+#include "cut_text.h"
 #include "xml_loading.h"
-
-#include <cstring>
 
 namespace zel {
 
 namespace {
-
-bool continuesCharacter(char byte)
-{
-    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
-}
-
-/// Cut to the field, but never within a character.
-template <std::size_t Size>
-void cutInto(char (&field)[Size], const char* text)
-{
-    std::size_t length = std::strlen(text);
-    if (length >= Size) {
-        length = Size - 1;
-        while (length > 0 && continuesCharacter(text[length]))
-            --length;
-    }
-    std::memcpy(field, text, length);
-    field[length] = '\0';
-}
 
 const char* typeOf(const pugi::xml_node& message)
 {
@@ -48,9 +28,8 @@ std::int32_t parseErrorReply(std::string_view document, ZEL_ReplyMessage* messag
     for (const pugi::xml_node message : reply.children("Message")) {
         if (count < capacity) {
             ZEL_ReplyMessage& record = messages[count];
-            record = {};
-            cutInto(record.type, typeOf(message));
-            cutInto(record.text, message.child_value());
+            cutText(typeOf(message), record.type);
+            cutText(message.child_value(), record.text);
         }
         ++count;
     }

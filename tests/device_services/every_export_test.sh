@@ -3,18 +3,9 @@
 #
 #   every_export_test.sh ZEL ZEL-SIM EVERY-EXPORT
 set -euo pipefail
-simulator=$2
 program=$3
-work=$(mktemp -d)
-trap 'kill "$running" 2>/dev/null || true; wait; rm -rf "$work"' EXIT
-
-"$simulator" --port 0 >"$work/log" 2>&1 &
-running=$!
-port=
-for _ in $(seq 1200); do
-    port=$(grep -om1 '127\.0\.0\.1:[0-9]*' "$work/log" | cut -d: -f2) && break
-    sleep 0.05
-done
+. "$(dirname "$0")/../support/simulated_module.sh"
+start_module "$2"
 mkdir "$work/host" "$work/host/empty"
 head -c 300000 /dev/urandom >"$work/host/pImage"
 echo "what the host has" >"$work/host/host.bin"

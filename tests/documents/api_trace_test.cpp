@@ -4,12 +4,14 @@
 #include "host_file.h"
 #include "trace_names.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <limits>
-#include <regex>
 #include <sstream>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -33,9 +35,7 @@ protected:
             if (file.path().extension() != extension)
                 continue;
             EXPECT_TRUE(found.empty()) << "one file of each kind";
-            EXPECT_TRUE(
-                std::regex_match(file.path().stem().string(),
-                                 std::regex("API_\\d{1,2}h_\\d{1,2}m_\\d{1,2}s_\\d{1,3}ms")));
+            EXPECT_EQ(withoutNumbers(file.path().stem().string()), "API_h_m_s_ms");
             std::ifstream in{file.path(), std::ios::binary};
             std::ostringstream text;
             text << in.rdbuf();
@@ -43,15 +43,29 @@ protected:
         }
         return found;
     }
-    /// Elapsed times become "T", threads "A", "B" in the order in which they come.
+
+    static std::string withoutNumbers(std::string text)
+    {
+        std::erase_if(text, [](char character) { return character >= '0' && character <= '9'; });
+        return text;
+    }
+
+    /// Each line with "[T, A]" at its start, "[T, B]" for the second thread that comes.
     std::string sequence() const
     {
-        std::string text = std::regex_replace(content(".seq"), std::regex("\\[\\d+, "), "[T, ");
-        std::smatch number;
-        for (char name = 'A'; std::regex_search(text, number, std::regex("thread (\\d+)")); ++name)
-            text =
-                std::regex_replace(text, std::regex(number.str() + "\\]"), std::string{name} + "]");
-        return text;
+        std::istringstream lines{content(".seq")};
+        std::vector<std::string> threads;
+        std::string told;
+        for (std::string line; std::getline(lines, line);) {
+            const std::size_t end = line.find(']');
+            EXPECT_EQ(withoutNumbers(line.substr(0, end)), "[, thread ");
+            const std::string thread = line.substr(line.find(','), end - line.find(','));
+            const auto at = std::ranges::find(threads, thread) - threads.begin();
+            if (at == std::ssize(threads))
+                threads.push_back(thread);
+            told += std::string{"[T, "} + static_cast<char>('A' + at) + line.substr(end) + '\n';
+        }
+        return told;
     }
 
     std::filesystem::path m_folder;

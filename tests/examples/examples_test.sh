@@ -4,19 +4,10 @@
 #   examples_test.sh ZEL ZEL-SIM READ_PARAMETER STREAM_SIGNAL
 set -euo pipefail
 zel=$1
-simulator=$2
 read_parameter=$3
 stream_signal=$4
-work=$(mktemp -d)
-trap 'kill "$running" 2>/dev/null || true; wait; rm -rf "$work"' EXIT
-
-"$simulator" --port 0 --name BENCH >"$work/log" 2>&1 &
-running=$!
-port=
-for _ in $(seq 1200); do
-    port=$(grep -om1 '127\.0\.0\.1:[0-9]*' "$work/log" | cut -d: -f2) && break
-    sleep 0.05
-done
+. "$(dirname "$0")/../support/simulated_module.sh"
+start_module "$2" --name BENCH
 
 fail() {
     echo "FAILED: $*"

@@ -138,6 +138,16 @@ TEST(SignalReferences, OfCanSignalsHaveTwoPaths)
         R"(AdditionalConnector/Connector[@address="2"]/Mode/CanBus/CanInChannel[@address="5"]/AsyncSignal)");
 }
 
+TEST(SignalReferences, OfAnalogAndFiberSignalsHaveOnePath)
+{
+    EXPECT_EQ(
+        signals::pathOf("AnalogIn_Connector1.Signal2"),
+        R"(Amplifier/Connector[@address="2"]/Mode[@choice="AnalogInChannel"]/AnalogInChannel/SyncSignal[@address="3"])");
+    EXPECT_EQ(
+        signals::pathOf("Fiber_Connector0.Channel1.Signal2"),
+        R"(AdditionalConnector/Connector[@address="1"]/Mode[@choice="Fiber"]/Fiber/FiberChannel[@address="2"]/SyncSignal[@address="3"])");
+}
+
 TEST(SignalPaths, ThatAreAlmostRightAreRefused)
 {
     const std::vector<std::string> paths{

@@ -2,9 +2,14 @@
 
 #include <memory>
 
+#ifdef _WIN32
 #include <winsock2.h>
 
 #include <ws2tcpip.h>
+#else
+#include <netdb.h>
+#include <sys/socket.h>
+#endif
 
 namespace zel::communication {
 
