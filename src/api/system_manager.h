@@ -8,6 +8,8 @@
 #include "text_handler.h"
 #include "triggers.h"
 
+#include <memory>
+
 namespace zel {
 
 /// What exists from ZEL_Init to ZEL_Unload. Destroying it also empties the last-error stores, which
@@ -32,7 +34,7 @@ public:
         return BroadcastContext{m_client.broadcasts(), interfaceIndex};
     }
 
-    clPhonebook& phonebook() { return m_phonebook; }
+    const std::shared_ptr<clPhonebook>& phonebook() { return m_phonebook; }
     sys::EventLoop& loop() { return m_client.loop(); }
     clConHndlr& connections() { return m_client.connections(); }
     clAsyncCom& asyncReads() { return m_asyncReads; }
@@ -43,7 +45,8 @@ private:
     // Constructed in this order, destroyed in the reverse one.
     Client m_client;
     clAsyncCom m_asyncReads{modules()};
-    clPhonebook m_phonebook;
+    // A scan's requests may take answers a little longer than the scan itself.
+    std::shared_ptr<clPhonebook> m_phonebook = std::make_shared<clPhonebook>();
     SubscriptionTable m_subscriptions;
     clTextHandler m_texts;
     daq::Triggers m_triggers;

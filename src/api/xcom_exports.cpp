@@ -72,7 +72,7 @@ int32_t ZEL_XCOM_DoNetScan(uint32_t adapter, char* buffer, uint64_t* length, uin
 {
     return forward({buffer, length, orNull(capacity)}, [&](clSystemMgr& mgr) {
         return scanAndList(mgr, adapter, [&](std::optional<std::uint32_t> interfaceIndex) {
-            return network::listModules(mgr.phonebook(), interfaceIndex,
+            return network::listModules(*mgr.phonebook(), interfaceIndex,
                                         {buffer, length, capacity});
         });
     });
@@ -82,7 +82,7 @@ int32_t ZEL_XCOM_ScanEthSegment(uint32_t adapter, ZEL_SegmentArray* segment)
 {
     return forward({segment}, [&](clSystemMgr& mgr) {
         return scanAndList(mgr, adapter, [&](std::optional<std::uint32_t> interfaceIndex) {
-            network::listModules(mgr.phonebook(), interfaceIndex, *segment);
+            network::listModules(*mgr.phonebook(), interfaceIndex, *segment);
             return ZEL_OK;
         });
     });

@@ -199,8 +199,9 @@ int SocketNonblocking::sendBlock(Bytes data)
     return size;
 }
 
-SocketNonblocking::SendResult SocketNonblocking::sendGathered(std::span<const Bytes> buffers,
-                                                              int stallMs)
+SocketNonblocking::SendResult
+SocketNonblocking::sendGathered(std::span<const Bytes> buffers, int stallMs,
+                                const std::function<void()>& beforeWaiting)
 {
     std::array<Bytes, 8> left;
     assert(buffers.size() <= left.size());
@@ -229,6 +230,8 @@ SocketNonblocking::SendResult SocketNonblocking::sendGathered(std::span<const By
         if (sent.count < 0 && sent.failure == Failure::interrupted)
             continue;
         const bool mayGoOn = sent.count < 0 && sent.failure != Failure::other;
+        if (mayGoOn && beforeWaiting)
+            beforeWaiting();
         if (!mayGoOn || native::waitFor(m_socket, Direction::write, stallMs) != Wait::ready) {
             return hasSent ? SendResult::brokenOff : SendResult::nothingSent;
         }

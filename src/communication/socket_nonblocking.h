@@ -48,8 +48,10 @@ public:
     /// receiving side notices. -1 when the system takes nothing.
     int sendBlock(Bytes data);
     /// Writes all buffers with as few calls as the system allows. Gives up when the peer takes
-    /// nothing for `stallMs`. After brokenOff the stream is torn within a telegram and of no use.
-    SendResult sendGathered(std::span<const Bytes> buffers, int stallMs);
+    /// nothing for `stallMs`; calls beforeWaiting(), if there is one, before it waits for that.
+    /// After brokenOff the stream is torn within a telegram and of no use.
+    SendResult sendGathered(std::span<const Bytes> buffers, int stallMs,
+                            const std::function<void()>& beforeWaiting = {});
 
     /// Leaves the event loop and ends the stream in both directions; whoever waits on it wakes up.
     /// The handle stays until the object goes, so that no other thread can meet a foreign one.

@@ -78,7 +78,8 @@ int clTcpTelHndlr::onReadable()
     if (result > 0) {
         // Whoever receives on a lent connection asks the system again before it is taken back: a
         // read that finds nothing can be spared.
-        return m_isLent && !m_socket->hasBuffered() ? 0 : result;
+        const bool isLent = m_borrower.load() != std::thread::id{};
+        return isLent && !m_socket->hasBuffered() ? 0 : result;
     }
     if (result < 0) {
         using communication::native::Failure;
@@ -180,9 +181,12 @@ int clTcpTelHndlr::send(std::span<const Bytes> payload)
     const int stallMs = m_loop->isDispatching() ? kLoopSendStallMs : kSendStallMs;
     auto result = SocketNonblocking::SendResult::nothingSent;
     {
-        const sys::Turnstile::Pass pass{m_sendTurn, std::chrono::milliseconds{stallMs}};
+        const auto beforeWaiting = [this] { endReception(); };
+        const sys::Turnstile::Pass pass{m_sendTurn, std::chrono::milliseconds{stallMs},
+                                        beforeWaiting};
         if (pass && !m_isClosed)
-            result = m_socket->sendGathered(std::span<const Bytes>{parts}.first(count), stallMs);
+            result = m_socket->sendGathered(std::span<const Bytes>{parts}.first(count), stallMs,
+                                            beforeWaiting);
     }
     if (result == SocketNonblocking::SendResult::sent)
         return 0;
@@ -194,24 +198,28 @@ int clTcpTelHndlr::send(std::span<const Bytes> payload)
 
 bool clTcpTelHndlr::beginReception()
 {
-    if (m_isLent.exchange(true))
+    std::thread::id nobody{};
+    if (!m_borrower.compare_exchange_strong(nobody, std::this_thread::get_id()))
         return false;
     if (!m_isClosed && m_loop->lend(m_socket->event()))
         return true;
-    m_isLent = false;
+    m_borrower = std::thread::id{};
     return false;
 }
 
 void clTcpTelHndlr::receiveUntil(const sys::EventFlag& flag)
 {
-    m_loop->serve(m_socket->event(), flag);
+    if (isBorrower())
+        m_loop->serve(m_socket->event(), flag);
 }
 
 void clTcpTelHndlr::endReception()
 {
+    if (!isBorrower())
+        return;
     // In this order: a callback that stopped early because the connection was lent is followed by
     // the loop's asking anew.
-    m_isLent = false;
+    m_borrower = std::thread::id{};
     m_loop->takeBack(m_socket->event());
 }
 

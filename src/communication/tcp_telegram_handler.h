@@ -33,7 +33,8 @@ public:
     int send(std::span<const Bytes> payload) override;
     std::uint64_t connectionId() const override { return m_id; }
 
-    /// One thread at a time; the loop's thread receives for the others.
+    /// One thread at a time; the loop's thread receives for the others. A send that must wait ends
+    /// the reception of its thread, which would receive nothing meanwhile.
     bool beginReception() override;
     void receiveUntil(const sys::EventFlag& flag) override;
     void endReception() override;
@@ -42,6 +43,7 @@ public:
     bool isConnectedTo(const sockaddr* address, std::size_t length) const;
 
 private:
+    bool isBorrower() const { return m_borrower.load() == std::this_thread::get_id(); }
     int onReadable();
     int receiveTelegrams();
     int readStage(MutableBytes stage, std::size_t& received);
@@ -66,8 +68,8 @@ private:
 
     // any thread
     std::atomic<bool> m_isClosed = false;
-    std::atomic<bool> m_isLent = false; // a waiting thread receives in the loop thread's place
-    sys::Turnstile m_sendTurn;          // one telegram at a time on the stream
+    std::atomic<std::thread::id> m_borrower{}; // receives in the loop thread's place
+    sys::Turnstile m_sendTurn;                 // one telegram at a time on the stream
 };
 
 } // namespace zel

@@ -24,7 +24,8 @@ public:
 
     /// A thread that is going to wait for the answer to what it sends may ask to receive on this
     /// connection itself; false when somebody does already, or nobody can. Each success is followed
-    /// by one endReception().
+    /// by one endReception(). It ends by itself when the thread has to wait for its turn or for
+    /// room to send, for it would not receive meanwhile, and others wait for answers too.
     virtual bool beginReception() { return false; }
     /// Receives whatever comes, for whomever, until the flag is set or nothing has come for some
     /// milliseconds. Without any of the transactions' locks.

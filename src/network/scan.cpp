@@ -20,7 +20,7 @@ constexpr std::chrono::seconds kWait{3};
 /// Enters what comes in into the phonebook, on the event loop's thread.
 class Enter final : public iMultiMthdFunctor {
 public:
-    explicit Enter(clPhonebook& phonebook) : m_phonebook(phonebook) {}
+    explicit Enter(std::shared_ptr<clPhonebook> phonebook) : m_phonebook(std::move(phonebook)) {}
 
     void responded(std::int32_t result, Bytes data, std::uint32_t,
                    const TransactionSource& source) override
@@ -30,17 +30,17 @@ public:
         auto record = readModuleRecord(data);
         // Nobody speaks for another module.
         if (record && record->uuid == source.uuid)
-            m_phonebook.enter(source.interfaceIndex, std::move(*record));
+            m_phonebook->enter(source.interfaceIndex, std::move(*record));
     }
     void failed(std::int32_t, const TransactionSource&) override {}
 
 private:
-    clPhonebook& m_phonebook;
+    const std::shared_ptr<clPhonebook> m_phonebook;
 };
 
 /// What cannot be sent leaves the scan with what comes otherwise.
-void ask(clPhonebook& phonebook, iRequestorContext& way, std::uint32_t context,
-         sys::EventLoop& loop)
+void ask(const std::shared_ptr<clPhonebook>& phonebook, iRequestorContext& way,
+         std::uint32_t context, sys::EventLoop& loop)
 {
     try {
         clMultiMthdReqrSrv::start(kScan, RequestDocument{}.take(),
@@ -67,10 +67,10 @@ void addModule(PugiXmlBufferComposer& document, std::uint32_t address, const Mod
 
 } // namespace
 
-void scan(clPhonebook& phonebook, std::optional<std::uint32_t> interfaceIndex,
-          const ScanPaths& paths)
+void scan(const std::shared_ptr<clPhonebook>& phonebook,
+          std::optional<std::uint32_t> interfaceIndex, const ScanPaths& paths)
 {
-    phonebook.clear(interfaceIndex);
+    phonebook->clear(interfaceIndex);
     const std::uint32_t context = interfaceIndex.value_or(0);
     ask(phonebook, paths.multicast, context, paths.loop);
     ask(phonebook, paths.broadcast, context, paths.loop);

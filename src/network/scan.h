@@ -6,6 +6,7 @@
 #include "ZEL_VR_Framework.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 /// Finding the modules in the network.
@@ -20,8 +21,9 @@ struct ScanPaths {
 };
 
 /// Forgets the modules of one adapter, or all of them, asks for them and waits 3 seconds.
-void scan(clPhonebook& phonebook, std::optional<std::uint32_t> interfaceIndex,
-          const ScanPaths& paths);
+/// Answers that come a little later are still entered: the requests share the phonebook.
+void scan(const std::shared_ptr<clPhonebook>& phonebook,
+          std::optional<std::uint32_t> interfaceIndex, const ScanPaths& paths);
 
 /// Writes the known modules as a document. ZEL_SRV_BUFFER_TOO_SMALL.
 std::int32_t listModules(const clPhonebook& phonebook, std::optional<std::uint32_t> interfaceIndex,

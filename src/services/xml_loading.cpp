@@ -13,6 +13,9 @@ namespace zel {
 
 namespace {
 
+// A document takes up to twenty times its length when it is parsed.
+constexpr std::size_t kLargestDocument = std::size_t{16} << 20;
+
 class LastXmlError {
 public:
     void note(std::string_view reason, std::ptrdiff_t offset)
@@ -40,6 +43,11 @@ LastXmlError& lastError()
 
 bool loadXml(pugi::xml_document& document, Bytes text, unsigned options)
 {
+    if (text.size() > kLargestDocument) {
+        lastError().note("The document is too long to be parsed",
+                         static_cast<std::ptrdiff_t>(kLargestDocument));
+        return false;
+    }
     const pugi::xml_parse_result parsed = document.load_buffer(text.data(), text.size(), options);
     if (!parsed)
         lastError().note(parsed.description(), parsed.offset);

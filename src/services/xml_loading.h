@@ -12,7 +12,7 @@ namespace zel {
 // be told.
 
 /// Parses the text as UTF-8 unless it says otherwise; false, with the reason noted, where it is no
-/// document.
+/// document or longer than 16 MiB.
 bool loadXml(pugi::xml_document& document, Bytes text, unsigned options = pugi::parse_default);
 
 /// The document's root; null, with the reason noted, where it has another name.

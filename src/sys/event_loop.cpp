@@ -14,6 +14,8 @@ namespace {
 
 constexpr std::size_t kInitialBuckets = 8;
 constexpr int kServingMs = 5;
+// A peer that never stops sending must not keep the timers and the other peers waiting.
+constexpr int kCallsInATurn = 32;
 
 /// Says which thread calls back; callbacks may be nested.
 class DispatchMark {
@@ -90,21 +92,43 @@ int EventLoop::eraseEvent(const Event& event)
     return 0;
 }
 
-bool EventLoop::dispatch(EventId id, bool mayRepeat)
+EventLoop::Turn EventLoop::dispatch(EventId id, bool mayRepeat)
 {
-    int more = 0;
-    do {
+    for (int calls = 0; calls < kCallsInATurn; ++calls) {
         // Declared before the lock: what the callback owns may be freed without it.
         std::shared_ptr<const EventCallback> callback;
         const std::lock_guard lock{m_mutex};
         const auto found = m_events.find(id);
         if (found == m_events.end())
-            return false;
+            return Turn::gone;
         const DispatchMark mark{m_dispatcher};
         callback = found->second;
-        more = (*callback)();
-    } while (mayRepeat && more > 0);
-    return true;
+        if ((*callback)() <= 0 || !mayRepeat)
+            return Turn::done;
+    }
+    return Turn::unfinished;
+}
+
+void EventLoop::addUnfinished(EventId id)
+{
+    const std::lock_guard lock{m_mutex};
+    m_unfinished.push_back(id);
+    m_hasUnfinished = true;
+}
+
+void EventLoop::goOn()
+{
+    if (!m_hasUnfinished)
+        return;
+    std::vector<EventId> unfinished;
+    {
+        const std::lock_guard lock{m_mutex};
+        unfinished.swap(m_unfinished);
+        m_hasUnfinished = false;
+    }
+    for (const EventId id : unfinished)
+        if (dispatch(id, true) == Turn::unfinished)
+            addUnfinished(id);
 }
 
 bool EventLoop::lend(const Event& event)
@@ -114,12 +138,18 @@ bool EventLoop::lend(const Event& event)
 
 void EventLoop::serve(const Event& event, const EventFlag& flag)
 {
+    Turn turn = Turn::done;
     if (const LookingPermit permit; permit.isGranted()) {
-        const bool hasCome = permit.look([&] { return m_port->hasInput(event, 0); });
-        if (hasCome && !dispatch(event.id, true))
-            return;
+        if (permit.look([&] { return m_port->hasInput(event, 0); }))
+            turn = dispatch(event.id, true);
     }
-    while (!flag.isSet() && m_port->hasInput(event, kServingMs) && dispatch(event.id, true)) {
+    while (!flag.isSet() && turn != Turn::gone &&
+           (turn == Turn::unfinished || m_port->hasInput(event, kServingMs)))
+        turn = dispatch(event.id, true);
+    // What was read from the system already, nobody else would be told of.
+    if (turn == Turn::unfinished) {
+        addUnfinished(event.id);
+        m_port->postWake();
     }
 }
 
@@ -148,10 +178,11 @@ int EventLoop::execute()
     }
     m_thread = std::this_thread::get_id();
     for (;;) {
-        const PortTwin::WakeUp wakeUp = m_port->wait(waitLimitMs(), m_log);
+        const PortTwin::WakeUp wakeUp = m_port->wait(m_hasUnfinished ? 0 : waitLimitMs(), m_log);
         switch (wakeUp.reason) {
         case PortTwin::Reason::event:
-            dispatch(wakeUp.id, true);
+            if (dispatch(wakeUp.id, true) == Turn::unfinished)
+                addUnfinished(wakeUp.id);
             break;
         case PortTwin::Reason::last:
             dispatch(wakeUp.id, false);
@@ -168,6 +199,7 @@ int EventLoop::execute()
             return 0;
         }
         m_timers.runDue();
+        goOn();
     }
 }
 

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <thread>
 #include <unordered_map>
+#include <vector>
 
 namespace zel::sys {
 
@@ -18,7 +19,8 @@ class PortTwin;
 
 using EventId = std::uint64_t;
 
-/// Returns more than zero when more may be waiting and it wants to be called again.
+/// Returns more than zero when more may be waiting and it wants to be called again. It is, after
+/// the timers and the other events have had their turn when it goes on for long.
 using EventCallback = std::function<int()>;
 
 /// What a socket registers: an id that is unique among the registered events and its handle.
@@ -87,8 +89,13 @@ private:
 
     using Events = std::unordered_map<EventId, std::shared_ptr<const EventCallback>, EventIdHash>;
 
-    /// False when there is no such event.
-    bool dispatch(EventId id, bool mayRepeat);
+    /// What a turn of an event has left.
+    enum class Turn { gone, done, unfinished };
+
+    Turn dispatch(EventId id, bool mayRepeat);
+    void addUnfinished(EventId id);
+    /// Gives each event that is not finished one more turn.
+    void goOn();
     /// Milliseconds until the next timer, rounded up; -1 for no limit.
     int waitLimitMs() const;
 
@@ -99,6 +106,8 @@ private:
     std::recursive_mutex m_mutex;
     Events m_events;
     std::atomic<std::thread::id> m_dispatcher{}; // written under m_mutex
+    std::vector<EventId> m_unfinished;
+    std::atomic<bool> m_hasUnfinished = false; // written under m_mutex
 
     TimerQueue m_timers;
     std::atomic<bool> m_hasEnded = false;

@@ -12,8 +12,10 @@ public:
     /// Holds the turnstile while it lives, if it got through in time.
     class Pass {
     public:
-        Pass(Turnstile& turnstile, std::chrono::milliseconds limit)
-            : m_turnstile(turnstile), m_isThrough(turnstile.enter(limit))
+        /// Calls beforeWaiting() when it cannot go through at once.
+        template <class BeforeWaiting>
+        Pass(Turnstile& turnstile, std::chrono::milliseconds limit, BeforeWaiting&& beforeWaiting)
+            : m_turnstile(turnstile), m_isThrough(turnstile.enter(limit, beforeWaiting))
         {
         }
         ~Pass()
@@ -32,9 +34,15 @@ public:
     };
 
 private:
-    bool enter(std::chrono::milliseconds limit)
+    template <class BeforeWaiting>
+    bool enter(std::chrono::milliseconds limit, BeforeWaiting& beforeWaiting)
     {
         std::unique_lock lock{m_mutex};
+        if (m_isTaken) {
+            lock.unlock();
+            beforeWaiting();
+            lock.lock();
+        }
         if (!m_isFree.wait_for(lock, limit, [this] { return !m_isTaken; }))
             return false;
         m_isTaken = true;

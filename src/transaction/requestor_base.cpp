@@ -12,11 +12,7 @@ namespace zel {
 
 clRequestorBase::clRequestorBase(std::uint64_t target, iTransactionOwner& owner,
                                  sys::EventLoop& loop)
-    : m_loop(loop),
-      m_target(target),
-      m_owner(owner),
-      m_label(requestorRegistry().takeLabel()),
-      m_timer(loop)
+    : m_loop(loop), m_target(target), m_owner(owner), m_timer(loop)
 {
 }
 
@@ -73,7 +69,7 @@ void clRequestorBase::logSent(TransactionType type) const
         return;
     std::ostringstream line;
     line << "Trans   : tx: Dest: " << std::hex << m_target << std::dec
-         << "  TransLabel: " << m_label << " Type: " << transactionTypeName(type);
+         << "  TransLabel: " << label() << " Type: " << transactionTypeName(type);
     logger().write(LogLevel::info, LogCategory::transactions, line.str());
 }
 

@@ -16,9 +16,12 @@ public:
     clRequestorBase& operator=(const clRequestorBase&) = delete;
 
     std::uint64_t target() const { return m_target; }
-    std::uint16_t label() const { return m_label; }
+    std::uint16_t label() const { return m_label.value; }
     /// The connection that it was sent on; under the registry's lock.
     std::uint64_t connectionId() const { return m_connectionId; }
+    /// Whether sending has begun: before that its owner is being made, and nothing may be handed to
+    /// it. Under the registry's lock.
+    bool isSent() const { return m_isSent; }
 
     /// Ends the transaction without a response. What comes after the end is ignored.
     void finish(std::int32_t result);
@@ -56,12 +59,22 @@ protected:
 
     // under the registry's lock
     std::uint64_t m_connectionId = 0;
+    bool m_isSent = false;
 
 private:
+    struct Label {
+        Label() : value(requestorRegistry().takeLabel()) {}
+        ~Label() { requestorRegistry().giveBackLabel(value); }
+        Label(const Label&) = delete;
+        Label& operator=(const Label&) = delete;
+
+        const std::uint16_t value;
+    };
+
     // fixed at construction
     const std::uint64_t m_target;
     iTransactionOwner& m_owner;
-    const std::uint16_t m_label;
+    const Label m_label;
 
     // sending thread only
     bool m_isWaitExpected = false;

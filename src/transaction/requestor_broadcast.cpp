@@ -53,8 +53,9 @@ clRequestorBroadcast::~clRequestorBroadcast()
 bool clRequestorBroadcast::matches(const TransactionSource& source,
                                    const TransactionHeader& header) const
 {
-    return source.connectionId == 0 && header.label == label() && header.destination == ownUuid() &&
-           header.type == TransactionType::response && (isForAll() || source.uuid == target());
+    return isSent() && source.connectionId == 0 && header.label == label() &&
+           header.destination == ownUuid() && header.type == TransactionType::response &&
+           (isForAll() || source.uuid == target());
 }
 
 void clRequestorBroadcast::send(std::shared_ptr<const clTxTelContainer> payload)
@@ -64,6 +65,10 @@ void clRequestorBroadcast::send(std::shared_ptr<const clTxTelContainer> payload)
         return;
     }
     const auto telegram = requestTelegram({TransactionType::request, label(), target()}, *payload);
+    {
+        const sys::SpinningLock lock{requestorRegistry().lock()};
+        m_isSent = true;
+    }
     if (!startTimer(kAnswerMs)) {
         finish(ZEL_CONN_RECEIVE_FAILED);
         return;

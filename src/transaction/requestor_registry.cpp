@@ -38,7 +38,18 @@ void logDropped(std::int32_t code)
 std::uint16_t RequestorRegistry::takeLabel()
 {
     const sys::SpinningLock lock{m_mutex};
-    return ++m_lastLabel;
+    ++m_lastLabel;
+    // Where all are in use one has to serve twice.
+    for (std::size_t tried = 1; m_labelsInUse[m_lastLabel] && tried < m_labelsInUse.size(); ++tried)
+        ++m_lastLabel;
+    m_labelsInUse.set(m_lastLabel);
+    return m_lastLabel;
+}
+
+void RequestorRegistry::giveBackLabel(std::uint16_t label)
+{
+    const sys::SpinningLock lock{m_mutex};
+    m_labelsInUse.reset(label);
 }
 
 void RequestorRegistry::enter(clRequestorBase& requestor)
@@ -83,7 +94,10 @@ void RequestorRegistry::connectionLost(std::uint64_t connectionId)
     // A copy: whoever finishes leaves the set. The lock keeps all of them alive.
     const std::vector<clRequestorBase*> waiting{m_requestors.begin(), m_requestors.end()};
     for (clRequestorBase* const requestor : waiting) {
-        if (connectionId == kEveryConnection || requestor->connectionId() == connectionId)
+        const bool isMeant = connectionId == kEveryConnection
+                                 ? requestor->isSent()
+                                 : requestor->connectionId() == connectionId;
+        if (isMeant)
             requestor->finish(ZEL_CONN_RECEIVE_FAILED);
     }
 }

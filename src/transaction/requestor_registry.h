@@ -2,6 +2,7 @@
 
 #include "transaction.h"
 
+#include <bitset>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -20,8 +21,10 @@ public:
 
     Lock& lock() { return m_mutex; }
 
-    /// The label for the next requestor.
+    /// The label for the next requestor: the one after the last, but none that is still in use. A
+    /// request may wait for so long that all others come round meanwhile.
     std::uint16_t takeLabel();
+    void giveBackLabel(std::uint16_t label);
     /// From now on transactions may be handed to it, on the loop's thread.
     void enter(clRequestorBase& requestor);
     void leave(clRequestorBase& requestor);
@@ -29,7 +32,8 @@ public:
     /// Hands a received transaction to the requestor that it belongs to, or drops it.
     void dispatch(const TransactionSource& source, std::unique_ptr<clRxTelContainer> telegram);
 
-    /// Ends everything that waits on a connection, or with kEveryConnection everything there is.
+    /// Ends everything that waits on a connection, or with kEveryConnection everything that was
+    /// sent.
     void connectionLost(std::uint64_t connectionId);
     static constexpr std::uint64_t kEveryConnection = ~std::uint64_t{0};
 
@@ -37,6 +41,7 @@ private:
     Lock m_mutex;
     std::set<clRequestorBase*> m_requestors;
     std::uint16_t m_lastLabel = 0;
+    std::bitset<0x10000> m_labelsInUse;
 };
 
 RequestorRegistry& requestorRegistry();

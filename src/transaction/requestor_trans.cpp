@@ -84,6 +84,7 @@ void clRequestorTrans::send(std::shared_ptr<const clTxTelContainer> payload)
         const sys::SpinningLock lock{requestorRegistry().lock()};
         m_sender = sender;
         m_connectionId = sender->connectionId();
+        m_isSent = true;
         m_state = isSegmented ? State::sendingSegments : State::waitingForAcknowledge;
         m_request = payload;
     }

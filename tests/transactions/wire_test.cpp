@@ -1,9 +1,14 @@
 // The transactions of the library as they stand on the wire, with a module that is played by hand.
 
+#include "event_loop.h"
 #include "hexadecimal.h"
 #include "library_with_module.h"
+#include "own_uuid.h"
+#include "requestor_broadcast.h"
+#include "telegram_container.h"
 #include "wire_peer.h"
 
+#include <algorithm>
 #include <future>
 #include <vector>
 
@@ -263,6 +268,47 @@ TEST_F(Wire, PassesOverWhatDoesNotBelongToTheRequest)
     // Once it has its answer, a second one is nobody's.
     m_peer.write(unhex(telegram("0002", hex(unhex(std::string{kGood} + "6f6b")))));
     EXPECT_EQ(call.get().data, "ok");
+}
+
+TEST(RequestLabels, ThatAreInUseAreNotTakenAgain)
+{
+    const std::uint16_t held = requestorRegistry().takeLabel();
+    for (int i = 0; i < 0x10000; ++i) {
+        const std::uint16_t label = requestorRegistry().takeLabel();
+        ASSERT_NE(label, held);
+        requestorRegistry().giveBackLabel(label);
+    }
+    requestorRegistry().giveBackLabel(held);
+}
+
+TEST(RequestsByDatagram, TakeNoAnswerBeforeTheyAreSent)
+{
+    struct Owner final : iTransactionOwner {
+        void completed(std::int32_t) override { ++calls; }
+        void delivered(std::unique_ptr<clRxTelContainer>, const TransactionSource&) override
+        {
+            ++calls;
+        }
+        int calls = 0;
+    } owner;
+    struct Nowhere final : iDatagramSender {
+        std::int32_t sendDatagram(Bytes) override { return ZEL_OK; }
+    } nowhere;
+    sys::EventLoop loop;
+    clRequestorBroadcast requestor{kBroadcastNode, owner, loop, nowhere};
+    const auto answer = [&] {
+        const TransactionHeader header{TransactionType::response, requestor.label(), ownUuid()};
+        const auto bytes = header.encode();
+        auto telegram = std::make_unique<clRxTelContainer>(bytes.size());
+        std::ranges::copy(bytes, telegram->writable().begin());
+        requestorRegistry().dispatch({.uuid = 1}, std::move(telegram));
+    };
+    answer();
+    requestorRegistry().connectionLost(RequestorRegistry::kEveryConnection);
+    EXPECT_EQ(owner.calls, 0);
+    requestor.send(std::make_shared<const clTxTelContainer>(0));
+    answer();
+    EXPECT_EQ(owner.calls, 1);
 }
 
 TEST_F(Wire, TakesAnswersInWhateverOrderTheyCome)

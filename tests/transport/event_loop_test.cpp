@@ -43,6 +43,23 @@ TEST_F(EventLoopTest, CallsAgainForAsLongAsTheCallbackWantsIt)
     EXPECT_EQ(m_calls, 5);
 }
 
+TEST_F(EventLoopTest, LeavesTimersAndOtherEventsTheirTurnHoweverMuchOneHas)
+{
+    std::atomic<bool> isOver = false;
+    m_socket.watch([&] {
+        ++m_calls;
+        return isOver ? 0 : 1;
+    });
+    m_socket.notify();
+    EXPECT_TRUE(eventually([&] { return m_calls > 0; }));
+    std::promise<bool> expired;
+    sys::Timer timer{m_loop};
+    timer.set(20, false, [&](bool isExpired) { expired.set_value(isExpired); });
+    EXPECT_EQ(expired.get_future().wait_for(5s), std::future_status::ready);
+    settle();
+    isOver = true;
+}
+
 TEST_F(EventLoopTest, ReplacesTheCallbackOfASecondRegistrationAndRefusesAnEmptyOne)
 {
     std::atomic<int> second = 0;

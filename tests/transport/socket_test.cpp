@@ -7,6 +7,12 @@
 
 #include <gtest/gtest.h>
 
+#ifdef __linux__
+#include <csignal>
+
+#include <pthread.h>
+#endif
+
 namespace zel::test {
 namespace {
 
@@ -72,6 +78,25 @@ TEST_F(SocketTest, BoundsAWholeReadInTotalHoweverSlowlyBytesCome)
     EXPECT_LT(watch.elapsed(), 300ms + kSlack);
     dripping.get();
 }
+
+#ifdef __linux__
+TEST_F(SocketTest, WaitsOnWhenTheHostHandlesASignal)
+{
+    connect();
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &action, nullptr);
+    int received = 0;
+    std::thread reader{[&] { received = receiveAll(4, 5000); }};
+    for (int i = 0; i < 20; ++i) {
+        std::this_thread::sleep_for(5ms);
+        pthread_kill(reader.native_handle(), SIGUSR1);
+    }
+    m_peer.write("four");
+    reader.join();
+    EXPECT_EQ(received, 4);
+}
+#endif
 
 TEST_F(SocketTest, FailsAReadWhenThePeerGoes)
 {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 
 #include <fcntl.h>
@@ -84,13 +85,19 @@ bool isConnectionMade(NativeSocket socket)
 
 Wait waitFor(NativeSocket socket, Direction direction, int milliseconds)
 {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds{milliseconds};
     pollfd entry{socket, static_cast<short>(direction == Direction::read ? POLLIN : POLLOUT), 0};
-    const int ready = poll(&entry, 1, milliseconds);
+    int ready = poll(&entry, 1, milliseconds);
+    // A signal of the host's says nothing about the connection.
+    while (ready < 0 && errno == EINTR) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        ready =
+            poll(&entry, 1, milliseconds < 0 ? -1 : std::max(0, static_cast<int>(left.count())));
+    }
     if (ready == 1)
         return Wait::ready;
-    if (ready == 0)
-        return Wait::timedOut;
-    return errno == EINTR ? Wait::interrupted : Wait::failed;
+    return ready == 0 ? Wait::timedOut : Wait::failed;
 }
 
 Transfer receive(NativeSocket socket, MutableBytes first, MutableBytes second)

@@ -1,0 +1,61 @@
+/* A host program that ends while its threads are still inside the library, and on Linux one whose
+ * forked child ends before it. Neither may hang or crash. */
+
+#include "ZEL_VR_Framework.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+
+#include <pthread.h>
+
+#ifndef _WIN32
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
+enum { THREADS = 16 };
+
+static void* call(void* ignored)
+{
+    for (;;) {
+        uint64_t uuid = 0;
+        ZEL_XCOM_ConnectToTcpIpDev("127.0.0.1", 1, &uuid);
+    }
+    return ignored;
+}
+
+#ifndef _WIN32
+/* The child has the library as its parent has started it, without the library's thread. */
+static int child_ends_well(void)
+{
+    int status = -1;
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(20);
+        ZEL_Unload();
+        ZEL_Init();
+        exit(0);
+    }
+    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+#endif
+
+int main(void)
+{
+    pthread_t threads[THREADS];
+    ZEL_Init();
+#ifndef _WIN32
+    if (!child_ends_well()) {
+        printf("FAILED: the child did not end well\n");
+        return 1;
+    }
+#endif
+    for (int i = 0; i < THREADS; ++i)
+        pthread_create(&threads[i], NULL, call, NULL);
+    for (int i = 0; i < 100; ++i) {
+        uint64_t uuid = 0;
+        ZEL_XCOM_ConnectToTcpIpDev("127.0.0.1", 1, &uuid);
+    }
+    printf("the process ends\n");
+    exit(0);
+}
