@@ -30,9 +30,9 @@
  *    ZEL_CONN_UNKNOWN_UUID (no connection to that module), ZEL_CONN_SEND_FAILED,
  *    ZEL_CONN_RECEIVE_FAILED (connection lost while waiting), ZEL_TRANS_TIMEOUT_SEND,
  *    ZEL_TRANS_TIMEOUT_ACKNOWLEDGE, ZEL_TRANS_TIMEOUT_RESPONSE, ZEL_TRANS_WRONG_TYPE,
- *    ZEL_TRANS_INVALID_FORMAT, ZEL_TRANS_HEADER_ERROR, ZEL_TRANS_CANCELED,
- *    ZEL_SRV_RESPONSE_MISMATCH, ZEL_SRV_NO_TELEGRAM, ZEL_SYS_NO_OBJECT (out of memory, threads or
- *    handles), or the code with which the module itself answered.
+ *    ZEL_TRANS_INVALID_FORMAT, ZEL_TRANS_HEADER_ERROR, ZEL_SRV_RESPONSE_MISMATCH,
+ *    ZEL_SRV_NO_TELEGRAM, ZEL_SYS_NO_OBJECT (out of memory, threads or handles), or the code with
+ *    which the module itself answered.
  *
  * Texts and buffers
  * -----------------
@@ -93,7 +93,7 @@ extern "C" {
 #define ZEL_SRV_UNKNOWN_METHOD (-1000203)     /**< the module has no such method */
 #define ZEL_SRV_INVALID_PARAMETERS (-1000255) /**< arguments that cannot make a request */
 #define ZEL_SRV_NO_TELEGRAM (-1000265)        /**< there was no request to send */
-#define ZEL_SRV_CONTROL_UNKNOWN (-1000300)    /**< function not available */
+#define ZEL_SRV_CONTROL_UNKNOWN (-1000300)    /**< a module does not have the function */
 
 /* transactions */
 #define ZEL_TRANS_WRONG_TYPE (-1000404)          /**< telegram out of order */
@@ -101,7 +101,7 @@ extern "C" {
 #define ZEL_TRANS_TIMEOUT_SEND (-1000416)        /**< a long request was not taken in time */
 #define ZEL_TRANS_TIMEOUT_ACKNOWLEDGE (-1000417) /**< no sign of the module within 3 s */
 #define ZEL_TRANS_TIMEOUT_RESPONSE (-1000418)    /**< acknowledged, but not answered in time */
-#define ZEL_TRANS_CANCELED (-1000419)            /**< ended by disconnecting or unloading */
+#define ZEL_TRANS_CANCELED (-1000419)            /**< ended by a module */
 #define ZEL_TRANS_NOT_FOUND (-1000420)           /**< telegram that belongs to no transaction */
 #define ZEL_TRANS_HEADER_ERROR (-1000430)        /**< telegram too short for its header */
 
@@ -1499,8 +1499,8 @@ ZEL_API int32_t ZEL_XSYS_StartMSPFlashing(uint64_t uuid, uint32_t channel);
  *
  * @param status    receives the state, as the module numbers it
  * @param progress  receives the progress in percent
- * @return ZEL_OK; started codes; ZEL_PARAM_XML_ERROR and ZEL_UTIL_STRING_CONVERSION (the answer
- * makes no sense); request codes
+ * @return ZEL_OK; started codes; ZEL_PARAM_XML_ERROR and ZEL_SYS_NO_OBJECT (the answer makes no
+ *         sense); request codes
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XSYS_GetFlashStatus(uint64_t uuid, uint32_t* status, uint32_t* progress);
@@ -1512,7 +1512,8 @@ ZEL_API int32_t ZEL_XSYS_GetFlashStatus(uint64_t uuid, uint32_t* status, uint32_
  * @param hostFile      host file to read, UTF-8
  * @param moduleFolder  folder on the module; may be ""
  * @param moduleFile    file name on the module
- * @return ZEL_OK; started codes; ZEL_FILE_OPEN; ZEL_FILE_READ; request codes
+ * @return ZEL_OK; started codes; ZEL_FILE_OPEN; ZEL_FILE_READ; ZEL_SYS_FILE_TOO_LARGE (4 GiB or
+ *         more); request codes
  * @threads any; blocks for the transfer
  */
 ZEL_API int32_t ZEL_XSYS_WriteFile(uint64_t uuid, const char* hostFile, const char* moduleFolder,

@@ -56,6 +56,7 @@ std::int32_t checked(Required pointers, Work&& work) noexcept
 template <class Work>
 std::int32_t forward(Required pointers, Work&& work) noexcept
 {
+    const CallInside inside;
     clSystemMgr* const mgr = manager();
     if (mgr == nullptr)
         return ZEL_SYS_NOT_STARTED;

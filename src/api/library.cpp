@@ -5,7 +5,10 @@
 #include "system_manager.h"
 #include "wsa.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
+#include <cstdint>
 #include <mutex>
 
 namespace zel {
@@ -31,6 +34,25 @@ Starter& starter()
     return *instance;
 }
 
+// Threads that call at the same time should not fight for one counter.
+struct alignas(64) Counter {
+    std::atomic<int> calls{0};
+};
+std::array<Counter, 16> g_callsInside;
+
+/// Threads have stacks far from each other.
+Counter& counterFor(const void* onStack)
+{
+    const auto address = reinterpret_cast<std::uintptr_t>(onStack);
+    return g_callsInside[(address >> 20 ^ address >> 24) % g_callsInside.size()];
+}
+
+bool isInUse()
+{
+    return std::ranges::any_of(g_callsInside,
+                               [](const Counter& counter) { return counter.calls.load() != 0; });
+}
+
 /// A forked child has its parent's manager, but not its threads; ending the connections would end
 /// them for the parent.
 void abandonAnotherProcess(const Starter& start)
@@ -41,9 +63,14 @@ void abandonAnotherProcess(const Starter& start)
 
 } // namespace
 
+CallInside::CallInside() : m_count(counterFor(this).calls)
+{
+    m_count.fetch_add(1);
+}
+
 clSystemMgr* manager()
 {
-    return g_manager.load(std::memory_order_acquire);
+    return g_manager.load();
 }
 
 void startLibrary()
@@ -70,6 +97,23 @@ void stopLibrary()
     abandonAnotherProcess(start);
     delete manager();
     g_manager.store(nullptr, std::memory_order_release);
+    start.wsa.cleanup();
+}
+
+void stopLibraryUnlessInUse() noexcept
+{
+    Starter& start = starter();
+    const std::unique_lock lock(start.mutex, std::try_to_lock);
+    // Whoever has the lock is starting or stopping the library right now.
+    if (!lock)
+        return;
+    abandonAnotherProcess(start);
+    // Whoever comes from now on finds the library stopped; who has come before is counted.
+    clSystemMgr* const mgr = g_manager.exchange(nullptr);
+    if (isInUse())
+        g_abandoned.store(mgr);
+    else
+        delete mgr;
     start.wsa.cleanup();
 }
 
