@@ -61,7 +61,7 @@ std::int32_t readList(const RequestPath& requests, const MethodAddress& method, 
 {
     count = 0;
     const Response response = sendForResponse(requests, method, std::move(request));
-    if (response.result < ZEL_OK)
+    if (hasFailed(response.result))
         return response.result;
     ResponseDocument document;
     if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
@@ -102,7 +102,7 @@ std::int32_t readBlock(const RequestPath& requests, std::uint64_t uuid, void* bu
     received = 0;
     const Response response =
         sendForResponse(requests, {uuid, kService, kReadBlock}, blockRequest(size));
-    if (response.result < ZEL_OK)
+    if (hasFailed(response.result))
         return response.result;
     const CopyOutcome copied = copyBytes(response.payload(), buffer, size);
     received = copied.length;
@@ -141,7 +141,7 @@ std::int32_t readValue(const RequestPath& requests, std::uint64_t uuid, const ch
     const Response response = sendForResponse(
         requests, {uuid, kService, kReadValues},
         RequestDocument{}.addText("SigId", path).addNumber("ScaleType", scaleType).take());
-    if (response.result < ZEL_OK)
+    if (hasFailed(response.result))
         return response.result;
     ResponseDocument document;
     if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)

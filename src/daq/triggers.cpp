@@ -86,7 +86,7 @@ std::int32_t lookAtStatus(const Trigger& trigger, const RequestPath& requests,
     const auto list = std::make_unique<ZEL_StatusListEx>();
     const std::int32_t result =
         status::readStatuses(requests, trigger.uuid, list->count, list->entries);
-    if (result < ZEL_OK)
+    if (hasFailed(result))
         return result;
     for (std::uint32_t i = 0; i < list->count; ++i) {
         if (!matches(trigger, list->entries[i]))
@@ -105,7 +105,7 @@ std::int32_t lookAtSignal(const Trigger& trigger, const RequestPath& requests,
     double value = 0;
     const std::int32_t result =
         readValue(requests, trigger.uuid, trigger.reference.c_str(), kPhysical, value);
-    if (result < ZEL_OK)
+    if (hasFailed(result))
         return result;
     const bool hasValue = value != std::numeric_limits<double>::max();
     const bool holds = hasValue && (!trigger.above || value > *trigger.above) &&

@@ -193,12 +193,12 @@ std::int32_t readSignalGeneratorClock(const RequestPath& requests, std::uint64_t
     const std::int32_t result =
         executeDocument(requests, uuid, "GETSIGNALGENERATORCLOCK", parameters.c_str(),
                         {answer.data(), &length, answer.size()});
-    if (result != ZEL_OK)
+    if (hasFailed(result))
         return result;
     pugi::xml_document document;
     if (loadXml(document, asBytes(answer.data(), static_cast<std::size_t>(length))))
         frequency = leadingNumber(document.child_value("Frequency"));
-    return ZEL_OK;
+    return result;
 }
 
 std::int32_t setArbitrarySignalGenerator(const RequestPath& requests, std::uint64_t uuid,

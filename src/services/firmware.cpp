@@ -63,8 +63,9 @@ std::int32_t sendImage(const RequestPath& requests, std::uint64_t uuid, std::siz
 {
     const std::int32_t result = send(requests, {uuid, kService, kAnnounceImage},
                                      RequestDocument{}.addNumber("Index", index).take());
-    return result == ZEL_OK ? send(requests, {uuid, kService, kSendImage}, std::move(content))
-                            : result;
+    if (hasFailed(result))
+        return result;
+    return firstOf(result, send(requests, {uuid, kService, kSendImage}, std::move(content)));
 }
 
 } // namespace
@@ -79,6 +80,7 @@ std::int32_t transfer(const RequestPath& requests, std::uint64_t uuid, const cha
     const std::lock_guard oneAtATime{transferMutex()};
     const std::filesystem::path root = hostPath(folder);
     bool hasSent = false;
+    std::int32_t outcome = ZEL_OK;
     for (std::size_t index = 0; index < std::size(kImages); ++index) {
         const std::filesystem::path file = root / kImages[index].name;
         std::error_code ignored;
@@ -88,11 +90,12 @@ std::int32_t transfer(const RequestPath& requests, std::uint64_t uuid, const cha
         std::int32_t result = readImage(kImages[index], file, content);
         if (result == ZEL_OK)
             result = sendImage(requests, uuid, index, std::move(content));
-        if (result != ZEL_OK)
+        if (hasFailed(result))
             return result;
+        outcome = firstOf(outcome, result);
         hasSent = true;
     }
-    return hasSent ? ZEL_OK : ZEL_FILE_NOT_FOUND;
+    return hasSent ? outcome : ZEL_FILE_NOT_FOUND;
 }
 
 } // namespace zel::firmware

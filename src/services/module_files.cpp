@@ -53,9 +53,10 @@ std::int32_t write(const RequestPath& requests, std::uint64_t uuid, const char* 
     const std::lock_guard oneAtATime{transferMutex(uuid)};
     if (result == ZEL_OK)
         result = choose(requests, uuid, moduleFolder, moduleFile);
-    if (result == ZEL_OK)
-        result = send(requests, {uuid, kService, method::kWriteFile}, std::move(content));
-    return result;
+    if (hasFailed(result))
+        return result;
+    return firstOf(result,
+                   send(requests, {uuid, kService, method::kWriteFile}, std::move(content)));
 }
 
 std::int32_t read(const RequestPath& requests, std::uint64_t uuid, const char* moduleFolder,
@@ -66,13 +67,13 @@ std::int32_t read(const RequestPath& requests, std::uint64_t uuid, const char* m
         return ZEL_FILE_OPEN;
     const std::lock_guard oneAtATime{transferMutex(uuid)};
     const std::int32_t result = choose(requests, uuid, moduleFolder, moduleFile);
-    if (result != ZEL_OK)
+    if (hasFailed(result))
         return result;
     const Response response = sendForResponse(requests, {uuid, kService, method::kReadFile}, {});
-    if (response.result != ZEL_OK)
+    if (hasFailed(response.result))
         return response.result;
     const Bytes content = response.payload();
-    return file.write(content.data(), content.size());
+    return firstOf(firstOf(result, response.result), file.write(content.data(), content.size()));
 }
 
 } // namespace zel::module_files

@@ -31,8 +31,7 @@ const char* textFromModule(const RequestPath& requests, std::uint64_t uuid, std:
                         RequestDocument().addVerbatim("TextHandle", std::to_string(code)).take());
     ResponseDocument document;
     const char* text = nullptr;
-    // A positive result is a warning, and the text is there.
-    if (response.result >= ZEL_OK && document.parse(response.payload()) == ZEL_OK &&
+    if (!hasFailed(response.result) && document.parse(response.payload()) == ZEL_OK &&
         document.requireText("Text", text) == ZEL_OK)
         shared = text;
     return shared.c_str();

@@ -74,9 +74,9 @@ std::int32_t readDouble(const RequestPath& requests, std::uint64_t uuid, std::ui
     std::uint64_t length = 0;
     const std::int32_t result =
         read(requests, uuid, view, path, name, {text.data(), &length, text.size()});
-    if (result != ZEL_OK)
+    if (hasFailed(result))
         return result;
-    return parseNumber(std::string_view(text.data(), static_cast<std::size_t>(length)), value);
+    return firstOf(result, parseNumber({text.data(), static_cast<std::size_t>(length)}, value));
 }
 
 std::int32_t writeDouble(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
@@ -179,8 +179,8 @@ std::int32_t maxCount(const RequestPath& requests, std::uint64_t uuid, std::uint
                                                     sectionRequest(view, path, true))
                                   : sendForResponse(requests, of(uuid, method::kReadSectionSchema),
                                                     pathRequest(view, joinedPath(path, name)));
-    // A positive result is a warning; it must not pass for a count.
-    if (response.result < 0)
+    // A warning must not pass for a count.
+    if (hasFailed(response.result))
         return response.result;
     return countsConnectors ? countConnectors(response.payload()) : maxOccurs(response.payload());
 }
@@ -194,10 +194,10 @@ std::int32_t readTeds(const RequestPath& requests, std::uint64_t uuid, std::uint
         sendForResponse(requests, of(uuid, method::kReadTeds), readTedsRequest(channel));
     TedsAnswer answer;
     std::int32_t result = response.result;
-    if (result == ZEL_OK)
-        result = answer.readData(response.payload(), buffer.data, buffer.capacity);
+    if (!hasFailed(result))
+        result = firstOf(result, answer.readData(response.payload(), buffer.data, buffer.capacity));
     *buffer.length = answer.size;
-    if (result == ZEL_OK)
+    if (!hasFailed(result))
         giveIdentifier(answer.identifier, identifier);
     return result;
 }
@@ -216,13 +216,13 @@ std::int32_t writeTeds(const RequestPath& requests, std::uint64_t uuid, std::uin
         if (!shortened.empty())
             response = sendForResponse(requests, address, writeTedsRequest(channel, shortened));
     }
-    if (response.result != ZEL_OK)
+    if (hasFailed(response.result))
         return response.result;
     TedsAnswer answer;
     const std::int32_t result = answer.readIdentifier(response.payload());
     if (result == ZEL_OK)
         giveIdentifier(answer.identifier, identifier);
-    return result;
+    return firstOf(response.result, result);
 }
 
 } // namespace zel::parameters

@@ -53,7 +53,7 @@ std::int32_t readList(const RequestPath& requests, const MethodAddress& address,
 {
     count = 0;
     const Response response = sendForResponse(requests, address, {});
-    if (response.result != ZEL_OK)
+    if (hasFailed(response.result))
         return response.result;
     ResponseDocument document;
     if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
@@ -63,7 +63,7 @@ std::int32_t readList(const RequestPath& requests, const MethodAddress& address,
             break;
         fill(entries[count++], node);
     }
-    return ZEL_OK;
+    return response.result;
 }
 
 void copyCut(std::string_view text, const TextBuffer& buffer)
@@ -112,16 +112,16 @@ std::int32_t readTedsStatus(const RequestPath& requests, std::uint64_t uuid,
                         RequestDocument{}.addNumber("Connector", connector).take());
     ResponseDocument document;
     std::int32_t result = response.result;
-    if (result == ZEL_OK)
-        result = document.parse(response.payload());
-    if (result == ZEL_OK)
-        result = document.requireNumber("Status", status);
+    if (!hasFailed(result))
+        result = firstOf(result, document.parse(response.payload()));
+    if (!hasFailed(result))
+        result = firstOf(result, document.requireNumber("Status", status));
     const std::string_view errorText = document.root().child_value("error");
     const std::string_view warningText = document.root().child_value("warning");
     copyCut(errorText, error);
     copyCut(warningText, warning);
     const bool isCut = errorText.size() >= error.capacity || warningText.size() >= warning.capacity;
-    return result == ZEL_OK && isCut ? ZEL_SRV_BUFFER_TOO_SMALL : result;
+    return !hasFailed(result) && isCut ? ZEL_SRV_BUFFER_TOO_SMALL : result;
 }
 
 } // namespace zel::status

@@ -40,7 +40,7 @@ std::int32_t readTwoNumbers(const RequestPath& requests, const MethodAddress& ad
                             const char* secondName, std::uint32_t& second)
 {
     const Response response = sendForResponse(requests, address, std::move(request));
-    if (response.result != ZEL_OK)
+    if (hasFailed(response.result))
         return response.result;
     ResponseDocument document;
     std::int32_t result = document.parse(response.payload());
@@ -53,7 +53,7 @@ std::int32_t readTwoNumbers(const RequestPath& requests, const MethodAddress& ad
         return result;
     first = numbers[0];
     second = numbers[1];
-    return ZEL_OK;
+    return response.result;
 }
 
 std::string connectorRequest(std::uint32_t connector)
@@ -105,7 +105,7 @@ std::int32_t requestDebugInfo(const RequestPath& requests, std::uint64_t uuid,
         request.addText("Par" + std::to_string(i + 1), parameters[i]);
     const Response response =
         sendForResponse(requests, of(uuid, method::kRequestDebugInfo), request.take());
-    if (response.result != ZEL_OK)
+    if (hasFailed(response.result))
         return response.result;
     ResponseDocument document;
     std::int32_t result = document.parse(response.payload());
@@ -115,7 +115,8 @@ std::int32_t requestDebugInfo(const RequestPath& requests, std::uint64_t uuid,
     if (result != ZEL_OK)
         return result;
     const std::string_view answer = text;
-    return copyText(asBytes(answer.data(), answer.size()), buffer, capacity).result;
+    return firstOf(response.result,
+                   copyText(asBytes(answer.data(), answer.size()), buffer, capacity).result);
 }
 
 std::int32_t setSimulatedValue(const RequestPath& requests, std::uint64_t uuid,

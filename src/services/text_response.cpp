@@ -30,41 +30,16 @@ std::int32_t guarded(Work&& work)
     }
 }
 
-using CopyRule = CopyOutcome (*)(Bytes, char*, std::uint64_t);
-
-CopyOutcome copyBytesRule(Bytes data, char* buffer, std::uint64_t capacity)
-{
-    return copyBytes(data, buffer, capacity);
-}
-
-CopyOutcome copyResponse(clSyncMthdReqrSrv& call, std::uint64_t uuid, const TextBuffer& buffer,
-                         CopyRule copy)
+CopyOutcome copyResponse(clSyncMthdReqrSrv& call, std::uint64_t uuid, const TextBuffer& buffer)
 {
     if (!call.hasResponse())
         return {};
     if (buffer.data == nullptr)
         return {ZEL_OK, call.responseData().size(), false};
-    const CopyOutcome copied = copy(call.responseData(), buffer.data, buffer.capacity);
+    const CopyOutcome copied = copyText(call.responseData(), buffer.data, buffer.capacity);
     if (copied.mustKeep)
         dataStore().put(uuid, call.takeResponse());
     return copied;
-}
-
-std::int32_t sendAndCopy(const RequestPath& path, const MethodAddress& method,
-                         std::string&& request, const TextBuffer& buffer, CopyRule copy)
-{
-    if (buffer.capacity != 0 && (buffer.data == nullptr || buffer.length == nullptr))
-        return ZEL_SYS_BAD_PARAMETER;
-    CopyOutcome copied;
-    const std::int32_t result = guarded([&] {
-        clSyncMthdReqrSrv call(method, std::move(request), path);
-        const std::int32_t called = call.execute();
-        copied = copyResponse(call, method.uuid, buffer, copy);
-        return copied.result != ZEL_OK ? copied.result : called;
-    });
-    if (buffer.length != nullptr)
-        *buffer.length = copied.length;
-    return result;
 }
 
 } // namespace
@@ -99,13 +74,18 @@ CopyOutcome copyBytes(Bytes data, void* buffer, std::uint64_t capacity)
 std::int32_t sendForText(const RequestPath& path, const MethodAddress& method, std::string request,
                          const TextBuffer& buffer)
 {
-    return sendAndCopy(path, method, std::move(request), buffer, copyText);
-}
-
-std::int32_t sendForBytes(const RequestPath& path, const MethodAddress& method, std::string request,
-                          const TextBuffer& buffer)
-{
-    return sendAndCopy(path, method, std::move(request), buffer, copyBytesRule);
+    if (buffer.capacity != 0 && (buffer.data == nullptr || buffer.length == nullptr))
+        return ZEL_SYS_BAD_PARAMETER;
+    CopyOutcome copied;
+    const std::int32_t result = guarded([&] {
+        clSyncMthdReqrSrv call(method, std::move(request), path);
+        const std::int32_t called = call.execute();
+        copied = copyResponse(call, method.uuid, buffer);
+        return firstOf(copied.result, called);
+    });
+    if (buffer.length != nullptr)
+        *buffer.length = copied.length;
+    return result;
 }
 
 std::int32_t send(const RequestPath& path, const MethodAddress& method, std::string request)
@@ -143,13 +123,13 @@ std::int32_t sendForFile(const RequestPath& path, const MethodAddress& method, s
         if (!file)
             return ZEL_FILE_OPEN;
         const Response response = sendForResponse(path, method, std::move(request));
-        if (response.result != ZEL_OK)
+        if (hasFailed(response.result))
             return response.result;
         const Bytes text = response.payload();
         file.write(reinterpret_cast<const char*>(text.data()),
                    static_cast<std::streamsize>(text.size()));
         file.close();
-        return file ? ZEL_OK : ZEL_FILE_WRITE;
+        return file ? response.result : ZEL_FILE_WRITE;
     });
 }
 

@@ -2,6 +2,7 @@
 
 #include "byte_cursor.h"
 #include "sync_method_request.h"
+#include "ZEL_VR_Framework.h"
 
 #include <cstdint>
 #include <memory>
@@ -16,6 +17,18 @@ struct TextBuffer {
     std::uint64_t* length;
     std::uint64_t capacity;
 };
+
+/// A positive result is a warning: the module has done what it was asked, and the data are there.
+constexpr bool hasFailed(std::int32_t result)
+{
+    return result < ZEL_OK;
+}
+
+/// What two steps give together: the failure, else the first warning.
+constexpr std::int32_t firstOf(std::int32_t first, std::int32_t second)
+{
+    return first == ZEL_OK || (hasFailed(second) && !hasFailed(first)) ? second : first;
+}
 
 struct CopyOutcome {
     std::int32_t result = 0;
@@ -40,10 +53,6 @@ CopyOutcome copyBytes(Bytes data, void* buffer, std::uint64_t capacity);
 /// buffer or without length cell.
 std::int32_t sendForText(const RequestPath& path, const MethodAddress& method, std::string request,
                          const TextBuffer& buffer);
-
-/// As sendForText(), for raw bytes.
-std::int32_t sendForBytes(const RequestPath& path, const MethodAddress& method, std::string request,
-                          const TextBuffer& buffer);
 
 /// The response data are not looked at.
 std::int32_t send(const RequestPath& path, const MethodAddress& method, std::string request);

@@ -38,7 +38,7 @@ std::int32_t modulesBehind(const RequestPath& requests, std::uint64_t uuid,
                            std::vector<ConnectedModule>& modules)
 {
     const Response response = sendForResponse(requests, {uuid, kService, kGetConnectedModules}, {});
-    if (response.result != ZEL_OK)
+    if (hasFailed(response.result))
         return response.result;
     ResponseDocument document;
     if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
@@ -47,7 +47,7 @@ std::int32_t modulesBehind(const RequestPath& requests, std::uint64_t uuid,
         modules.push_back({node.child("Uuid").text().as_ullong(),
                            node.child("DevType").text().as_uint(),
                            node.child("ActiveInterface").text().as_uint()});
-    return ZEL_OK;
+    return response.result;
 }
 
 void composeInto(XmlComposer& composer, const clConHndlr& connections)
@@ -74,9 +74,12 @@ std::int32_t readConnectedModules(const RequestPath& requests, const clConHndlr&
 {
     count = 0;
     std::vector<ConnectedModule> found;
+    std::int32_t result = ZEL_OK;
     if (uuid == kNoUuid || uuid == ownUuid())
         found = ownConnections(connections);
-    else if (const std::int32_t result = modulesBehind(requests, uuid, found); result != ZEL_OK)
+    else
+        result = modulesBehind(requests, uuid, found);
+    if (hasFailed(result))
         return result;
     if (found.size() > capacity)
         return ZEL_SRV_BUFFER_TOO_SMALL;
@@ -87,7 +90,7 @@ std::int32_t readConnectedModules(const RequestPath& requests, const clConHndlr&
         record.deviceType = module.deviceType;
         record.activeInterface = module.activeInterface;
     }
-    return ZEL_OK;
+    return result;
 }
 
 std::int32_t compose(const clConHndlr& connections, const TextBuffer& buffer)

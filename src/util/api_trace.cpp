@@ -1,7 +1,6 @@
 #include "api_trace.h"
 
 #include "host_facts.h"
-#include "trace_names.h"
 
 namespace zel {
 
@@ -21,30 +20,34 @@ void ApiTrace::enable(bool isEnabled)
     m_isEnabled = isEnabled;
 }
 
-void ApiTrace::beginCall(const char* exportName, std::initializer_list<TraceValue> arguments)
+ApiTrace::Begun ApiTrace::beginCall(const char* exportName,
+                                    std::initializer_list<TraceValue> arguments)
 {
     const std::lock_guard lock{m_mutex};
-    m_script.writeCall(exportName, arguments);
-    if (!m_isEnabled)
-        return;
-    CallKind kind = CallKind::notInScript;
-    if (!traceName(exportName).empty())
-        kind = m_sequence.isInside() ? CallKind::fromInside : CallKind::fromHost;
-    m_sequence.writeCall({}, kind, exportName);
+    const Begun begun{.isInScript = m_script.writeCall(exportName, arguments),
+                      .isInSequence = m_isEnabled};
+    if (begun.isInSequence) {
+        CallKind kind = CallKind::notInScript;
+        if (begun.isInScript)
+            kind = m_sequence.isInside() ? CallKind::fromInside : CallKind::fromHost;
+        m_sequence.writeCall({}, kind, exportName);
+    }
+    return begun;
 }
 
-void ApiTrace::endCall(std::int32_t code)
+void ApiTrace::endCall(Begun begun, std::int32_t code)
 {
     const std::lock_guard lock{m_mutex};
-    m_script.writeResult(code);
-    if (m_isEnabled)
+    if (begun.isInScript)
+        m_script.writeResult(code);
+    if (begun.isInSequence)
         m_sequence.writeReturn({}, ReturnKind::normal, {}, std::to_string(code));
 }
 
-void ApiTrace::endCallByException()
+void ApiTrace::endCallByException(Begun begun)
 {
     const std::lock_guard lock{m_mutex};
-    if (m_isEnabled)
+    if (begun.isInSequence)
         m_sequence.writeReturn({}, ReturnKind::exception, {}, {});
 }
 

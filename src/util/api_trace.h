@@ -24,9 +24,14 @@ public:
     /// Switches the sequence log, which is on at first; the script is always written.
     void enable(bool isEnabled);
 
-    void beginCall(const char* exportName, std::initializer_list<TraceValue> arguments);
-    void endCall(std::int32_t code);
-    void endCallByException();
+    /// Where a call that has begun is recorded, so that its end is too, and nowhere else.
+    struct Begun {
+        bool isInScript = false;
+        bool isInSequence = false;
+    };
+    Begun beginCall(const char* exportName, std::initializer_list<TraceValue> arguments);
+    void endCall(Begun begun, std::int32_t code);
+    void endCallByException(Begun begun);
     void recordWait(std::uint32_t milliseconds);
 
 private:
@@ -44,9 +49,8 @@ class RecordedCall {
 public:
     RecordedCall(const char* exportName, std::initializer_list<TraceValue> arguments,
                  ApiTrace& trace = ApiTrace::instance())
-        : m_trace(trace)
+        : m_trace(trace), m_begun(trace.beginCall(exportName, arguments))
     {
-        m_trace.beginCall(exportName, arguments);
     }
 
     template <class Work>
@@ -54,16 +58,17 @@ public:
     {
         try {
             const std::int32_t code = work();
-            m_trace.endCall(code);
+            m_trace.endCall(m_begun, code);
             return code;
         } catch (...) {
-            m_trace.endCallByException();
+            m_trace.endCallByException(m_begun);
             throw;
         }
     }
 
 private:
     ApiTrace& m_trace;
+    const ApiTrace::Begun m_begun;
 };
 
 } // namespace zel

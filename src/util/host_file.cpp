@@ -7,6 +7,12 @@
 
 namespace zel {
 
+namespace {
+
+constexpr std::size_t kChunk = std::size_t{1} << 20;
+
+} // namespace
+
 std::filesystem::path hostPath(std::string_view name)
 {
     try {
@@ -20,27 +26,32 @@ std::int32_t readHostFile(const std::filesystem::path& file, std::uint64_t large
                           std::string& content)
 {
     content.clear();
-    std::ifstream in{file, std::ios::binary};
-    if (file.empty() || !in)
-        return ZEL_FILE_OPEN;
     std::error_code failure;
-    const std::uintmax_t size = std::filesystem::file_size(file, failure);
-    if (failure)
-        return ZEL_FILE_READ;
-    if (size > largest)
-        return ZEL_SYS_FILE_TOO_LARGE;
-    content.resize(static_cast<std::size_t>(size));
-    in.read(content.data(), static_cast<std::streamsize>(content.size()));
-    if (static_cast<std::size_t>(in.gcount()) == content.size())
+    // Opening a pipe would wait for whoever writes into it.
+    if (!std::filesystem::is_regular_file(file, failure))
+        return ZEL_FILE_OPEN;
+    std::ifstream in{file, std::ios::binary};
+    if (!in)
+        return ZEL_FILE_OPEN;
+    // To the end, whatever size the system tells: it has files without one.
+    while (in.good() && content.size() <= largest) {
+        const std::size_t before = content.size();
+        content.resize(before + kChunk);
+        in.read(content.data() + before, static_cast<std::streamsize>(kChunk));
+        content.resize(before + static_cast<std::size_t>(in.gcount()));
+    }
+    const bool isTooLarge = content.size() > largest;
+    if (!in.bad() && !isTooLarge)
         return ZEL_OK;
-    content.clear();
-    return ZEL_FILE_READ;
+    content = {};
+    return isTooLarge ? ZEL_SYS_FILE_TOO_LARGE : ZEL_FILE_READ;
 }
 
 HostFileWriter::HostFileWriter(const std::filesystem::path& file) : m_file(file)
 {
     std::error_code ignored;
-    const bool existed = std::filesystem::exists(m_file, ignored);
+    // A link to nothing is there, and must not be removed either.
+    const bool existed = std::filesystem::exists(std::filesystem::symlink_status(m_file, ignored));
     m_isOpen = !m_file.empty() && std::ofstream{m_file, std::ios::binary | std::ios::app}.is_open();
     m_isNew = m_isOpen && !existed;
 }

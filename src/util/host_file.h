@@ -12,8 +12,8 @@ namespace zel {
 /// Nothing for a name that is no UTF-8 where the host's names are wide: it names no file.
 std::filesystem::path hostPath(std::string_view name);
 
-/// Reads a whole file: 0, ZEL_FILE_OPEN, ZEL_FILE_READ, or ZEL_SYS_FILE_TOO_LARGE where it is above
-/// `largest` bytes; then `content` is empty.
+/// Reads a whole regular file: 0, ZEL_FILE_OPEN, ZEL_FILE_READ, or ZEL_SYS_FILE_TOO_LARGE where it
+/// is above `largest` bytes; then `content` is empty.
 std::int32_t readHostFile(const std::filesystem::path& file, std::uint64_t largest,
                           std::string& content);
 

@@ -38,14 +38,15 @@ TraceScript::TraceScript(const std::filesystem::path& folder) : m_file(folder, "
         m_file.writeLine(line);
 }
 
-void TraceScript::writeCall(std::string_view exportName, std::span<const TraceValue> arguments)
+bool TraceScript::writeCall(std::string_view exportName, std::span<const TraceValue> arguments)
 {
     const std::string name{traceName(exportName)};
     if (name.empty())
-        return;
+        return false;
     const std::string call = name + "(" + argumentList(arguments) + ")";
     const bool isAssigned = name.find('=') != std::string::npos;
     m_file.writeLine(isAssigned ? call : "result = {" + call + "}");
+    return true;
 }
 
 void TraceScript::writeResult(std::int32_t code)

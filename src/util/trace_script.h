@@ -12,8 +12,8 @@ class TraceScript {
 public:
     explicit TraceScript(const std::filesystem::path& folder);
 
-    /// Nothing for an export that scripts do not have.
-    void writeCall(std::string_view exportName, std::span<const TraceValue> arguments);
+    /// False, and nothing written, for an export that scripts do not have.
+    bool writeCall(std::string_view exportName, std::span<const TraceValue> arguments);
     void writeResult(std::int32_t code);
     void writeWait(std::uint32_t milliseconds);
 

@@ -70,6 +70,42 @@ TEST_F(Answers, FillListsUpToTheirSizeAndDropTheRest)
     EXPECT_STREQ(last.text, "Overload");
 }
 
+TEST_F(Answers, WithAWarningAreHandedOutBesideIt)
+{
+    constexpr std::int32_t kWarning = 1004118;
+    double value = 0;
+    answer(1, 10, "2.5", kWarning);
+    EXPECT_EQ(ZEL_XPAR_ReadDoublePar(m_uuid, 1, "a", "b", &value), kWarning);
+    EXPECT_EQ(value, 2.5);
+
+    const auto errors = std::make_unique<ZEL_ErrorList>();
+    answer(2, 2, inParams("<Error/>"), kWarning);
+    EXPECT_EQ(ZEL_XSTAT_GetErrorStatus(m_uuid, errors.get()), kWarning);
+    EXPECT_EQ(errors->count, 1u);
+
+    std::uint32_t status = 0;
+    std::uint32_t progress = 0;
+    answer(6, 4, inParams("<Status>1</Status><Progress>50</Progress>"), kWarning);
+    EXPECT_EQ(ZEL_XSYS_GetFlashStatus(m_uuid, &status, &progress), kWarning);
+    EXPECT_EQ(progress, 50u);
+
+    char identifier[17] = "";
+    char data[4] = "";
+    std::uint64_t length = 0;
+    answer(1, 13, inParams("<Tid>1</Tid><BinData>4142</BinData>"), kWarning);
+    EXPECT_EQ(ZEL_XPAR_ReadTedsBinary(m_uuid, 1, identifier, data, &length, sizeof data), kWarning);
+    EXPECT_EQ(std::string_view(data, length), "AB");
+    answer(1, 14, inParams("<Tid>1</Tid>"), kWarning);
+    identifier[0] = '\0';
+    EXPECT_EQ(ZEL_XPAR_WriteTedsBinary(m_uuid, 1, identifier, data, length), kWarning);
+    EXPECT_STREQ(identifier, "0100000000000000");
+
+    ZEL_ConnectedModule module = {};
+    answer(2, 1, inParams("<ConnectedModule><Uuid>7</Uuid></ConnectedModule>"), kWarning);
+    EXPECT_EQ(ZEL_XSTAT_GetConnectedModules(m_uuid, &module, &length, 1), kWarning);
+    EXPECT_EQ(module.uuid, 7u);
+}
+
 TEST_F(Answers, CutTextsToTheirFields)
 {
     const auto list = std::make_unique<ZEL_StatusList>();

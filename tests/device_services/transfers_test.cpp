@@ -110,6 +110,25 @@ TEST_F(Transfers, EndSoonWhenTheModuleDiesAndLeaveTheWayFree)
     EXPECT_EQ(ZEL_XSYS_WriteFirmware(uuid, m_folder.string().c_str()), ZEL_OK);
 }
 
+TEST_F(Transfers, GoOnWhenTheModuleWarns)
+{
+    constexpr std::int32_t kWarning = 1000;
+    put("pImage", pattern(100));
+    put("back.bin", "old");
+    for (const std::uint16_t method : {std::uint16_t{14}, std::uint16_t{19}})
+        m_module.setHandler(6, method,
+                            [](const auto&) { return simulator::MethodAnswer{kWarning}; });
+    for (const std::uint16_t method : {std::uint16_t{1}, std::uint16_t{20}})
+        m_module.setHandler(6, method, [](const auto&) { return simulator::MethodAnswer{0}; });
+    m_module.setHandler(6, 21, [](const auto&) { return simulator::MethodAnswer{0, "new"}; });
+    EXPECT_EQ(ZEL_XSYS_WriteFirmware(m_uuid, m_folder.string().c_str()), kWarning);
+    EXPECT_EQ(m_module.received(6, 1).size(), 1u);
+    EXPECT_EQ(ZEL_XSYS_WriteFile(m_uuid, path("pImage").c_str(), "", "x"), kWarning);
+    EXPECT_EQ(m_module.received(6, 20).size(), 1u);
+    EXPECT_EQ(ZEL_XSYS_ReadFile(m_uuid, "", "x", path("back.bin").c_str()), kWarning);
+    EXPECT_EQ(get("back.bin"), "new");
+}
+
 TEST_F(Transfers, BringFilesThereAndBack)
 {
     const std::string content = pattern(std::size_t{16} << 20);

@@ -111,7 +111,6 @@ TEST_F(ApiTraces, WriteAScriptThatRepeatsTheCalls)
                   "msleep(250)\n"
                   "result = {core.par.write_double_par(0.100000001, 0.10000000000000001, "
                   "1.0000000000000001e+300, -math.huge)}\n"
-                  "-- result[1] = 0\n"
                   "-- result[1] = 0\n");
 }
 
@@ -124,8 +123,14 @@ TEST_F(ApiTraces, WriteASequenceOfCallsAndReturnsByThread)
         return RecordedCall{"ZEL_XPAR_ReadXMLSect", {}, trace}([] { return -5; });
     });
     EXPECT_THROW((RecordedCall{"ZEL_Init", {}, trace})([]() -> std::int32_t { throw 1; }), int);
-    trace.enable(false);
-    RecordedCall{"ZEL_Unload", {}, trace}(nothing);
+    // What was begun is ended too, and only that.
+    RecordedCall{"ZEL_XPAR_ReadXSD", {}, trace}([&] {
+        trace.enable(false);
+        return RecordedCall{"ZEL_Unload", {}, trace}([&] {
+            trace.enable(true);
+            return 0;
+        });
+    });
     EXPECT_EQ(sequence(), "[T, A]host ==> ZEL_XPAR_ReadXML\n"
                           "[T, B]host (!) ZEL_XCOM_Disconnect\n"
                           "[T, B]ZEL_XCOM_Disconnect <== host 0\n"
@@ -133,7 +138,9 @@ TEST_F(ApiTraces, WriteASequenceOfCallsAndReturnsByThread)
                           "[T, A]ZEL_XPAR_ReadXMLSect <== ZEL_XPAR_ReadXML -5\n"
                           "[T, A]ZEL_XPAR_ReadXML <== host -5\n"
                           "[T, A]host ==> ZEL_Init\n"
-                          "[T, A]ZEL_Init (X) host\n");
+                          "[T, A]ZEL_Init (X) host\n"
+                          "[T, A]host ==> ZEL_XPAR_ReadXSD\n"
+                          "[T, A]ZEL_XPAR_ReadXSD <== host 0\n");
 }
 
 TEST_F(ApiTraces, PutQualifiersBeforeTheFunctions)
