@@ -44,9 +44,7 @@ void AnswerTransfer::start(MethodId id, MethodAnswer answer, std::optional<Fault
         id.service ^= 1;
     if (has(FaultKind::wrongMethod))
         id.method ^= 1;
-    const auto header = MethodResponseHeader{id.service, id.method, m_answer.result}.encode();
-    m_response.assign(reinterpret_cast<const char*>(header.data()), header.size());
-    m_response += m_answer.data;
+    m_header = MethodResponseHeader{id.service, id.method, m_answer.result}.encode();
 
     if (m_isOver) // a handler closed the connection while it made the answer
         return end();
@@ -71,7 +69,7 @@ void AnswerTransfer::acknowledge()
     if (!m_isWaitingForAcknowledge)
         return;
     m_isWaitingForAcknowledge = false;
-    if (m_sent == m_response.size())
+    if (m_sent == responseSize())
         finish();
     else
         sendSegment();
@@ -117,7 +115,7 @@ void AnswerTransfer::sendPending(milliseconds time, bool cut)
 {
     const auto bytes =
         encodeLength(static_cast<std::size_t>(std::max<milliseconds::rep>(time.count(), 0)));
-    send(compose(TransactionType::responsePending, Bytes{bytes}.first(cut ? 2 : 4)));
+    send(compose(TransactionType::responsePending, {Bytes{bytes}.first(cut ? 2 : 4)}));
 }
 
 void AnswerTransfer::respondAfter(milliseconds delay)
@@ -137,8 +135,7 @@ void AnswerTransfer::respond()
 
 void AnswerTransfer::respondWhole()
 {
-    OutgoingTelegram telegram =
-        compose(TransactionType::response, asBytes(m_response.data(), m_response.size()));
+    OutgoingTelegram telegram = compose(TransactionType::response, piece(0, responseSize()));
     if (m_fault)
         distort(telegram.bytes, *m_fault);
     if (has(FaultKind::disconnectMidTelegram)) {
@@ -152,10 +149,10 @@ void AnswerTransfer::respondWhole()
 
 void AnswerTransfer::announceSegments()
 {
-    const auto length = encodeLength(m_response.size());
+    const auto length = encodeLength(responseSize());
     const std::size_t size = has(FaultKind::wrongSegmentLength) ? 2 : length.size();
     OutgoingTelegram telegram =
-        compose(TransactionType::responseSegmentInit, Bytes{length}.first(size));
+        compose(TransactionType::responseSegmentInit, {Bytes{length}.first(size)});
     if (m_fault)
         distort(telegram.bytes, *m_fault);
     send(std::move(telegram));
@@ -164,19 +161,18 @@ void AnswerTransfer::announceSegments()
 
 void AnswerTransfer::sendSegment()
 {
-    const std::size_t rest = m_response.size() - m_sent;
+    const std::size_t rest = responseSize() - m_sent;
     const std::size_t most = has(FaultKind::shortSegments) ? m_fault->size : m_settings.segmentSize;
     if (has(FaultKind::oversizedSegment) && rest <= kLargestSegment)
         return sendOversizedSegment();
     const std::size_t size = std::min(rest, std::clamp<std::size_t>(most, 1, kLargestSegment));
-    OutgoingTelegram telegram =
-        compose(TransactionType::responseSegment, asBytes(m_response.data() + m_sent, size));
+    OutgoingTelegram telegram = compose(TransactionType::responseSegment, piece(m_sent, size));
     if (has(FaultKind::disconnectMidTelegram)) {
         telegram.bytes.resize(telegram.bytes.size() / 2);
         telegram.then = OutgoingTelegram::Then::close;
     }
     m_sent += size;
-    if (m_sent == m_response.size())
+    if (m_sent == responseSize())
         telegram.sent = std::exchange(m_answer.afterwards, nullptr);
     send(std::move(telegram));
     watchForAcknowledge();
@@ -184,8 +180,9 @@ void AnswerTransfer::sendSegment()
 
 void AnswerTransfer::sendOversizedSegment()
 {
-    const std::string tooMuch = m_response.substr(m_sent) + '!';
-    send(compose(TransactionType::responseSegment, asBytes(tooMuch.data(), tooMuch.size())));
+    m_answer.data += '!';
+    send(compose(TransactionType::responseSegment, piece(m_sent, responseSize() - m_sent)));
+    m_answer.data.pop_back();
     after(m_fault->time, [this] {
         m_fault.reset();
         sendSegment();
@@ -227,11 +224,22 @@ void AnswerTransfer::after(milliseconds time, Action action)
     });
 }
 
-OutgoingTelegram AnswerTransfer::compose(TransactionType type, Bytes payload) const
+AnswerTransfer::Parts AnswerTransfer::piece(std::size_t first, std::size_t size) const
+{
+    const std::size_t end = first + size;
+    const auto inHeader = [this](std::size_t at) { return std::min(at, m_header.size()); };
+    const auto inData = [&](std::size_t at) { return at - inHeader(at); };
+    return {Bytes{m_header}.subspan(inHeader(first), inHeader(end) - inHeader(first)),
+            asBytes(m_answer.data.data(), m_answer.data.size())
+                .subspan(inData(first), inData(end) - inData(first))};
+}
+
+OutgoingTelegram AnswerTransfer::compose(TransactionType type, const Parts& payload) const
 {
     const auto header = TransactionHeader{type, m_key.label, m_key.requestor}.encode();
     OutgoingTelegram telegram;
-    telegram.bytes = composeTelegram(TelegramType::transaction, m_settings.uuid, {header, payload});
+    telegram.bytes = composeTelegram(TelegramType::transaction, m_settings.uuid,
+                                     {header, payload[0], payload[1]});
     if (has(FaultKind::byteByByte)) {
         telegram.byteByByte = true;
         telegram.gap = m_fault->time;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "method_call.h"
+#include "method_header.h"
 #include "module_fault.h"
 #include "module_settings.h"
 #include "telegram_outlet.h"
@@ -8,6 +9,7 @@
 
 #include <asio/steady_timer.hpp>
 
+#include <array>
 #include <memory>
 #include <optional>
 
@@ -46,7 +48,11 @@ private:
     template <class Action>
     void after(milliseconds time, Action action);
 
-    OutgoingTelegram compose(TransactionType type, Bytes payload) const;
+    using Parts = std::array<Bytes, 2>;
+    std::size_t responseSize() const { return m_header.size() + m_answer.data.size(); }
+    /// A piece of header and data as they leave one after the other.
+    Parts piece(std::size_t first, std::size_t size) const;
+    OutgoingTelegram compose(TransactionType type, const Parts& payload) const;
     void send(OutgoingTelegram telegram);
 
     const std::weak_ptr<TelegramOutlet> m_outlet;
@@ -56,8 +62,8 @@ private:
     asio::steady_timer m_timer;
     MethodAnswer m_answer;
     std::optional<Fault> m_fault;
-    std::string m_response; // the response header and the data
-    std::size_t m_sent = 0;
+    std::array<std::byte, MethodResponseHeader::kSize> m_header{};
+    std::size_t m_sent = 0; // of header and data
     bool m_isWaitingForAcknowledge = false;
     bool m_isOver = false; // a timer's handler may already be on its way
 };

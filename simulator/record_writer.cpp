@@ -1,5 +1,7 @@
 #include "record_writer.h"
 
+#include "widest_vectors.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstring>
@@ -10,7 +12,7 @@ namespace zel::simulator {
 namespace {
 
 template <class Raw>
-Raw bigEndian(Raw value)
+ZEL_IN_VECTORS inline Raw bigEndian(Raw value)
 {
     if constexpr (std::endian::native == std::endian::big)
         return value;
@@ -27,7 +29,7 @@ using RawOf = std::conditional_t<sizeof(Value) == 4, std::uint32_t, std::uint64_
 
 /// Numbers beyond the type's end become its end, which for all types means "no value".
 template <class Value>
-Value narrowed(double value)
+ZEL_IN_VECTORS inline Value narrowed(double value)
 {
     constexpr auto kLowest = static_cast<double>(std::numeric_limits<Value>::lowest());
     constexpr auto kHighest = static_cast<double>(std::numeric_limits<Value>::max());
@@ -45,7 +47,7 @@ Value narrowed(double value)
 }
 
 template <class Value>
-RawOf<Value> toWire(double value)
+ZEL_IN_VECTORS inline RawOf<Value> toWire(double value)
 {
     return bigEndian(std::bit_cast<RawOf<Value>>(narrowed<Value>(value)));
 }
@@ -53,10 +55,12 @@ RawOf<Value> toWire(double value)
 template <class Value>
 void writeEven(std::span<const double> values, std::byte* out)
 {
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const auto raw = toWire<Value>(values[i]);
-        std::memcpy(out + i * sizeof raw, &raw, sizeof raw);
-    }
+    inWidestVectors([values, out]() ZEL_IN_VECTORS {
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            const auto raw = toWire<Value>(values[i]);
+            std::memcpy(out + i * sizeof raw, &raw, sizeof raw);
+        }
+    });
 }
 
 template <class Value>

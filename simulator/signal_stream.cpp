@@ -1,6 +1,7 @@
 #include "signal_stream.h"
 
 #include "record_writer.h"
+#include "widest_vectors.h"
 
 #include <algorithm>
 #include <array>
@@ -112,8 +113,10 @@ void SignalStream::fill(std::uint64_t first, std::span<double> values) const
         return;
     }
     m_signal.sensor.fill(first, values);
-    for (double& value : values)
-        value = m_signal.physical(value);
+    inWidestVectors([values, physical = m_signal.physical]() ZEL_IN_VECTORS {
+        for (double& value : values)
+            value = physical(value);
+    });
 }
 
 } // namespace zel::simulator

@@ -31,11 +31,7 @@ struct Waveform {
 
 private:
     template <class Shape>
-    void fillScaled(std::uint64_t first, std::span<double> values, Shape shape) const
-    {
-        for (std::size_t i = 0; i < values.size(); ++i)
-            values[i] = centre + amplitude * shape(first + i);
-    }
+    void fillScaled(std::uint64_t first, std::span<double> values, Shape shape) const;
 };
 
 /// numerator / denominator of a period as Waveform::step. Rounded up: a sample that falls on the
@@ -59,55 +55,6 @@ constexpr std::uint64_t scatter(std::uint64_t number, std::uint64_t seed)
     bits = (bits ^ (bits >> 30)) * 0xBF58476D1CE4E5B9;
     bits = (bits ^ (bits >> 27)) * 0x94D049BB133111EB;
     return bits ^ (bits >> 31);
-}
-
-/// sin(2 pi phase / 2^64), right to ten digits. Written out, as the libraries' own differ in the
-/// last digits.
-constexpr double sineOf(std::uint64_t phase)
-{
-    // Mirrored at the quarter periods, so that the series stays short.
-    const auto turn = static_cast<std::int64_t>(phase + 0x4000000000000000);
-    const std::uint64_t mirrored = turn < 0 ? 0x8000000000000000 - phase : phase;
-    const double angle = static_cast<double>(static_cast<std::int64_t>(mirrored)) *
-                         (6.283185307179586476925286766559 / 18446744073709551616.0);
-    const double square = angle * angle;
-    double sum = -1.0 / 1307674368000;
-    for (const double term :
-         {1.0 / 6227020800, -1.0 / 39916800, 1.0 / 362880, -1.0 / 5040, 1.0 / 120, -1.0 / 6, 1.0})
-        sum = sum * square + term;
-    return sum * angle;
-}
-
-constexpr double rampOf(std::uint64_t phase)
-{
-    return static_cast<double>(static_cast<std::int64_t>(phase ^ 0x8000000000000000)) /
-           9223372036854775808.0;
-}
-
-inline void Waveform::fill(std::uint64_t first, std::span<double> values) const
-{
-    switch (kind) {
-    case Kind::sine:
-        return fillScaled(first, values, [this](std::uint64_t i) { return sineOf(i * step); });
-    case Kind::ramp:
-        return fillScaled(first, values, [this](std::uint64_t i) { return rampOf(i * step); });
-    case Kind::square:
-        return fillScaled(first, values,
-                          [this](std::uint64_t i) { return (i * step) >> 63 == 0 ? 1.0 : -1.0; });
-    case Kind::noise:
-        return fillScaled(first, values,
-                          [this](std::uint64_t i) { return rampOf(scatter(i, seed)); });
-    case Kind::counter:
-        for (std::size_t i = 0; i < values.size(); ++i)
-            values[i] = static_cast<double>((first + i) % kCounterPeriod);
-    }
-}
-
-inline double Waveform::at(std::uint64_t number) const
-{
-    double value = 0;
-    fill(number, {&value, 1});
-    return value;
 }
 
 } // namespace zel::simulator
