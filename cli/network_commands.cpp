@@ -7,9 +7,9 @@
 
 #include "application.h"
 #include "module_session.h"
+#include "network_ports.h"
 #include "network_scan.h"
 #include "number_text.h"
-#include "port_check.h"
 #include "text_reading.h"
 #include "ZEL_VR_Framework.h"
 
@@ -74,6 +74,11 @@ void adapters(CommandOutput& output, const NetworkArguments&)
 std::string misfitText(const FoundModule& module)
 {
     const Adapter& adapter = module.adapter;
+    if (adapter.address.empty()) {
+        return module.name + " (" + hexadecimal(module.uuid) + ") has the address " +
+               module.address + ", but " + adapter.name +
+               " has none: give this host one in the modules' network";
+    }
     return module.name + " (" + hexadecimal(module.uuid) + ") has the address " + module.address +
            ", which is outside of " + networkText(adapter.address, adapter.mask) + " of " +
            adapter.name + ": 'zel net set " + hexadecimal(module.uuid) +
@@ -94,6 +99,7 @@ TextTable tableOf(const std::vector<FoundModule>& modules)
 
 void scan(CommandOutput& output, const NetworkArguments& arguments)
 {
+    requireScanPorts();
     const StartedLibrary library;
     const auto modules = scanNetwork(arguments.adapter);
     auto entries = nlohmann::json::array();
@@ -211,22 +217,35 @@ void set(CommandOutput& output, const NetworkArguments& arguments)
     }
 }
 
+/// A port of this host for a person; `use` says what is lost without it.
+std::string portText(std::uint16_t port, const PortCheck& check, const std::string& use)
+{
+    const std::string text = "  " + std::to_string(port) + ": ";
+    switch (check.state) {
+    case PortState::free:
+        return text + "free\n";
+    case PortState::shared:
+        return text + "in use by another program that shares it; what goes to all comes to both\n";
+    default:
+        return text + check.reason + ": another program keeps it for itself, " + use + "\n";
+    }
+}
+
 void doctor(CommandOutput& output, const NetworkArguments&)
 {
     // Before the library takes its own.
     auto ports = nlohmann::json::array();
     std::string text = "Ports of this host:\n";
-    for (const auto& [port, use] : {std::pair{std::uint16_t{1200}, "modules hear broadcasts on it"},
-                                    {std::uint16_t{1201}, "answers to broadcasts come to it"},
-                                    {std::uint16_t{1300}, "multicasts come to it"}}) {
-        const std::string problem = whyPortCannotBeBound(port);
-        ports.push_back({{"port", port}, {"free", problem.empty()}, {"problem", problem}});
-        text += "  " + std::to_string(port) + ": " +
-                (problem.empty() ? "free"
-                                 : problem + " (" + use +
-                                       "; another program has it: if a scan "
-                                       "finds nothing, end that program)") +
-                "\n";
+    for (const auto& [port, use] :
+         {std::pair{std::uint16_t{1200}, "which matters to simulated modules on this host only"},
+          {std::uint16_t{1201}, "answers to broadcasts are not heard; end that program"},
+          {std::uint16_t{1300}, "multicasts are not heard; end that program"}}) {
+        const PortCheck check = checkPort(port);
+        ports.push_back({{"port", port},
+                         {"free", check.state == PortState::free},
+                         {"shared", check.state == PortState::shared},
+                         {"problem", check.reason}});
+        text += portText(port, check, use);
     }
     const StartedLibrary library;
     const auto modules = scanNetwork();
@@ -246,7 +265,8 @@ void doctor(CommandOutput& output, const NetworkArguments&)
         asked.push_back(entry);
         text += "  " + adapter.name + ", " + adapterText(adapter) + ": ";
         text += adapter.address.empty()
-                    ? "not asked; give it an address in the modules' network\n"
+                    ? "asked by broadcast only; " + std::to_string(heard) +
+                          " modules answered; give it an address in the modules' network\n"
                     : "asked by multicast to 224.0.0.1:1300 and broadcast to port 1200; " +
                           std::to_string(heard) + " modules answered\n";
     }

@@ -9,8 +9,8 @@
 #include "command_failure.h"
 #include "interrupt.h"
 #include "module_session.h"
+#include "network_ports.h"
 #include "number_text.h"
-#include "text_reading.h"
 #include "ZEL_VR_Framework.h"
 
 namespace zel::cli {
@@ -53,16 +53,35 @@ std::string dotted(std::uint32_t address)
         {.problem = problem, .code = code, .codeText = StartedLibrary::textOf(code)});
 }
 
+/// A document that may not tell its length where it does not fit.
+template <class Call>
+std::string readDocument(std::size_t room, const std::string& problem, Call&& call)
+{
+    constexpr std::size_t kLargest = std::size_t{1} << 28U;
+    std::string document(room, '\0');
+    std::uint64_t length = 0;
+    std::int32_t code = ZEL_OK;
+    while ((code = call(document.data(), &length, std::uint64_t{document.size()})) ==
+               ZEL_SRV_BUFFER_TOO_SMALL &&
+           document.size() < kLargest) {
+        document.assign(4 * document.size(), '\0');
+    }
+    if (code != ZEL_OK) {
+        failed(code, problem);
+    }
+    document.resize(length);
+    return document;
+}
+
 std::vector<FoundModule> scanOver(const Adapter& adapter)
 {
-    std::string document;
-    const std::int32_t code =
-        readGrowing(document, [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-            return ZEL_XCOM_DoNetScan(adapter.number, buffer, length, capacity);
-        });
-    if (code != ZEL_OK) {
-        failed(code, "could not scan over " + adapter.name);
-    }
+    // Another attempt is another scan: there is room for more modules than a network has.
+    constexpr std::size_t kRoom = std::size_t{1} << 22U;
+    const std::string document =
+        readDocument(kRoom, "could not scan over " + adapter.name,
+                     [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
+                         return ZEL_XCOM_DoNetScan(adapter.number, buffer, length, capacity);
+                     });
     pugi::xml_document parsed;
     parsed.load_buffer(document.data(), document.size());
     std::vector<FoundModule> modules;
@@ -103,20 +122,8 @@ std::string networkText(const std::string& address, const std::string& mask)
 
 std::vector<Adapter> listAdapters()
 {
-    // Unlike other texts, this one does not tell its length when it does not fit.
-    constexpr std::size_t kLargest = 1U << 24U;
-    std::string document(1U << 15U, '\0');
-    std::uint64_t length = 0;
-    std::int32_t code = ZEL_OK;
-    while ((code = ZEL_XCOM_GetNetAdapter(document.data(), &length, document.size())) ==
-               ZEL_SRV_BUFFER_TOO_SMALL &&
-           document.size() < kLargest) {
-        document.assign(4 * document.size(), '\0');
-    }
-    document.resize(length);
-    if (code != ZEL_OK) {
-        failed(code, "could not list the adapters of this host");
-    }
+    const std::string document = readDocument(
+        std::size_t{1} << 15U, "could not list the adapters of this host", ZEL_XCOM_GetNetAdapter);
     pugi::xml_document parsed;
     parsed.load_buffer(document.data(), document.size());
     std::vector<Adapter> adapters;
@@ -159,6 +166,7 @@ FoundModule findModule(const std::string& nameOrUuid)
     const char* const end = nameOrUuid.data() + nameOrUuid.size();
     const auto read = std::from_chars(begin, end, uuid, isHexadecimal ? 16 : 10);
     const bool isUuid = read.ec == std::errc{} && read.ptr == end;
+    requireScanPorts();
     std::vector<FoundModule> matching;
     for (auto& module : scanNetwork()) {
         const bool isIt = isUuid ? module.uuid == uuid : module.name == nameOrUuid;

@@ -28,6 +28,19 @@ bool hasAddress(const sys::HostAdapter& adapter)
     return !adapter.addresses.empty() && adapter.addresses.back().address != "0.0.0.0";
 }
 
+/// What there is of a frame, whether it is valid or not.
+void logReceived(Bytes datagram)
+{
+    if (!logger().isOn(LogCategory::transactions) || datagram.size() < kFrameHeaderSize)
+        return;
+    log(LogLevel::info, frameLogLine(FrameHeader::decode(datagram.first<kFrameHeaderSize>()),
+                                     FrameDirection::received));
+    const Bytes behind = datagram.subspan(kFrameHeaderSize);
+    if (behind.size() < kFrameTrailerSize ||
+        decodeFrameTrailer(behind.last<kFrameTrailerSize>()) != kFrameTrailer)
+        log(LogLevel::info, "FT_ERR");
+}
+
 } // namespace
 
 clMulticastServer::clMulticastServer(sys::EventLoop& loop, iDatagramHandler& handler)
@@ -49,24 +62,36 @@ clMulticastServer::~clMulticastServer()
 
 std::vector<sys::HostAdapter> clMulticastServer::refresh()
 {
-    std::vector<sys::HostAdapter> adapters = sys::listHostAdapters();
+    // Before the list is made: an older list must not undo what a newer one has brought about.
     const std::lock_guard lock{m_mutex};
-    m_adapters = adapters;
-    std::set<std::string> present;
+    std::vector<sys::HostAdapter> adapters = sys::listHostAdapters();
+    std::set<Membership> present;
     for (const sys::HostAdapter& adapter : adapters) {
         std::uint32_t address = 0;
-        if (!hasAddress(adapter) ||
-            !communication::native::parseAddress(adapter.addresses.back().address, address))
-            continue;
-        // An adapter that went and came again has to be joined again.
-        const std::string key =
-            std::to_string(adapter.interfaceIndex) + " " + adapter.addresses.back().address;
-        present.insert(key);
-        if (m_isStarted && !m_joined.contains(key))
-            m_server.joinGroup(address);
+        if (hasAddress(adapter) &&
+            communication::native::parseAddress(adapter.addresses.back().address, address))
+            present.insert({adapter.interfaceIndex, address});
     }
-    m_joined = std::move(present);
+    m_adapters = adapters;
+    if (m_isStarted)
+        joinLocked(present);
     return adapters;
+}
+
+void clMulticastServer::joinLocked(const std::set<Membership>& present)
+{
+    // First of all: the system knows memberships by address, which may have moved to another
+    // adapter, and allows only so many for one socket.
+    std::erase_if(m_joined, [&](const Membership& known) {
+        const bool isGone = !present.contains(known);
+        if (isGone)
+            m_server.leaveGroup(known.address);
+        return isGone;
+    });
+    for (const Membership& membership : present) {
+        if (!m_joined.contains(membership) && m_server.joinGroup(membership.address) >= 0)
+            m_joined.insert(membership);
+    }
 }
 
 std::int32_t clMulticastServer::send(std::optional<std::uint32_t> interfaceIndex, Bytes telegram)
@@ -87,15 +112,13 @@ void clMulticastServer::listenToSocket(Bytes datagram, std::uint32_t interfaceIn
 {
     if (datagram.size() > kLargestDatagram)
         return;
-    std::uint64_t source = 0;
-    auto telegram = unframe(datagram, source);
-    if (!telegram)
-        return;
-    if (logger().isOn(LogCategory::transactions))
-        log(LogLevel::info, frameLogLine(FrameHeader::decode(datagram.first<kFrameHeaderSize>()),
-                                         FrameDirection::received));
+    logReceived(datagram);
     try {
-        m_handler.datagramArrived(source, interfaceIndex, std::move(telegram));
+        std::uint64_t source = 0;
+        if (auto telegram = unframe(datagram, source))
+            m_handler.datagramArrived(source, interfaceIndex, std::move(telegram));
+        else
+            log(LogLevel::error, "connection frame check of request failed");
     } catch (const std::exception& failure) {
         log(LogLevel::warning,
             std::string{"clMulticastServer::listenToSocket(): caught exception "} + failure.what());

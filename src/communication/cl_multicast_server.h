@@ -3,6 +3,8 @@
 #include "datagram_handler.h"
 #include "multicast_server.h"
 
+#include <compare>
+#include <cstdint>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -19,7 +21,8 @@ public:
     clMulticastServer(const clMulticastServer&) = delete;
     clMulticastServer& operator=(const clMulticastServer&) = delete;
 
-    /// Asks the system for its adapters and joins the group on those that are new. Any thread.
+    /// Asks the system for its adapters, joins the group on those that are new or could not be
+    /// joined before, and leaves it on those that are gone. Any thread.
     std::vector<sys::HostAdapter> refresh();
 
     /// Sends over every adapter, or over the one with this index; 0 when it left over one at least,
@@ -27,13 +30,21 @@ public:
     std::int32_t send(std::optional<std::uint32_t> interfaceIndex, Bytes telegram);
 
 private:
+    /// What the group is joined on: an adapter that went and came again is another one.
+    struct Membership {
+        std::uint32_t interfaceIndex = 0;
+        std::uint32_t address = 0; // in the network's byte order
+        auto operator<=>(const Membership&) const = default;
+    };
+
+    void joinLocked(const std::set<Membership>& present);
     void listenToSocket(Bytes datagram, std::uint32_t interfaceIndex);
 
     iDatagramHandler& m_handler;
 
     std::mutex m_mutex;
     std::vector<sys::HostAdapter> m_adapters; // under m_mutex
-    std::set<std::string> m_joined;           // addresses, under m_mutex
+    std::set<Membership> m_joined;            // under m_mutex
 
     bool m_isStarted = false; // fixed at construction
     communication::MulticastServer m_server;

@@ -66,6 +66,7 @@ int MulticastServer::start(const std::string& group, std::uint32_t port, DataHan
 
 int MulticastServer::startReceiving(DataHandler handler)
 {
+    auto receiver = std::make_unique<DatagramReceiver>(m_loop);
     const sys::NativeSocket socket = native::openDatagram();
     if (socket == sys::kNoSocket)
         return -1;
@@ -81,7 +82,7 @@ int MulticastServer::startReceiving(DataHandler handler)
         return giveUp("Could not set IP_PKTINFO!");
     if (!native::bindToPort(socket, static_cast<std::uint16_t>(m_port)))
         return giveUp("Could not bind socket!");
-    m_receiver = std::make_unique<DatagramReceiver>(m_loop);
+    m_receiver = std::move(receiver);
     m_receiveSocket = socket;
     if (!handler)
         handler = [](Bytes, std::uint32_t) {};

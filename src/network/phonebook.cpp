@@ -1,8 +1,22 @@
 #include "phonebook.h"
 
+#include "cut_text.h"
 #include "response_document.h"
 
 namespace zel {
+
+namespace {
+
+void shorten(std::string& text)
+{
+    char kept[clPhonebook::kLongestText + 1];
+    if (text.size() < sizeof kept)
+        return;
+    cutText(text, kept);
+    text = std::string{kept};
+}
+
+} // namespace
 
 std::optional<ModuleRecord> readModuleRecord(Bytes document)
 {
@@ -26,6 +40,9 @@ std::optional<ModuleRecord> readModuleRecord(Bytes document)
 
 void clPhonebook::enter(std::uint32_t interfaceIndex, ModuleRecord record)
 {
+    for (std::string* const text :
+         {&record.address, &record.mask, &record.name, &record.type, &record.firmwareVersion})
+        shorten(*text);
     const std::lock_guard lock{m_mutex};
     Modules& modules = m_adapters[interfaceIndex];
     const std::uint64_t uuid = record.uuid;

@@ -29,8 +29,9 @@ std::optional<ModuleRecord> readModuleRecord(Bytes document);
 /// their UUIDs. Its lock is a leaf.
 class clPhonebook {
 public:
-    /// Strangers cannot fill the memory: what goes beyond is dropped.
-    static constexpr std::size_t kMostModules = 10000;
+    // Strangers cannot fill the memory: what goes beyond is dropped.
+    static constexpr std::size_t kMostModules = 10000; // of one adapter
+    static constexpr std::size_t kLongestText = 255;   // in bytes
 
     void enter(std::uint32_t interfaceIndex, ModuleRecord record);
     /// One adapter's modules, or all of them.

@@ -1,9 +1,44 @@
 // Any bytes as a datagram, and as the document of a scan's answer.
 
 #include "phonebook.h"
+#include "scan.h"
 #include "telegram_container.h"
 #include "transaction_header.h"
 #include "udp_connection.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+void require(bool holds)
+{
+    if (!holds)
+        std::abort();
+}
+
+/// The modules in both forms that hosts get.
+std::size_t list(const zel::clPhonebook& phonebook)
+{
+    std::size_t count = 0;
+    phonebook.list({}, [&](const zel::ModuleRecord& record) {
+        ++count;
+        require(record.name.size() <= zel::clPhonebook::kLongestText);
+    });
+    static ZEL_SegmentArray segment;
+    zel::network::listModules(phonebook, {}, segment);
+    require(segment.count == std::min<std::size_t>(count, ZEL_SEGMENT_SIZE));
+    for (std::uint32_t i = 0; i < segment.count; ++i)
+        require(std::memchr(segment.modules[i].name, 0, sizeof segment.modules[i].name));
+    static char buffer[4096];
+    std::uint64_t length = 0;
+    if (zel::network::listModules(phonebook, {}, {buffer, &length, sizeof buffer}) == ZEL_OK)
+        require(std::strlen(buffer) == length);
+    return count;
+}
+
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -18,9 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static clPhonebook phonebook;
     if (auto record = readModuleRecord(bytes))
         phonebook.enter(size % 3, std::move(*record));
-    std::size_t count = 0;
-    phonebook.list({}, [&](const ModuleRecord&) { ++count; });
-    if (count > 100)
+    if (list(phonebook) > 20)
         phonebook.clear({});
     return 0;
 }

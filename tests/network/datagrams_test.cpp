@@ -2,6 +2,8 @@
 
 #include "hexadecimal.h"
 #include "library_with_module.h"
+#include "phonebook.h"
+#include "readiness.h"
 
 #include <asio/io_context.hpp>
 #include <asio/ip/udp.hpp>
@@ -118,6 +120,48 @@ TEST_F(Datagrams, PortsThatOthersHaveCostOnlyTheScans)
     EXPECT_EQ(foundDuring([] {}), 0u);
     taken.close();
 }
+
+TEST(Phonebook, KeepsOfForgedAnswersOnlySoManyAndSoMuch)
+{
+    clPhonebook phonebook;
+    ModuleRecord record;
+    record.address = std::string(300, '9');
+    for (int i = 0; i < 300; ++i)
+        record.name += "\u00fc"; // two bytes: the last one that fits must not be cut in half
+    for (record.uuid = 0; record.uuid < clPhonebook::kMostModules + 5; ++record.uuid)
+        phonebook.enter(1, record);
+    record.uuid = 7;
+    record.type = "known already";
+    phonebook.enter(1, record);
+    std::size_t count = 0;
+    phonebook.list(1, [&](const ModuleRecord& kept) {
+        ++count;
+        EXPECT_EQ(kept.address.size(), clPhonebook::kLongestText);
+        EXPECT_EQ(kept.name.size(), clPhonebook::kLongestText - 1);
+        EXPECT_EQ(kept.type.empty(), kept.uuid != 7);
+    });
+    EXPECT_EQ(count, clPhonebook::kMostModules);
+}
+
+#ifdef _WIN32
+TEST(DatagramSocket, ThatCannotReceiveIsTriedAgain)
+{
+    sys::EventLoop loop;
+    sys::Readiness readiness{loop}; // without a socket every attempt is refused at once
+    const auto buffer = std::make_shared<sys::DatagramBuffer>();
+    int attempts = 0;
+    loop.addEvent(readiness.event(), [&] {
+        EXPECT_FALSE(readiness.nextDatagram(buffer));
+        if (++attempts == 2)
+            loop.stop();
+        return 0;
+    });
+    readiness.arm();
+    const Stopwatch watch;
+    EXPECT_EQ(loop.execute(), 0);
+    EXPECT_GT(watch.elapsed(), 500ms);
+}
+#endif
 
 } // namespace
 } // namespace zel::test

@@ -1,5 +1,7 @@
 #include "readiness.h"
 
+#include "exception.h"
+#include "logger.h"
 #include "readiness_block.h"
 
 #include <cstring>
@@ -11,12 +13,17 @@ namespace zel::sys {
 
 namespace {
 
+constexpr std::uint32_t kRetryMs = 1000;
+
 ReadinessBlock* makeBlock()
 {
-    auto* const block = new ReadinessBlock;
+    auto block = std::make_unique<ReadinessBlock>();
     block->event = WSACreateEvent();
+    // Without an event there is no id, and none is the loop's order to stop.
+    if (block->event == WSA_INVALID_EVENT)
+        throw exception("no event for a socket: " + systemErrorText(WSAGetLastError()));
     block->overlapped.hEvent = block->event;
-    return block;
+    return block.release();
 }
 
 EventId idOf(const ReadinessBlock* block)
@@ -34,6 +41,7 @@ Readiness::Readiness(EventLoop& loop) : m_loop(loop), m_block(makeBlock())
 Readiness::~Readiness()
 {
     retire();
+    m_block->retry.reset();
     m_block->release();
 }
 
@@ -46,6 +54,7 @@ void Readiness::renew()
 {
     ReadinessBlock* const fresh = makeBlock();
     retire();
+    m_block->retry.reset();
     m_block->release();
     m_block = fresh;
     m_event = {idOf(m_block), kNoSocket};
@@ -104,6 +113,36 @@ std::uint32_t interfaceOf(WSAMSG& message)
     return 0;
 }
 
+/// 0 when a notice will come, also for what is there at once; else the error.
+int postDatagram(ReadinessBlock& block, SOCKET socket, PortTwin& port,
+                 const std::shared_ptr<DatagramBuffer>& buffer)
+{
+    const LPFN_WSARECVMSG receive = receiveMessage(socket);
+    if (!receive)
+        return WSAGetLastError();
+    WSAResetEvent(block.event);
+    block.datagram = buffer;
+    block.part = {static_cast<ULONG>(buffer->data.size()),
+                  reinterpret_cast<char*>(buffer->data.data())};
+    block.message = {};
+    block.message.lpBuffers = &block.part;
+    block.message.dwBufferCount = 1;
+    block.message.Control = {sizeof block.control, block.control};
+    block.message.name = reinterpret_cast<sockaddr*>(&block.source);
+    block.message.namelen = sizeof block.source;
+    block.begin(port);
+    if (receive(socket, &block.message, nullptr, &block.overlapped, nullptr) == 0)
+        return 0;
+    const int error = WSAGetLastError();
+    if (error == WSA_IO_PENDING)
+        return 0;
+    // A request that was refused is not under way, whatever the system has noted in there.
+    block.overlapped.Internal = 0;
+    block.datagram.reset();
+    block.takeBack(port);
+    return error;
+}
+
 } // namespace
 
 bool Readiness::nextDatagram(const std::shared_ptr<DatagramBuffer>& buffer)
@@ -118,26 +157,17 @@ bool Readiness::nextDatagram(const std::shared_ptr<DatagramBuffer>& buffer)
         if (hasCome)
             return true;
     }
-    const LPFN_WSARECVMSG receive = receiveMessage(m_event.socket);
-    if (!receive)
-        return false;
-    WSAResetEvent(m_block->event);
-    m_block->datagram = buffer;
-    m_block->part = {static_cast<ULONG>(buffer->data.size()),
-                     reinterpret_cast<char*>(buffer->data.data())};
-    m_block->message = {};
-    m_block->message.lpBuffers = &m_block->part;
-    m_block->message.dwBufferCount = 1;
-    m_block->message.Control = {sizeof m_block->control, m_block->control};
-    m_block->message.name = reinterpret_cast<sockaddr*>(&m_block->source);
-    m_block->message.namelen = sizeof m_block->source;
-    m_block->begin(m_loop.port());
-    // Also what is there at once comes through the port.
-    const int result =
-        receive(m_event.socket, &m_block->message, nullptr, &m_block->overlapped, nullptr);
-    if (result != 0 && WSAGetLastError() != WSA_IO_PENDING) {
-        m_block->datagram.reset();
-        m_block->takeBack(m_loop.port());
+    const int failure = postDatagram(*m_block, m_event.socket, m_loop.port(), buffer);
+    if (failure != 0) {
+        logger().write(LogLevel::warning, LogCategory::system,
+                       "Readiness: a UDP socket cannot receive, it is tried again: " +
+                           systemErrorText(failure));
+        if (!m_block->retry)
+            m_block->retry = std::make_unique<Timer>(m_loop);
+        m_block->retry->set(kRetryMs, false, [this](bool expired) {
+            if (expired)
+                arm();
+        });
     }
     return false;
 }

@@ -2,6 +2,7 @@
 
 #include "datagram_buffer.h"
 #include "port_twin.h"
+#include "timer.h"
 
 #include <winsock2.h>
 
@@ -17,6 +18,9 @@ struct ReadinessBlock {
     WSAEVENT event = WSA_INVALID_EVENT;
     std::atomic<int> references = 1;
     std::atomic<bool> isAbandoned = false;
+
+    // The owner's, who takes it away before the loop can be gone.
+    std::unique_ptr<Timer> retry;
 
     // A datagram that is being received; the buffer is the caller's too.
     std::shared_ptr<DatagramBuffer> datagram;
