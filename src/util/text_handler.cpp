@@ -2,12 +2,22 @@
 
 #include <algorithm>
 #include <atomic>
+#include <thread>
 
 namespace zel {
 
 namespace {
 
 std::atomic<clTextHandler*> g_firstHandler{nullptr};
+std::atomic<int> g_lookUps{0};
+
+/// A look-up that is going on, which a handler outlives.
+struct LookUp {
+    LookUp() { ++g_lookUps; }
+    ~LookUp() { --g_lookUps; }
+    LookUp(const LookUp&) = delete;
+    LookUp& operator=(const LookUp&) = delete;
+};
 
 } // namespace
 
@@ -30,6 +40,8 @@ clTextHandler::~clTextHandler()
     m_next = nullptr;
     if (g_firstHandler == this)
         g_firstHandler = nullptr;
+    while (g_lookUps != 0)
+        std::this_thread::yield();
 }
 
 const char* clTextHandler::find(std::int32_t code) const
@@ -44,6 +56,7 @@ const char* clTextHandler::find(std::int32_t code) const
 
 const char* resultText(std::int32_t code)
 {
+    const LookUp lookUp;
     for (const clTextHandler* handler = g_firstHandler; handler; handler = handler->next()) {
         if (const char* text = handler->find(code))
             return text;

@@ -20,8 +20,8 @@ struct CodeRange {
 /// has a single one, which its manager owns from ZEL_Init to ZEL_Unload.
 ///
 /// Look-ups take no lock. Handlers come and go only while no export runs; the network thread may
-/// still log a text then, which finds either the whole chain or none, in memory that outlives that
-/// thread.
+/// still log a text then, which finds either the whole chain or none. A handler that goes waits for
+/// it.
 class clTextHandler {
 public:
     /// Appends itself to the chain. The table must outlive the handler.

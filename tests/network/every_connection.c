@@ -81,7 +81,7 @@ static void set_up(uint64_t uuid)
     GIVES(ZEL_OK, ZEL_XCOM_WriteNetSetting(uuid, text, length));
     GIVES(ZEL_SRV_BUFFER_TOO_SMALL, ZEL_XCOM_ReadNetSettings(uuid, text, &length, 9));
     GIVES(ZEL_OK, ZEL_XCOM_GetSyncReqrSrvLastErrDat(&data, &kept));
-    HOLDS(kept == length && strstr(data, "<Network") != NULL);
+    HOLDS(kept == length && data[0] == '<' && data[kept - 1] == '>');
     GIVES(ZEL_OK, ZEL_XCOM_GetSyncReqrSrvLastErrDatByUuid(uuid, &data, &kept));
     HOLDS(kept == length);
     GIVES(ZEL_XCOM_Async_ReadData(4711), ZEL_XCOM_Async_ReadData_Timeout(4711, 1));
