@@ -59,12 +59,6 @@ nlohmann::json CommandFailure::asJson() const
     return {{"error", error}};
 }
 
-namespace {
-
-constexpr std::int32_t kInvalidView = -1004142; // the modules' own
-
-} // namespace
-
 std::string adviceFor(std::int32_t code)
 {
     switch (code) {
@@ -84,16 +78,13 @@ std::string adviceFor(std::int32_t code)
     case ZEL_TRANS_CANCELED:
         return "the connection was lost: if the module restarts, try again in some seconds";
     case ZEL_SRV_UNKNOWN_METHOD:
-        return "this module's firmware does not offer the function";
-    case kInvalidView:
-        return "'zel views' lists the views that the module has";
     case ZEL_SRV_CONTROL_UNKNOWN:
-        return "neither this library nor the module's firmware may offer the function";
+        return "this module's firmware does not offer the function";
     case ZEL_PARAM_XML_ERROR:
         return "the module's answer makes no sense to the library; with --log the telegrams are "
                "shown";
     case ZEL_SYS_FILE_TOO_LARGE:
-        return "the image is larger than any module takes: is it the right file?";
+        return "the file is larger than a module takes: is it the right one?";
     case ZEL_FILE_OPEN:
     case ZEL_FILE_READ:
     case ZEL_FILE_WRITE:

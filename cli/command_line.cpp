@@ -74,7 +74,8 @@ std::string fullName(const CLI::App& command)
 std::string helpFor(const CLI::App& command)
 {
     const CLI::App* const parent = command.get_parent();
-    return command.help(parent == nullptr ? "" : fullName(*parent));
+    const std::string help = command.help(parent == nullptr ? "" : fullName(*parent));
+    return help.ends_with('\n') ? help : help + '\n';
 }
 
 std::vector<std::string> namesOfCommands(const CLI::App& app)
@@ -115,6 +116,23 @@ CommandFailure unknownWord(const CLI::App& command, const std::string& word)
          .advice = closest.empty() ? help : "did you mean '" + closest + "'? " + help});
 }
 
+/// Throws for options like `--section "$NAME"` whose variable is not set: without the value the
+/// command would do something else.
+void refuseEmptyOptions(const CLI::App& app)
+{
+    for (const CLI::App* command = &chosenCommand(app); command != nullptr;
+         command = command->get_parent()) {
+        for (const CLI::Option* option : command->get_options()) {
+            const auto& given = option->results();
+            if (!option->get_lnames().empty() && std::ranges::find(given, "") != given.end()) {
+                throw CommandFailure(
+                    {.problem = "--" + option->get_lnames().front() + " is given without a value",
+                     .advice = "leave it out, or is a variable of the shell not set?"});
+            }
+        }
+    }
+}
+
 CommandFailure misuse(const CLI::App& app, const CLI::ParseError& error)
 {
     const CLI::App& command = chosenCommand(app);
@@ -122,7 +140,9 @@ CommandFailure misuse(const CLI::App& app, const CLI::ParseError& error)
     if (!unknown.empty()) {
         return unknownWord(command, unknown.front());
     }
-    return CommandFailure({.problem = fullName(command) + ": " + error.what(),
+    const bool isCommand = command.get_parent() != nullptr;
+    const std::string name = isCommand ? fullName(command).substr(app.get_name().size() + 1) : "";
+    return CommandFailure({.problem = (isCommand ? name + ": " : "") + error.what(),
                            .advice = "'" + fullName(command) + " --help' explains the command"});
 }
 
@@ -191,6 +211,7 @@ void parseCommandLine(Application& application, const std::vector<std::string>& 
     } catch (const CLI::ParseError& error) {
         throw misuse(app, error);
     }
+    refuseEmptyOptions(app);
     if (!application.work) {
         application.work = [&application, help = helpFor(chosenCommand(app))] {
             application.output.bytes(help);

@@ -24,7 +24,9 @@ void CommandOutput::separateFromLog()
 
 void CommandOutput::bytes(std::string_view data)
 {
-    std::fwrite(data.data(), 1, data.size(), m_results);
+    if (std::fwrite(data.data(), 1, data.size(), m_results) != data.size() && m_error == 0) {
+        m_error = errno;
+    }
 }
 
 void CommandOutput::line(std::string_view text)
@@ -61,7 +63,7 @@ void CommandOutput::table(const TextTable& table, std::string_view whenEmpty, st
         bytes(table.text());
     }
     if (!note.empty()) {
-        line(note);
+        line(printable(note, true));
     }
 }
 
@@ -84,12 +86,16 @@ bool CommandOutput::isOnTerminal() const
 
 void CommandOutput::finish()
 {
-    errno = 0;
-    const bool isWritten = std::fflush(m_results) == 0 && std::ferror(m_results) == 0;
-    if (!isWritten) {
-        throw CommandFailure({.problem = "the result could not be written: " +
-                                         std::string(std::strerror(errno != 0 ? errno : EPIPE)),
-                              .advice = "is the disk full, or did the reader of a pipe go away?"});
+    if (std::fflush(m_results) != 0 && m_error == 0) {
+        m_error = errno;
+    }
+    if (m_error == EPIPE) {
+        throw ReaderGone{};
+    }
+    if (m_error != 0) {
+        throw CommandFailure(
+            {.problem = "the result could not be written: " + std::string(std::strerror(m_error)),
+             .advice = "is there room where it goes, and may you write there?"});
     }
 }
 

@@ -11,6 +11,9 @@
 
 namespace zel::cli {
 
+/// Thrown when nobody reads the result any more, as after 'zel xml ADDRESS | head'.
+struct ReaderGone {};
+
 /// Where a command's result goes: text and tables for people, or one line of JSON for programs.
 class CommandOutput {
 public:
@@ -44,13 +47,15 @@ public:
 
     bool isOnTerminal() const;
 
-    /// Writes out what is buffered; throws CommandFailure when the result could not be written.
+    /// Writes out what is buffered; throws CommandFailure when the result could not be written, or
+    /// ReaderGone.
     void finish();
 
     void failure(const CommandFailure& failure);
 
 private:
     std::FILE* m_results = stdout;
+    int m_error = 0; // of the first write that failed; later calls overwrite errno
 };
 
 } // namespace zel::cli

@@ -6,6 +6,7 @@
 
 #include "application.h"
 #include "file_content.h"
+#include "interrupt.h"
 #include "module_session.h"
 #include "number_text.h"
 #include "text_reading.h"
@@ -78,18 +79,56 @@ void controls(CommandOutput& output, const ControlsArguments& arguments)
     }
 }
 
-void executeDocument(CommandOutput& output, const ControlArguments& arguments)
+std::string readParameters(const std::string& file)
 {
-    const std::string document = readHostFile(arguments.file);
-    const ModuleSession session(arguments.address);
+    std::string document = readHostFile(file);
+    if (document.find('\0') != std::string::npos) {
+        throw CommandFailure({.problem = file + " holds a zero byte, which no document does",
+                              .advice = "is it the right file, and in UTF-8?"});
+    }
+    return document;
+}
+
+/// The answer that was too long for the buffer; the library keeps it.
+std::string keptAnswer(const ModuleSession& session, const std::string& control,
+                       std::uint64_t length)
+{
+    const char* data = nullptr;
+    std::uint64_t kept = 0;
+    ZEL_XCOM_GetSyncReqrSrvLastErrDatByUuid(session.uuid(), &data, &kept);
+    if (data == nullptr || kept != length) {
+        throw CommandFailure({.problem = session.address() + " executed " + control +
+                                         ", but its answer of " + byteCount(length) + " is lost"});
+    }
+    return {data, kept};
+}
+
+std::string execute(const ModuleSession& session, const std::string& control,
+                    const std::string& document)
+{
     // Not by the growing reader: asking again would execute the control again.
     std::string answer(std::size_t{1} << 20U, '\0');
     std::uint64_t length = 0;
     const std::int32_t code =
-        ZEL_XCTRL_ExecuteXMLPars(session.uuid(), arguments.name.c_str(), 0, document.c_str(),
+        ZEL_XCTRL_ExecuteXMLPars(session.uuid(), control.c_str(), 0, document.c_str(),
                                  answer.data(), &length, answer.size());
-    session.check(code, "execute " + arguments.name, controlsHint(arguments.address));
+    // With words of the module, of whatever length, it is a refusal that did not fit.
+    if (code == ZEL_SRV_BUFFER_TOO_SMALL && lastModuleText(session.uuid()).empty()) {
+        return keptAnswer(session, control, length);
+    }
+    stopIfInterrupted();
+    // The library does not look into the answer: what is no XML is what the module was sent.
+    session.judge(code, "execute " + control, controlsHint(session.address()),
+                  code < ZEL_OK ? Answer::words : Answer::data);
     answer.resize(length);
+    return answer;
+}
+
+void executeDocument(CommandOutput& output, const ControlArguments& arguments)
+{
+    const std::string document = readParameters(arguments.file);
+    const ModuleSession session(arguments.address);
+    const std::string answer = execute(session, arguments.name, document);
     if (output.isJson) {
         output.json(session.identity(), {{"control", arguments.name}, {"answer", answer}});
     } else {

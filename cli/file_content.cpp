@@ -59,6 +59,40 @@ std::string readHostFile(const std::string& name)
     return content;
 }
 
+void requireNewFile(const std::string& name, bool mayReplace)
+{
+    std::error_code ignored;
+    if (!mayReplace && std::filesystem::exists(hostPath(name), ignored)) {
+        throw CommandFailure({.problem = "there is a file " + name + " already",
+                              .advice = "name another file, or replace it with --force"});
+    }
+}
+
+void requireCopyableFile(const std::string& name)
+{
+    const auto path = hostPath(name);
+    std::error_code error;
+    const bool isRegular = std::filesystem::is_regular_file(path, error);
+    if (error) {
+        fail("open", name, error.value());
+    }
+    errno = 0;
+    std::ifstream file;
+    if (isRegular) {
+        file.open(path, std::ios::binary);
+        if (!file) {
+            fail("open", name, errno);
+        }
+    }
+    const bool hasSize =
+        isRegular && (std::filesystem::file_size(path, error) > 0 || file.peek() == EOF);
+    if (!hasSize) {
+        throw CommandFailure({.problem = name + " is no file that can be copied",
+                              .advice = "folders, pipes, devices and the system's own files are "
+                                        "not; put what they hold into a file first"});
+    }
+}
+
 void writeHostFile(const std::string& name, const std::string& content)
 {
     errno = 0;

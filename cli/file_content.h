@@ -14,6 +14,13 @@ std::string hostName(const std::filesystem::path& path);
 /// The whole file, or standard input for "-". Throws CommandFailure.
 std::string readHostFile(const std::string& name);
 
+/// Throws CommandFailure when the file is there and may not be replaced.
+void requireNewFile(const std::string& name, bool mayReplace);
+
+/// Throws CommandFailure for what cannot be copied: folders, pipes, devices, and files of the
+/// system that have no size of their own.
+void requireCopyableFile(const std::string& name);
+
 /// Throws CommandFailure when the file cannot be written wholly.
 void writeHostFile(const std::string& name, const std::string& content);
 

@@ -116,8 +116,8 @@ struct FlashStatus {
 FlashStatus flashStatus(const ModuleConnection& module)
 {
     FlashStatus flash;
-    module.check(ZEL_XSYS_GetFlashStatus(module.uuid(), &flash.status, &flash.progress),
-                 "read the flashing status");
+    module.checkReading(ZEL_XSYS_GetFlashStatus(module.uuid(), &flash.status, &flash.progress),
+                        "read the flashing status");
     return flash;
 }
 

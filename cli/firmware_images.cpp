@@ -13,12 +13,20 @@ namespace fs = std::filesystem;
 
 namespace {
 
+struct KnownImage {
+    const char* name;
+    std::uint64_t largestSize;
+};
+
 /// The order matters: the images that a module falls back to come first, the description last.
-constexpr std::array kImageNames{"pImage_bak",        "rootfs_bak.initrd", "pImage",
-                                 "rootfs.initrd",     "emptyfile.bin",     "afcdev.bin",
-                                 "MspAppl.bin",       "MspLoader.bin",     "ubootenv.bin",
-                                 "uboot.bin",         "NecAppl.bin",       "NecLoader.bin",
-                                 "FirmwareUpdate.xml"};
+constexpr std::array kKnownImages{
+    KnownImage{"pImage_bak", 0x100000},      KnownImage{"rootfs_bak.initrd", 0x400000},
+    KnownImage{"pImage", 0x100000},          KnownImage{"rootfs.initrd", 0x600000},
+    KnownImage{"emptyfile.bin", 0x300000},   KnownImage{"afcdev.bin", 0x100000},
+    KnownImage{"MspAppl.bin", 0x10000},      KnownImage{"MspLoader.bin", 0x10000},
+    KnownImage{"ubootenv.bin", 0x20000},     KnownImage{"uboot.bin", 0x40000},
+    KnownImage{"NecAppl.bin", 0x100000},     KnownImage{"NecLoader.bin", 0x100000},
+    KnownImage{"FirmwareUpdate.xml", 100000}};
 
 [[noreturn]] void fail(const std::string& problem, const std::error_code& error)
 {
@@ -42,6 +50,16 @@ fs::path makePrivateFolder()
     fail("could not make a folder in " + hostName(fs::temp_directory_path()), error);
 }
 
+void requireSize(const FirmwareImage& image, std::uint64_t largest)
+{
+    if (image.size > largest) {
+        throw CommandFailure({.problem = "the image " + hostName(image.path) + " has " +
+                                         std::to_string(image.size) + " bytes, but modules take " +
+                                         std::to_string(largest) + " at most",
+                              .advice = "nothing was sent; is it the right file?"});
+    }
+}
+
 } // namespace
 
 std::vector<FirmwareImage> firmwareImagesIn(const std::string& folder)
@@ -49,10 +67,12 @@ std::vector<FirmwareImage> firmwareImagesIn(const std::string& folder)
     const fs::path directory = hostPath(folder);
     std::vector<FirmwareImage> images;
     std::error_code error;
-    for (const char* const name : kImageNames) {
-        const fs::path path = directory / name;
-        if (fs::is_regular_file(path, error)) {
-            images.push_back({name, path, fs::file_size(path, error)});
+    for (const KnownImage& known : kKnownImages) {
+        const fs::path path = directory / known.name;
+        if (fs::exists(fs::symlink_status(path, error))) {
+            requireCopyableFile(hostName(path));
+            images.push_back({known.name, path, fs::file_size(path, error)});
+            requireSize(images.back(), known.largestSize);
         }
     }
     if (images.empty()) {

@@ -14,7 +14,7 @@ struct FirmwareImage {
 };
 
 /// The images that a folder holds, in the order in which they are transferred. Throws
-/// CommandFailure when there are none.
+/// CommandFailure when there are none, or one that no module takes.
 std::vector<FirmwareImage> firmwareImagesIn(const std::string& folder);
 
 /// A folder that holds one image alone, so that a transfer of it is a transfer of that image. Gone

@@ -53,6 +53,13 @@ std::string HelpFormatter::make_option_opts(const CLI::Option* option) const
     return option->get_option_text().empty() || isInName ? "" : " " + option->get_option_text();
 }
 
+std::string HelpFormatter::make_option_usage(const CLI::Option* option) const
+{
+    const std::string name =
+        make_option_name(option, true) + (option->get_expected_max() > 1 ? "..." : "");
+    return option->get_required() ? name : "[" + name + "]";
+}
+
 std::string HelpFormatter::make_option_desc(const CLI::Option* option) const
 {
     return wrapped(option->get_description(), kLineWidth - kNameColumn);

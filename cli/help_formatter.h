@@ -13,6 +13,7 @@ public:
 
     std::string make_option_name(const CLI::Option* option, bool isPositional) const override;
     std::string make_option_opts(const CLI::Option* option) const override;
+    std::string make_option_usage(const CLI::Option* option) const override;
     std::string make_option_desc(const CLI::Option* option) const override;
     std::string make_subcommand(const CLI::App* command) const override;
     std::string make_description(const CLI::App* app) const override;

@@ -51,6 +51,8 @@ int run(const std::vector<std::string>& arguments)
         application.output.failure(failure);
     } catch (const Interrupted&) {
         application.output.failure(CommandFailure({.problem = "stopped before the end"}));
+    } catch (const ReaderGone&) {
+        // Whoever closed the pipe has seen enough.
     } catch (const std::exception& error) {
         application.output.failure(CommandFailure({.problem = error.what()}));
     }

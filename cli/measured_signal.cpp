@@ -35,7 +35,7 @@ std::vector<MeasuredSignal> listSignals(const ModuleConnection& module)
         }
         infos.resize(count);
     }
-    module.check(code, "list the signals");
+    module.checkReading(code, "list the signals");
     std::vector<MeasuredSignal> signals;
     for (std::size_t i = 0; i < std::min<std::size_t>(count, infos.size()); ++i) {
         const ZEL_SignalInfoEx& info = infos[i];

@@ -35,6 +35,14 @@ std::string knownText(const char* text)
 
 } // namespace
 
+std::string lastModuleText(std::uint64_t uuid)
+{
+    const char* text = nullptr;
+    std::uint64_t length = 0;
+    const bool isKnown = ZEL_XPAR_GetLastErrMsgByUuid(uuid, &text, &length) == ZEL_OK;
+    return isKnown && text != nullptr ? std::string(text, length) : std::string{};
+}
+
 StartedLibrary::StartedLibrary()
 {
     const std::int32_t code = ZEL_Init();
@@ -92,16 +100,31 @@ void ModuleConnection::check(std::int32_t code, const std::string& tried,
                              const std::string& advice) const
 {
     stopIfInterrupted();
-    if (code >= ZEL_OK) {
-        if (code > ZEL_OK) {
-            warn(code, tried);
-        }
+    judge(code, tried, advice, Answer::words);
+}
+
+void ModuleConnection::checkReading(std::int32_t code, const std::string& tried,
+                                    const std::string& advice) const
+{
+    stopIfInterrupted();
+    judge(code, tried, advice, Answer::data);
+}
+
+void ModuleConnection::judge(std::int32_t code, const std::string& tried, const std::string& advice,
+                             Answer answer) const
+{
+    if (code == ZEL_OK) {
         return;
     }
     // The module's words first: asking for the code's text is a request of its own, which
     // overwrites them when it fails.
-    const std::string moduleText = lastModuleText();
-    const std::string own = adviceFor(code);
+    const bool mayHaveWords = code < ZEL_OK || answer == Answer::words;
+    const std::string moduleText = mayHaveWords ? lastModuleText(m_uuid) : std::string{};
+    if (code > ZEL_OK) {
+        warn(code, tried, moduleText);
+        return;
+    }
+    const std::string own = adviceAbout(code, answer == Answer::words || !moduleText.empty());
     throw CommandFailure({.problem = "could not " + tried + " on " + m_address,
                           .code = code,
                           .codeText = textOf(code),
@@ -109,12 +132,30 @@ void ModuleConnection::check(std::int32_t code, const std::string& tried,
                           .advice = own.empty() ? advice : own});
 }
 
-void ModuleConnection::warn(std::int32_t code, const std::string& tried) const
+void ModuleConnection::warn(std::int32_t code, const std::string& tried,
+                            const std::string& moduleText) const
 {
+    const bool isTold = m_told && m_told->code == code && m_told->moduleText == moduleText;
+    m_warning = isTold ? *m_told : Warning{code, textOf(code), moduleText};
+    if (isTold) {
+        return;
+    }
+    m_told = m_warning;
     const CommandFailure warning({.problem = m_address + " warned when asked to " + tried,
                                   .code = code,
-                                  .codeText = textOf(code)});
+                                  .codeText = m_warning->codeText,
+                                  .moduleText = moduleText});
     std::fputs(warning.message().c_str(), stderr);
+}
+
+std::string ModuleConnection::adviceAbout(std::int32_t code, bool isFromModule) const
+{
+    constexpr std::int32_t kInvalidView = -1004142; // the modules' own
+    if (code == kInvalidView) {
+        return "'zel views " + m_address + "' lists the views that the module has";
+    }
+    // The module means the document that it was sent, the library the one that came back.
+    return code == ZEL_PARAM_XML_ERROR && isFromModule ? std::string{} : adviceFor(code);
 }
 
 std::string ModuleConnection::textOf(std::int32_t code) const
@@ -125,15 +166,14 @@ std::string ModuleConnection::textOf(std::int32_t code) const
 nlohmann::json ModuleConnection::identity() const
 {
     // A number of 64 bits would lose its last digits in many readers of JSON.
-    return {{"address", m_address}, {"uuid", hexadecimal(m_uuid)}};
-}
-
-std::string ModuleConnection::lastModuleText() const
-{
-    const char* text = nullptr;
-    std::uint64_t length = 0;
-    const bool isKnown = ZEL_XPAR_GetLastErrMsgByUuid(m_uuid, &text, &length) == ZEL_OK;
-    return isKnown && text != nullptr ? std::string(text, length) : std::string{};
+    nlohmann::json identity{{"address", m_address}, {"uuid", hexadecimal(m_uuid)}};
+    if (m_warning) {
+        identity["warning"] = {{"code", m_warning->code},
+                               {"hex", hexadecimal(m_warning->code)},
+                               {"text", m_warning->codeText},
+                               {"module", m_warning->moduleText}};
+    }
+    return identity;
 }
 
 } // namespace zel::cli

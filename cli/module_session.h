@@ -22,6 +22,15 @@ public:
     static std::string textOf(std::int32_t code);
 };
 
+/// What a module said itself about the last request that it refused or warned of.
+std::string lastModuleText(std::uint64_t uuid);
+
+/// What a module sends with its answer besides the code.
+enum class Answer : std::uint8_t {
+    words, ///< an explanation, if anything
+    data   ///< what was asked for; an explanation only where there is a failure
+};
+
 /// One module, connected for as long as this lives. The library must be started.
 class ModuleConnection {
 public:
@@ -36,23 +45,43 @@ public:
     /// Throws CommandFailure for a negative code: "could not <tried> on <address>", with what the
     /// library and the module say about it. The advice holds for a refusal by the module; codes
     /// with an advice of their own keep that. A positive code is a module's warning: it is told on
-    /// standard error and the command goes on.
+    /// standard error, stands in identity(), and the command goes on. Stops after Ctrl-C.
     void check(std::int32_t code, const std::string& tried, const std::string& advice = {}) const;
+
+    /// The same for a call that brought data.
+    void checkReading(std::int32_t code, const std::string& tried,
+                      const std::string& advice = {}) const;
+
+    /// The same without a look at Ctrl-C, for what must not be lost.
+    void judge(std::int32_t code, const std::string& tried, const std::string& advice,
+               Answer answer) const;
+
+    /// Whether the module warned since the last forgetWarning().
+    bool hasWarned() const { return m_warning.has_value(); }
+    void forgetWarning() { m_warning.reset(); }
 
     /// The text for a code, asked from the module when the library has none; "" when neither has.
     std::string textOf(std::int32_t code) const;
 
-    /// What a result for programs begins with: the address and the UUID.
+    /// What a result for programs begins with: the address, the UUID and the last warning, if any.
     nlohmann::json identity() const;
 
 private:
-    void warn(std::int32_t code, const std::string& tried) const;
-    std::string lastModuleText() const;
+    struct Warning {
+        std::int32_t code = 0;
+        std::string codeText;
+        std::string moduleText;
+    };
+
+    void warn(std::int32_t code, const std::string& tried, const std::string& moduleText) const;
+    std::string adviceAbout(std::int32_t code, bool isFromModule) const;
 
     std::int32_t connect(const ModuleAddress& address);
 
     std::string m_address; // fixed at construction
     std::uint64_t m_uuid = 0;
+    mutable std::optional<Warning> m_warning;
+    mutable std::optional<Warning> m_told; // a module that warns again and again is told of once
 };
 
 /// What nearly every command needs: the library and one module.

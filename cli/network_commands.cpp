@@ -10,6 +10,7 @@
 #include "network_ports.h"
 #include "network_scan.h"
 #include "number_text.h"
+#include "printable.h"
 #include "text_reading.h"
 #include "ZEL_VR_Framework.h"
 
@@ -107,7 +108,7 @@ void scan(CommandOutput& output, const NetworkArguments& arguments)
     for (const FoundModule& module : modules) {
         entries.push_back(moduleJson(module));
         if (!module.fits()) {
-            notes += (notes.empty() ? "" : "\n") + misfitText(module);
+            notes += (notes.empty() ? "" : "\n") + printable(misfitText(module));
         }
     }
     if (output.isJson) {
@@ -132,46 +133,66 @@ public:
         } else {
             const FoundModule module = findModule(text);
             m_uuid = module.uuid;
-            m_name = module.name + " (" + hexadecimal(module.uuid) + ")";
+            m_name = printable(module.name) + " (" + hexadecimal(module.uuid) + ")";
         }
     }
 
     std::uint64_t uuid() const { return m_uuid; }
     const std::string& name() const { return m_name; }
 
-    void check(std::int32_t code, const std::string& tried) const
+    void check(std::int32_t code, const std::string& tried, Answer answer)
     {
         if (m_connection) {
-            m_connection->check(code, tried);
-        } else if (code < ZEL_OK) {
-            const char* message = nullptr;
-            std::uint64_t length = 0;
-            ZEL_XPAR_GetLastErrMsgByUuid(m_uuid, &message, &length);
-            throw CommandFailure(
-                {.problem = "could not " + tried + " of " + m_name,
+            m_connection->judge(code, tried, "", answer);
+        } else if (code != ZEL_OK) {
+            const bool hasFailed = code < ZEL_OK;
+            const CommandFailure failure(
+                {.problem = hasFailed ? "could not " + tried + " of " + m_name
+                                      : m_name + " warned when asked to " + tried,
                  .code = code,
                  .codeText = StartedLibrary::textOf(code),
-                 .moduleText = message ? std::string(message, length) : std::string{}});
+                 .moduleText = hasFailed || answer == Answer::words ? lastModuleText(m_uuid) : ""});
+            if (hasFailed) {
+                throw failure;
+            }
+            std::fputs(failure.message().c_str(), stderr);
+            m_warning = code;
         }
+    }
+
+    /// What a result for programs begins with.
+    nlohmann::json identity() const
+    {
+        if (m_connection) {
+            return m_connection->identity();
+        }
+        nlohmann::json identity{{"uuid", hexadecimal(m_uuid)}};
+        if (m_warning != ZEL_OK) {
+            identity["warning"] = {{"code", m_warning},
+                                   {"hex", hexadecimal(m_warning)},
+                                   {"text", StartedLibrary::textOf(m_warning)}};
+        }
+        return identity;
     }
 
 private:
     std::unique_ptr<ModuleConnection> m_connection;
     std::uint64_t m_uuid = 0;
     std::string m_name;
+    std::int32_t m_warning = ZEL_OK;
 };
 
 void show(CommandOutput& output, const NetworkArguments& arguments)
 {
     const StartedLibrary library;
-    const NetworkTarget target(arguments.module);
+    NetworkTarget target(arguments.module);
     std::string document;
     target.check(readGrowing(document,
                              [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
                                  return ZEL_XCOM_ReadNetSetting(target.uuid(), buffer, length,
                                                                 capacity);
                              }),
-                 "read the network settings");
+                 "read the network settings", Answer::data);
     pugi::xml_document parsed;
     parsed.load_buffer(document.data(), document.size());
     TextTable table({{"Setting"}, {"Value"}});
@@ -181,7 +202,7 @@ void show(CommandOutput& output, const NetworkArguments& arguments)
         settings[setting.name()] = setting.child_value();
     }
     if (output.isJson) {
-        output.json({{"uuid", hexadecimal(target.uuid())}, {"settings", settings}});
+        output.json(target.identity(), {{"settings", settings}});
     } else {
         output.table(table, "the module tells no settings");
     }
@@ -207,11 +228,11 @@ void set(CommandOutput& output, const NetworkArguments& arguments)
     std::ostringstream text;
     document.save(text, "", pugi::format_raw | pugi::format_no_declaration);
     const StartedLibrary library;
-    const NetworkTarget target(arguments.module);
+    NetworkTarget target(arguments.module);
     target.check(ZEL_XCOM_WriteNetSetting(target.uuid(), text.str().c_str(), text.str().size()),
-                 "write the network settings");
+                 "write the network settings", Answer::words);
     if (output.isJson) {
-        output.json({{"uuid", hexadecimal(target.uuid())}, {"written", true}});
+        output.json(target.identity(), {{"written", true}});
     } else {
         output.line(target.name() + " has taken the settings; 'zel scan' shows it with them");
     }
@@ -263,7 +284,7 @@ void doctor(CommandOutput& output, const NetworkArguments&)
         auto entry = adapterJson(adapter);
         entry["modules"] = heard;
         asked.push_back(entry);
-        text += "  " + adapter.name + ", " + adapterText(adapter) + ": ";
+        text += "  " + printable(adapter.name) + ", " + adapterText(adapter) + ": ";
         text += adapter.address.empty()
                     ? "asked by broadcast only; " + std::to_string(heard) +
                           " modules answered; give it an address in the modules' network\n"
@@ -277,10 +298,10 @@ void doctor(CommandOutput& output, const NetworkArguments&)
     auto found = nlohmann::json::array();
     for (const FoundModule& module : modules) {
         found.push_back(moduleJson(module));
-        text +=
-            "  " +
-            (module.fits() ? module.name + ", " + module.address + ": fine" : misfitText(module)) +
-            "\n";
+        text += "  " +
+                printable(module.fits() ? module.name + ", " + module.address + ": fine"
+                                        : misfitText(module)) +
+                "\n";
     }
     if (output.isJson) {
         output.json({{"ports", ports}, {"adapters", asked}, {"modules", found}});

@@ -36,7 +36,8 @@ std::optional<double> decimalNumber(std::string_view text)
     double number = 0;
     const auto end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc{} && stop == end ? std::optional{number} : std::nullopt;
+    const bool isWhole = error == std::errc{} && stop == end;
+    return isWhole && std::isfinite(number) ? std::optional{number} : std::nullopt;
 }
 
 std::optional<std::int32_t> resultCode(std::string_view text)

@@ -30,7 +30,7 @@ std::optional<Number> wholeNumber(std::string_view text)
     return error == std::errc{} && stop == end ? std::optional{number} : std::nullopt;
 }
 
-/// The whole text as a floating-point number, with "." before the decimals.
+/// The whole text as a finite floating-point number, with "." before the decimals.
 std::optional<double> decimalNumber(std::string_view text);
 
 /// A result code in any of the ways in which it is met: -1016035, 4293951261 or 0xFFF07F1D.

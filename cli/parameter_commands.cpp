@@ -81,6 +81,18 @@ std::int32_t write(std::uint64_t uuid, const SetArguments& arguments)
     return ZEL_XPAR_WriteStringPar(uuid, arguments.view, path, "", arguments.value.c_str());
 }
 
+/// The value that the module has now; the one that was sent where it does not tell.
+std::string valueNow(std::uint64_t uuid, const SetArguments& arguments)
+{
+    std::string value;
+    const std::int32_t code =
+        readGrowing(value, [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
+            return ZEL_XPAR_ReadPar(uuid, arguments.view, arguments.path.c_str(), "", buffer,
+                                    length, capacity);
+        });
+    return code < ZEL_OK ? arguments.value : value;
+}
+
 void set(CommandOutput& output, const SetArguments& arguments)
 {
     checkValue(arguments);
@@ -89,13 +101,20 @@ void set(CommandOutput& output, const SetArguments& arguments)
                   "set " + arguments.path + " to '" + arguments.value + "' " +
                       viewText(arguments.view),
                   schemaHint(arguments.address, arguments.view, arguments.path));
+    nlohmann::json result{{"view", arguments.view},
+                          {"path", arguments.path},
+                          {"as", arguments.type},
+                          {"written", arguments.value}};
+    // A module that warns may have taken another value than it was sent.
+    const std::string value =
+        session.hasWarned() ? valueNow(session.uuid(), arguments) : arguments.value;
+    if (session.hasWarned()) {
+        result["value"] = value;
+    }
     if (output.isJson) {
-        output.json(session.identity(), {{"view", arguments.view},
-                                         {"path", arguments.path},
-                                         {"as", arguments.type},
-                                         {"written", arguments.value}});
+        output.json(session.identity(), result);
     } else {
-        output.value(arguments.path + " = " + arguments.value);
+        output.value(arguments.path + " = " + value);
     }
 }
 

@@ -13,25 +13,53 @@ bool isContinuation(char c)
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
 }
 
+bool isControl(char c)
+{
+    return (c >= 0 && c < ' ') || c == '\x7F';
+}
+
+/// How many bytes the UTF-8 character takes that the text begins with; 0 when it is none. A lone
+/// byte above 0x7F is not harmless: terminals obey 0x9B as they do an escape sequence.
+std::size_t lengthOfCharacter(std::string_view text)
+{
+    const auto first = static_cast<unsigned char>(text[0]);
+    if (first < 0x80) {
+        return 1;
+    }
+    const std::size_t length = first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+    if (first < 0xC2 || first > 0xF4 || length > text.size()) {
+        return 0;
+    }
+    // What could be said with fewer bytes, halves of pairs, and what lies beyond all characters.
+    const auto second = static_cast<unsigned char>(text[1]);
+    const bool isOutside = (first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
+                           (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F);
+    const auto rest = text.substr(1, length - 1);
+    const bool isWhole = std::all_of(rest.begin(), rest.end(), isContinuation);
+    return isWhole && !isOutside ? length : 0;
+}
+
 } // namespace
 
 std::string printable(std::string_view text, bool keepLines)
 {
     std::string result;
     result.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        const bool isLayout = byte == '\n' || byte == '\t';
+    for (std::size_t i = 0; i < text.size();) {
+        const std::size_t length = lengthOfCharacter(text.substr(i));
+        const bool isLayout = text[i] == '\n' || text[i] == '\t';
         // U+0080 to U+009F, which some terminals obey like an escape sequence.
-        const bool isHighControl =
-            byte == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
-        if (isHighControl) {
-            result += "\\x" + hexDigits(text.substr(++i, 1));
-        } else if ((byte < 0x20 && !(isLayout && keepLines)) || byte == 0x7F) {
+        const bool isHighControl = length == 2 && text.substr(i, 2) < "\xC2\xA0";
+        if (length == 0) {
+            result += "\\x" + hexDigits(text.substr(i, 1));
+        } else if (isHighControl) {
+            result += "\\x" + hexDigits(text.substr(i + 1, 1));
+        } else if (isControl(text[i]) && !(isLayout && keepLines)) {
             result += "\\x" + hexDigits(text.substr(i, 1));
         } else {
-            result += text[i];
+            result += text.substr(i, length);
         }
+        i += std::max<std::size_t>(length, 1);
     }
     return result;
 }

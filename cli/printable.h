@@ -5,8 +5,9 @@
 
 namespace zel::cli {
 
-/// The text with control characters made visible: what a module sends must not steer the terminal
-/// of the person who reads it. Tabs and line ends stay where keepLines says so.
+/// The text with control characters, and bytes that are no UTF-8, made visible: what a module sends
+/// must not steer the terminal of the person who reads it. Tabs and line ends stay where keepLines
+/// says so.
 std::string printable(std::string_view text, bool keepLines = false);
 
 /// Without blanks and line ends around it.

@@ -1,8 +1,8 @@
 // zel record: measured values into a file.
 
 #include <chrono>
+#include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <thread>
@@ -14,6 +14,7 @@
 #include "interrupt.h"
 #include "measured_signal.h"
 #include "module_session.h"
+#include "number_text.h"
 #include "progress_bar.h"
 #include "recording.h"
 #include "ZEL_VR_Framework.h"
@@ -42,13 +43,8 @@ public:
         if (name.empty()) {
             return;
         }
-        const auto path = hostPath(name);
-        std::error_code ignored;
-        if (!mayReplace && std::filesystem::exists(path, ignored)) {
-            throw CommandFailure(
-                {.problem = name + " is there already", .advice = "--force replaces it"});
-        }
-        m_file.open(path, std::ios::binary | std::ios::trunc);
+        requireNewFile(name, mayReplace);
+        m_file.open(hostPath(name), std::ios::binary | std::ios::trunc);
         if (!m_file) {
             throw CommandFailure({.problem = "could not create " + name,
                                   .advice = "does the folder exist, and may you write there?"});
@@ -142,14 +138,14 @@ std::vector<std::string> headingOf(const ModuleSession& session)
     std::string module =
         "module: " + session.identity().at("uuid").get<std::string>() + " at " + session.address();
     constexpr std::uint32_t kView = 1;
-    if (ZEL_XPAR_ReadPar(session.uuid(), kView, "System/Name", "", name, &length, sizeof name) ==
+    if (ZEL_XPAR_ReadPar(session.uuid(), kView, "System/Name", "", name, &length, sizeof name) >=
         ZEL_OK) {
         module += std::string(", name ") + name;
     }
     return {"recorded by zel", module};
 }
 
-/// Fetches blocks until the time is over or Ctrl-C.
+/// Fetches blocks until what was wanted has come, or Ctrl-C, which is as good an end.
 class Recorder {
 public:
     Recorder(const ModuleSession& session, Recording& recording)
@@ -162,15 +158,13 @@ public:
         const auto start = Clock::now();
         while (!isInterrupted()) {
             const double elapsed = secondsSince(start);
-            if (seconds > 0 && elapsed >= seconds) {
+            if (seconds > 0 && isOver(elapsed - seconds)) {
                 break;
             }
             const double fill = fetch();
             draw(elapsed, seconds, fill);
             if (fill < kBusy) {
-                const double left = seconds > 0 ? seconds - secondsSince(start) : kPause;
-                std::this_thread::sleep_for(
-                    std::chrono::duration<double>(std::clamp(left, 0.0, kPause)));
+                std::this_thread::sleep_for(std::chrono::duration<double>(kPause));
             }
         }
         fetch(); // what was sampled since the last one
@@ -186,13 +180,20 @@ private:
         return std::chrono::duration<double>(Clock::now() - start).count();
     }
 
+    /// Values come some time after they were measured, and not at all from a signal that rests.
+    bool isOver(double secondsBeyond) const
+    {
+        constexpr double kLongestDelay = 1;
+        return secondsBeyond >= (m_recording.isComplete() ? 0 : kLongestDelay);
+    }
+
     /// How full the buffer came back, 0 to 1.
     double fetch()
     {
         std::uint64_t received = 0;
-        m_session.check(
+        m_session.judge(
             ZEL_XDAQ_GetMeasValBlock(m_session.uuid(), m_buffer.data(), &received, m_buffer.size()),
-            "fetch measured values", "what was recorded before is in the file");
+            "fetch measured values", "what was recorded before is in the file", Answer::data);
         const double fill = static_cast<double>(received) / kBufferSize;
         m_recording.take(m_buffer.data(), received, fill < kBusy);
         return fill;
@@ -238,6 +239,9 @@ void record(CommandOutput& output, const RecordArguments& arguments)
     Recording recording(
         signals, headingOf(session), [&](std::string_view text) { destination.write(text); },
         [](const std::string& note) { std::fprintf(stderr, "\nzel: %s\n", note.c_str()); });
+    if (arguments.duration > 0) {
+        recording.limit(static_cast<std::uint64_t>(std::llround(arguments.duration * 1e9)));
+    }
     try {
         Recorder(session, recording).run(arguments.duration);
     } catch (...) {
@@ -268,6 +272,16 @@ void record(CommandOutput& output, const RecordArguments& arguments)
     }
 }
 
+/// What is wrong with a rate or a time; "" for nothing.
+std::string refuseUnlessAboveZero(const std::string& text)
+{
+    constexpr double kLargest = 1e9; // more than 30 years, or samples in a nanosecond
+    const auto number = decimalNumber(text);
+    return number && *number > 0 && *number <= kLargest
+               ? ""
+               : "'" + text + "' is no number above 0 and up to 1000000000";
+}
+
 } // namespace
 
 void addRecordCommand(CLI::App& app, Application& application)
@@ -279,15 +293,16 @@ void addRecordCommand(CLI::App& app, Application& application)
               .examples = "  zel record 192.168.169.20 Force Torque --duration 10 --out run1.csv\n"
                           "  zel record 192.168.169.20 AnalogIn_Connector0.Signal0 --rate 1200"});
     const auto arguments = std::make_shared<RecordArguments>();
+    const CLI::Validator isAboveZero(refuseUnlessAboveZero, "");
     addAddressArgument(command, arguments->address);
     command.add_option("SIGNAL", arguments->signals, "References or names of signals")->required();
     command
         .add_option("--rate", arguments->rate,
                     "Sample rate; changes the parameter of the signals that are sampled evenly")
-        ->check(CLI::PositiveNumber)
+        ->check(isAboveZero)
         ->option_text("HZ");
     command.add_option("--duration", arguments->duration, "End after this time")
-        ->check(CLI::PositiveNumber)
+        ->check(isAboveZero)
         ->option_text("SECONDS");
     command.add_option("--out", arguments->file, "File for the values; otherwise standard output")
         ->option_text("FILE");

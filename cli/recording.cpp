@@ -1,16 +1,15 @@
 #include "recording.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "command_failure.h"
+#include "printable.h"
 #include "ZEL_VR_Framework.h"
 
 namespace zel::cli {
 
 namespace {
 
-constexpr std::uint64_t kEverything = std::numeric_limits<std::uint64_t>::max();
 /// A signal that sends nothing must not make the others wait for ever.
 constexpr std::size_t kMostWaiting = 4'000'000;
 constexpr std::size_t kPiece = 1U << 18U;
@@ -23,16 +22,9 @@ std::string quoted(const std::string& text)
         if (c == '"') {
             field += '"';
         }
-        field += c == '\n' || c == '\r' ? ' ' : c;
+        field += c;
     }
-    return field + '"';
-}
-
-std::string oneLine(std::string text)
-{
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < ' '; }, ' ');
-    return text;
+    return printable(field + '"');
 }
 
 } // namespace
@@ -119,14 +111,16 @@ void Recording::takeRecord(const void* block, const ZEL_DaqHeader& header, std::
         }
     }
     track.hasBegun = true;
-    m_samples += m_decoded.size();
     track.waiting.insert(track.waiting.end(), m_decoded.begin(), m_decoded.end());
 }
 
 void Recording::noteGap(Track& track, std::uint64_t expected, std::uint64_t found)
 {
+    if (expected >= m_end) {
+        return;
+    }
     ++m_gaps;
-    std::string note = track.signal.reference;
+    std::string note = printable(track.signal.reference);
     if (found < expected) {
         note += ": the module's clock went back";
     } else {
@@ -151,11 +145,12 @@ void Recording::writeUntil(std::uint64_t time)
                 next = std::min(next, track.waiting.front().time);
             }
         }
-        if (next == kEverything || next >= time) {
+        if (next == kEverything || next >= std::min(time, m_end)) {
             return;
         }
         if (!m_hasHeading) {
             m_start = next;
+            m_end = next + std::min(m_length, kEverything - next);
             writeHeading();
         }
         writeRow(next);
@@ -169,16 +164,16 @@ void Recording::writeHeading()
 {
     m_hasHeading = true;
     for (const std::string& line : m_heading) {
-        m_text += "# " + oneLine(line) + "\n";
+        m_text += "# " + printable(line) + "\n";
     }
     m_text += "# start: " + utcText(m_start) + "\n";
     for (const Track& track : m_tracks) {
         const MeasuredSignal& signal = track.signal;
-        m_text += oneLine("# signal: " + signal.reference + ", name " + quoted(signal.name) +
-                          ", unit " + quoted(signal.unit) + ", " +
-                          (signal.sampleRate > 0 ? shortNumber(signal.sampleRate) + " Hz"
-                                                 : std::string("time-stamped")) +
-                          ", " + dataTypeName(signal.dataType)) +
+        m_text += printable("# signal: " + signal.reference + ", name " + quoted(signal.name) +
+                            ", unit " + quoted(signal.unit) + ", " +
+                            (signal.sampleRate > 0 ? shortNumber(signal.sampleRate) + " Hz"
+                                                   : std::string("time-stamped")) +
+                            ", " + dataTypeName(signal.dataType)) +
                   "\n";
     }
     m_text += "time [s]";
@@ -203,10 +198,19 @@ void Recording::writeRow(std::uint64_t time)
         if (!track.waiting.empty() && track.waiting.front().time == time) {
             appendValue(m_text, track.waiting.front());
             track.waiting.pop_front();
+            ++m_samples;
         }
     }
     m_text += '\n';
     ++m_rows;
+}
+
+bool Recording::isComplete() const
+{
+    return std::ranges::all_of(m_tracks, [this](const Track& track) {
+        const std::uint64_t reached = track.start + timeOfIndex(track.count, track.rate);
+        return track.signal.sampleRate <= 0 || (track.hasBegun && reached >= m_end);
+    });
 }
 
 void Recording::finish()

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -22,11 +23,18 @@ public:
     Recording(std::vector<MeasuredSignal> signals, std::vector<std::string> heading, Write write,
               Notice notice);
 
+    /// Only what is measured within this time from the first sample on.
+    void limit(std::uint64_t nanoseconds) { m_length = nanoseconds; }
+
     /// `isAll`: the module had no more at that moment. Throws CommandFailure for bytes that are no
     /// block.
     void take(const void* block, std::uint64_t size, bool isAll);
     /// Writes what still waits for other signals.
     void finish();
+
+    /// Whether the evenly sampled signals have come up to the limit; the others come when they
+    /// come.
+    bool isComplete() const;
 
     std::uint64_t samples() const { return m_samples; }
     std::uint64_t lost() const { return m_lost; }
@@ -34,6 +42,8 @@ public:
     std::uint64_t rows() const { return m_rows; }
 
 private:
+    static constexpr std::uint64_t kEverything = std::numeric_limits<std::uint64_t>::max();
+
     struct Track {
         MeasuredSignal signal;
         std::deque<Sample> waiting;
@@ -59,6 +69,8 @@ private:
     std::string m_text;
     bool m_hasHeading = false;
     std::uint64_t m_start = 0;
+    std::uint64_t m_length = kEverything;
+    std::uint64_t m_end = kEverything; // known with the first row
     std::uint64_t m_samples = 0;
     std::uint64_t m_lost = 0;
     std::uint64_t m_gaps = 0;

@@ -48,7 +48,7 @@ void errors(CommandOutput& output, const StateArguments& arguments)
 {
     const ModuleSession session(arguments.address);
     const auto list = std::make_unique<ZEL_ErrorListEx>();
-    session.check(ZEL_XSTAT_GetErrorStatusEx(session.uuid(), list.get()), "read the errors");
+    session.checkReading(ZEL_XSTAT_GetErrorStatusEx(session.uuid(), list.get()), "read the errors");
     const auto count = std::min<std::uint32_t>(list->count, ZEL_LIST_SIZE_EX);
     TextTable table({{"Level", Align::right},
                      {"Code", Align::right},
@@ -81,7 +81,8 @@ void status(CommandOutput& output, const StateArguments& arguments)
 {
     const ModuleSession session(arguments.address);
     const auto list = std::make_unique<ZEL_StatusListEx>();
-    session.check(ZEL_XSTAT_GetModuleStatusEx(session.uuid(), list.get()), "read the status");
+    session.checkReading(ZEL_XSTAT_GetModuleStatusEx(session.uuid(), list.get()),
+                         "read the status");
     const auto count = std::min<std::uint32_t>(list->count, ZEL_LIST_SIZE_EX);
     TextTable table({{"Connector", Align::right},
                      {"Channel", Align::right},
@@ -100,7 +101,7 @@ void status(CommandOutput& output, const StateArguments& arguments)
                            {"channel", entry.channel},
                            {"signal", entry.signal},
                            {"statusId", entry.statusId},
-                           {"value", entry.value},
+                           {"value", std::to_string(entry.value)},
                            {"info", info}});
     }
     if (output.isJson) {
@@ -125,7 +126,7 @@ std::vector<ZEL_ConnectedModule> connectedModules(const ModuleSession& session)
         }
         modules.resize(modules.size() * 4);
     }
-    session.check(code, "list the connected modules");
+    session.checkReading(code, "list the connected modules");
     modules.resize(std::min<std::uint64_t>(count, modules.size()));
     return modules;
 }
@@ -161,10 +162,12 @@ void topology(CommandOutput& output, const TopologyArguments& arguments)
     auto identities = nlohmann::json::array();
     for (const auto& address : addresses) {
         connections.push_back(std::make_unique<ModuleConnection>(address));
-        identities.push_back(connections.back()->identity());
     }
     const std::string document =
         readText(*connections.front(), {.tried = "make the topology"}, ZEL_XSTAT_GetTopologyString);
+    for (const auto& connection : connections) {
+        identities.push_back(connection->identity());
+    }
     if (output.isJson) {
         output.json({{"modules", identities}, {"document", document}});
     } else {

@@ -58,31 +58,21 @@ void getFile(CommandOutput& output, const FileArguments& given)
     if (arguments.hostFile.empty()) {
         arguments.hostFile = given.moduleFile.substr(given.moduleFile.find_last_of("/\\") + 1);
     }
-    const auto path = hostPath(arguments.hostFile);
-    std::error_code ignored;
-    const bool isThere = std::filesystem::exists(path, ignored);
-    if (arguments.hostFile.empty() || (isThere && !arguments.isForced)) {
-        throw CommandFailure({.problem = arguments.hostFile.empty()
-                                             ? "'" + given.moduleFile + "' names no file"
-                                             : "there is a file " + arguments.hostFile + " already",
-                              .advice = arguments.hostFile.empty()
-                                            ? "name the file to write as HOSTFILE"
-                                            : "name another HOSTFILE, or replace it with --force"});
+    if (arguments.hostFile.empty()) {
+        throw CommandFailure({.problem = "'" + given.moduleFile + "' names no file",
+                              .advice = "name the file to write as HOSTFILE"});
     }
+    requireNewFile(arguments.hostFile, arguments.isForced);
     const ModuleSession session(arguments.address);
     const std::int32_t code = ZEL_XSYS_ReadFile(session.uuid(), "", arguments.moduleFile.c_str(),
                                                 arguments.hostFile.c_str());
-    if (code < ZEL_OK && !isThere) {
-        // The library makes the file first: an empty one would pass for an empty file of the
-        // module.
-        std::filesystem::remove(path, ignored);
-    }
-    session.check(code, "copy " + arguments.moduleFile + " to " + arguments.hostFile);
+    session.checkReading(code, "copy " + arguments.moduleFile + " to " + arguments.hostFile);
     reportCopy(output, session, arguments, arguments.moduleFile, arguments.hostFile);
 }
 
 void putFile(CommandOutput& output, const FileArguments& arguments)
 {
+    requireCopyableFile(arguments.hostFile);
     const ModuleSession session(arguments.address);
     session.check(ZEL_XSYS_WriteFile(session.uuid(), arguments.hostFile.c_str(), "",
                                      arguments.moduleFile.c_str()),
@@ -110,15 +100,27 @@ bool comesBack(const ModuleAddress& address, std::chrono::seconds time)
     return false;
 }
 
+/// A module may be gone before its answer is.
+bool isSilence(std::int32_t code)
+{
+    return code == ZEL_CONN_RECEIVE_FAILED || code == ZEL_TRANS_CANCELED ||
+           code == ZEL_TRANS_TIMEOUT_ACKNOWLEDGE || code == ZEL_TRANS_TIMEOUT_RESPONSE;
+}
+
 void restart(CommandOutput& output, const RestartArguments& arguments)
 {
     const ModuleAddress address = ModuleAddress::parse(arguments.address);
     const StartedLibrary library;
     nlohmann::json identity;
+    bool hasAnswered = true;
     {
         const ModuleConnection module(address);
+        const std::int32_t code = ZEL_XSYS_DoRestartSystem(module.uuid(), 0, 0);
+        hasAnswered = !isSilence(code);
+        if (hasAnswered) {
+            module.check(code, "restart the module");
+        }
         identity = module.identity();
-        module.check(ZEL_XSYS_DoRestartSystem(module.uuid(), 0, 0), "restart the module");
     }
     const std::chrono::seconds wait(arguments.waitSeconds);
     const bool isWaiting = arguments.waitSeconds > 0;
@@ -129,9 +131,11 @@ void restart(CommandOutput& output, const RestartArguments& arguments)
                               .advice = "it may need longer, or have another address now"});
     }
     if (output.isJson) {
-        output.json(identity, {{"restarted", true}, {"isBack", isWaiting}});
+        output.json(identity,
+                    {{"restarted", true}, {"answered", hasAnswered}, {"isBack", isWaiting}});
     } else {
-        output.value(address.text() + (isWaiting ? " was restarted and is back" : " restarts"));
+        output.value(address.text() + (isWaiting ? " was restarted and is back" : " restarts") +
+                     (hasAnswered ? "" : "; it gave no answer, like modules that go down at once"));
     }
 }
 
@@ -153,7 +157,7 @@ void debug(CommandOutput& output, const DebugArguments& arguments)
         }
         answer.assign(answer.size() * 16, '\0');
     }
-    session.check(code, "read the debug information " + std::to_string(arguments.id));
+    session.checkReading(code, "read the debug information " + std::to_string(arguments.id));
     answer.resize(std::min(answer.find('\0'), answer.size()));
     if (output.isJson) {
         output.json(session.identity(), {{"id", arguments.id}, {"answer", answer}});

@@ -19,6 +19,7 @@ struct TedsArguments {
     std::string address;
     std::uint32_t channel = 0;
     std::string file;
+    bool mayReplace = false;
 };
 
 using TedsIdentifier = std::array<char, 17>;
@@ -60,6 +61,9 @@ std::string hexDump(std::string_view data)
 void read(CommandOutput& output, const TedsArguments& arguments)
 {
     checkChannel(arguments);
+    if (!arguments.file.empty()) {
+        requireNewFile(arguments.file, arguments.mayReplace);
+    }
     const ModuleSession session(arguments.address);
     TedsIdentifier identifier{};
     const std::string data =
@@ -94,9 +98,10 @@ void write(CommandOutput& output, const TedsArguments& arguments)
     }
     const ModuleSession session(arguments.address);
     TedsIdentifier identifier{};
-    session.check(ZEL_XPAR_WriteTedsBinary(session.uuid(), arguments.channel, identifier.data(),
-                                           data.data(), data.size()),
-                  "write " + byteCount(data.size()) + " to the TEDS of " + channelText(arguments));
+    session.checkReading(ZEL_XPAR_WriteTedsBinary(session.uuid(), arguments.channel,
+                                                  identifier.data(), data.data(), data.size()),
+                         "write " + byteCount(data.size()) + " to the TEDS of " +
+                             channelText(arguments));
     if (output.isJson) {
         output.json(
             session.identity(),
@@ -126,7 +131,7 @@ TedsTexts readStatus(const ModuleSession& session, std::uint32_t connector)
                                        &errorLength, texts.error.size(), texts.warning.data(),
                                        &warningLength, texts.warning.size());
     }
-    session.check(code, "read the TEDS status of connector " + std::to_string(connector));
+    session.checkReading(code, "read the TEDS status of connector " + std::to_string(connector));
     texts.error.resize(errorLength);
     texts.warning.resize(warningLength);
     return texts;
@@ -162,6 +167,7 @@ void addRead(CLI::App& teds, Application& application)
     addAddressArgument(command, arguments->address);
     command.add_option("CHANNEL", arguments->channel, "Channel, counted from 1")->required();
     command.add_option("FILE", arguments->file, "File for the bytes; without it they are shown");
+    command.add_flag("--force", arguments->mayReplace, "Replace a file that is there");
     whenChosen(command, application, arguments, read);
 }
 

@@ -20,6 +20,9 @@ struct NoArguments {};
 
 std::string lookUp(std::int32_t code, const std::string& address)
 {
+    if (code == ZEL_OK) {
+        return "success";
+    }
     if (address.empty()) {
         const StartedLibrary library;
         return library.textOf(code);

@@ -45,7 +45,7 @@ template <class Call>
 std::string readText(const ModuleConnection& module, const Attempt& attempt, Call&& call)
 {
     std::string text;
-    module.check(readGrowing(text, call), attempt.tried, attempt.advice);
+    module.checkReading(readGrowing(text, call), attempt.tried, attempt.advice);
     return text;
 }
 

@@ -105,6 +105,10 @@ void convert(CommandOutput& output, const ConvertArguments& arguments)
                                          "' are units of different quantities",
                               .advice = "units with the same hundred in their code go together: "
                                         "'zel units'"});
+    if (!std::isfinite(*converted))
+        throw CommandFailure(
+            {.problem = realText(*value) + " " + from.name + " is too large a number in " + to.name,
+             .advice = "numbers go up to 1.8e308"});
     // What two offsets leave of each other is nothing but rounding.
     const double scale = (std::abs(from.offset) + std::abs(to.offset)) / to.factor;
     if (std::abs(*converted) < scale * 1e-14)

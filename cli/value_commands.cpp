@@ -77,7 +77,7 @@ std::vector<Reading> readAll(const ModuleSession& session, const std::vector<Mea
         values.resize(count);
         code = ZEL_XDAQ_GetAllMeasVals(session.uuid(), 1, values.data(), &count, values.size());
     }
-    session.check(code, "read the values");
+    session.checkReading(code, "read the values");
     std::vector<Reading> readings;
     for (std::size_t i = 0; i < count; ++i) {
         Reading reading;
@@ -118,7 +118,7 @@ public:
         for (const MeasuredSignal& signal : m_chosen) {
             Reading reading{signal};
             // The path of the list is right for every signal that has one.
-            m_session.check(
+            m_session.checkReading(
                 ZEL_XDAQ_GetMeasVal(m_session.uuid(), signal.reference.c_str(), &reading.value),
                 "read " + signal.reference,
                 "'zel signals " + m_session.address() + "' lists the signals");
@@ -201,7 +201,7 @@ private:
 void watch(CommandOutput& output, const ValueArguments& arguments)
 {
     using Clock = std::chrono::steady_clock;
-    const ModuleSession session(arguments.address);
+    ModuleSession session(arguments.address);
     const Reader reader(session, arguments.signals);
     const auto interval = std::chrono::duration_cast<Clock::duration>(
         std::chrono::duration<double>(arguments.interval));
@@ -215,6 +215,7 @@ void watch(CommandOutput& output, const ValueArguments& arguments)
         if (isInterrupted()) {
             return; // watching has no other end
         }
+        session.forgetWarning();
         const auto readings = reader.read();
         if (output.isJson) {
             output.json(session.identity(), {{"values", jsonOf(readings)}});

@@ -54,7 +54,7 @@ it_works() {
     local expected=$1
     shift
     run "$@"
-    [ "$code" -eq 0 ] && grep -qE -- "$expected" out && [ ! -s err ]
+    [ "$code" -eq 0 ] && grep -qE -- "$expected" out && [ ! -s err ] && [ -z "$(tail -c 1 out)" ]
     verdict $? "zel $* prints '$expected'"
 }
 
@@ -100,7 +100,11 @@ it_works '^Usage: zel teds read .*ADDRESS CHANNEL' teds read --help
 it_works '^Usage: zel teds ' teds
 it_fails "'gett' is no command of zel .*did you mean 'get'" gett "$module"
 it_fails "does not know what to do with '--viev' .*did you mean '--view'" get "$module" x --viev 3
-it_fails 'PATH is required .*zel get --help' get "$module"
+it_works '^Usage: .* ADDRESS ID \[PARAMETERS\.\.\.\]$' debug --help
+it_fails '^zel: get: PATH is required .*zel get --help' get "$module"
+for option in --section --write --view; do # an unset variable of a shell
+    it_fails "$option is given without a value" xml "$module" $option ''
+done
 json_holds "did you mean 'get'? 'zel --help' lists what there is" error advice -- gett
 for address in :1 host:0 host:65536 host:x '[::1' '[::1]1' ::1 'a b' ''; do
     it_fails 'no module address' get "$address" x
@@ -122,7 +126,7 @@ it_fails "could not set Amplifier/Range to '1000' .*$module.*out of range .*-100
 json_holds -1004110 error code -- set "$module" Amplifier/Range 1000
 it_works '^2\.5' get "$module" Amplifier/Range
 it_fails 'unknown tag.*zel xml' get "$module" Amplifier/None
-it_fails 'Invalid parameter view.*zel views' get "$module" System/Name --view 99
+it_fails "Invalid parameter view.*zel views $module" get "$module" System/Name --view 99
 it_works . default "$module" //Range
 it_works '^10\.0' get "$module" Amplifier/Range
 it_fails 'not said what is to be reset' default "$module"
@@ -147,11 +151,15 @@ it_fails 'could not write broken.xml to the section' xml "$module" --section Com
 it_works 'name="LEDFLASH"' controls "$module" --pretty
 it_works '^LEDFLASH is done$' control "$module" LEDFLASH 0 1
 it_fails 'NOPE.*the module says: .*zel controls' control "$module" NOPE
+it_fails 'the module says: .*zel controls' control "$module" SETZERO --xml broken.xml
+printf '<ControlParams/>\0' >zero.xml
+it_fails 'zero.xml holds a zero byte' control "$module" SETZERO --xml zero.xml
 it_works '^zeroed signal 1 of connector 1$' zero "$module" 1 1 --target -2.5
 it_works '^LED 0 is in mode 1$' led "$module" 0 1
 it_works '^no errors$' errors "$module"
 it_works '^ +1 +0 .* analog input$' status "$module"
 json_holds 1 status 0 statusId -- status "$module"
+it_works '"value":"[0-9]+"' status "$module" --json # 64 bits
 it_works 'Topology' topology "$module"
 
 # TEDS and files.
@@ -160,6 +168,8 @@ printf 'zero ends here\0\0\0' >teds.bin
 it_works '^wrote 17 bytes to TEDS [0-9A-F]{16}$' teds write "$module" 1 teds.bin
 json_holds 7A65726F20656E64732068657265000000 data -- teds read "$module" 1
 it_fails 'no channel 0' teds read "$module" 0
+it_fails 'a file teds.bin already.*--force' teds read "$module" 1 teds.bin
+it_fails 'no file that can be copied' file put "$module" . a/b
 it_works '^copied teds.bin to a/b \(17 bytes\)$' file put "$module" teds.bin a/b
 it_works '^copied a/b to b ' file get "$module" a/b
 cmp -s teds.bin b
@@ -178,6 +188,11 @@ run firmware write "$module" images
 verdict $? "zel firmware write sends and flashes the images of a folder"
 it_works ', 100 %$' firmware status "$module"
 it_fails 'holds no firmware image' firmware write "$module" .
+mkdir -p wrong/MspLoader.bin
+printf x >wrong/pImage
+it_fails 'MspLoader.bin is no file' firmware write "$module" wrong
+head -c 65537 images/pImage >wrong/MspAppl.bin
+it_fails 'MspAppl.bin has 65537 bytes.*nothing was sent' firmware write "$module" wrong
 it_works 'is back$' restart "$module" --wait 30
 
 # Texts.
@@ -185,6 +200,8 @@ it_works '^-1016035 \(0xFFF07F1D\)  SYS: Framework not started$' text 0xFFF07F1D
 it_works '^-1016035 ' text 4293951261
 it_works 'supply' text -1014999 --from "$module"
 it_fails 'no text is known .*--from ADDRESS' text -1014999
+it_works '^0 \(0x00000000\)  success$' text 0
+it_fails 'too large a number in nm' convert 1e308 km nm
 for code_text in '' abc 0x 0x1FFFFFFFF 4294967296 -2147483649 1.5; do
     it_fails 'is no result code' text "$code_text"
 done
@@ -214,7 +231,7 @@ run set "$module" \
 it_works '^recorded [0-9]+ samples in [0-9]+ rows to run.csv, without a gap$' \
     record "$module" Torque CanReceiver_Connector8.Decoder0.Signal0 --rate 1000 --duration 0.5 \
     --out run.csv
-it_fails 'run.csv is there already' record "$module" Torque --duration 0.1 --out run.csv
+it_fails 'a file run.csv already' record "$module" Torque --duration 0.1 --out run.csv
 tr -d '\r' <run.csv | awk -F, '
     /^# signal: AnalogIn_Connector0.Signal0, name "Torque", unit "N", 1000 Hz/ { named = 1 }
     /^[0-9]/ && $2 != "" {
@@ -225,12 +242,36 @@ tr -d '\r' <run.csv | awk -F, '
     }
     END { exit !(named && row > 300) }'
 verdict $? "run.csv holds the counter"
+it_works '^recorded 10 samples in 10 rows ' record "$module" Torque --duration 0.01 --out short.csv
+it_fails "'0' is no number above 0" record "$module" Torque --duration 0
 it_works '"lost":0' record "$module" Torque --duration 0.1 --out run.csv --force --json
 run watch "$module" Torque --count 2 --interval 0.05
 [ "$code" -eq 0 ] && [ "$(grep -c "^$signal" out)" -eq 2 ]
 verdict $? "zel watch shows values twice"
 
+# Warnings: the result is there, and the module's words are.
+cat >warning.json <<JSON
+{"modules": [{"port": 0, "answers": [
+  {"method": "1/9", "result": 1004110, "data": "limited to 100"},
+  {"method": "1/11", "result": 1004110, "data": "<ParViews/>"},
+  {"method": "3/1", "data": "$(head -c 1100000 /dev/zero | tr '\0' x)"}]}]}
+JSON
+start_module --script warning.json
+run set "$module" Amplifier/Range 500
+[ "$code" -eq 0 ] && grep -q '^Amplifier/Range = 10\.0' out && grep -q 'warned .*out of range' err &&
+    grep -q 'the module says: limited to 100$' err
+verdict $? "zel set shows a warning and the value that the module has"
+json_holds 'limited to 100' warning module -- set "$module" Amplifier/Range 500
+run views "$module"
+[ "$code" -eq 0 ] && grep -q '^<ParViews/>$' out && grep -q 'warned' err && ! grep -q ParViews err
+verdict $? "data that come with a warning are no words of the module"
+run control "$module" SETZERO --xml whole.xml
+[ "$code" -eq 0 ] && [ "$(wc -c <out)" -eq 1100001 ]
+verdict $? "an answer of a control that is too long for the buffer is not lost"
+
 # Modules that behave badly.
+start_module --fault disconnect:6/12
+it_works 'is back; it gave no answer' restart "$module" --wait 30
 it_fails 'could not connect to 127.0.0.1:1: TCP: Connect failed .*switched on' get 127.0.0.1:1 x
 start_module --fault disconnect:1/10
 it_fails 'could not read System/Name .*connection was lost' get "$module" System/Name
@@ -253,6 +294,34 @@ if [ "$(head -c 2 "$zel")" != '#!' ]; then
     code=$?
     [ "$code" -eq 1 ] && [ ! -s out ] && grep -q '^zel: stopped' err
     verdict $? "an interrupted command stops cleanly"
+
+    "$zel" record "$module" AnalogIn_Connector0.Signal0 --out stopped.csv >out 2>err &
+    process=$!
+    for _ in $(seq 1200); do
+        [ -e stopped.csv ] && break
+        sleep 0.05
+    done
+    sleep 0.3
+    kill -TERM $process
+    wait $process
+    code=$?
+    [ "$code" -eq 0 ] && grep -q '^recorded .* rows to stopped.csv' out &&
+        [ "$(grep -c '^[0-9]' stopped.csv)" -gt 100 ]
+    verdict $? "Ctrl-C is a good end of a recording"
+
+    it_works '= a\\x9B\\x9Bé$' set "$module" System/Name $'a\x9b\xc2\x9bé'
+    "$zel" units >/dev/full 2>err
+    code=$?
+    [ "$code" -eq 1 ] && grep -q 'No space left on device' err
+    verdict $? "a result that cannot be written is told of"
+    # Nobody reads the pipe any more.
+    mkfifo pipe
+    exec 3<>pipe 4>pipe 3>&-
+    "$zel" units >&4 2>err
+    code=$?
+    exec 4>&-
+    [ "$code" -eq 1 ] && [ ! -s err ]
+    verdict $? "a closed pipe ends a command without a word"
 fi
 
 printf '%d passed, %d failed\n' "$passed" "$failed"
