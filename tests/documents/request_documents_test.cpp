@@ -1,5 +1,4 @@
 #include "control_request.h"
-#include "parameter_documents.h"
 #include "request_document.h"
 #include "xml_escape.h"
 
@@ -12,40 +11,6 @@ namespace zel {
 namespace {
 
 #define DECLARATION "<?xml version=\"1.0\" encoding=\"UTF-8\"?>"
-
-TEST(RequestDocuments, OfParametersAreOneLineInTheOrderOfTheCatalogue)
-{
-    EXPECT_EQ(parameters::pathRequest(1, parameters::joinedPath("Amplifier", "Range")),
-              DECLARATION "<SrvParams><View>1</View><Path>Amplifier/Range</Path></SrvParams>");
-    EXPECT_EQ(parameters::pathRequest(4294967295U, parameters::joinedPath("Amplifier", "")),
-              DECLARATION "<SrvParams><View>4294967295</View><Path>Amplifier</Path></SrvParams>");
-    EXPECT_EQ(parameters::viewRequest(0), DECLARATION "<SrvParams><View>0</View></SrvParams>");
-    EXPECT_EQ(parameters::documentRequest(5, true), DECLARATION
-              "<SrvParams><View>5</View><CurrChoicesOnly>1</CurrChoicesOnly></SrvParams>");
-    EXPECT_EQ(parameters::sectionRequest(5, "A/B", false),
-              DECLARATION "<SrvParams><View>5</View><Path>A/B</Path>"
-                          "<CurrChoicesOnly>0</CurrChoicesOnly></SrvParams>");
-    EXPECT_EQ(
-        parameters::writeSectionRequest(1, "A[@address=\"1\"]", "<R unit='mV'>a&b</R>\xC3\xA4"),
-        DECLARATION "<SrvParams><View>1</View><Path>A[@address=&quot;1&quot;]</Path>"
-                    "<XmlSection>&lt;R unit=&apos;mV&apos;&gt;a&amp;b&lt;/R&gt;\xC3\xA4"
-                    "</XmlSection></SrvParams>");
-    EXPECT_EQ(parameters::writeDocumentRequest(2, {"<V/>more", 4}), DECLARATION
-              "<SrvParams><View>2</View><XmlSection>&lt;V/&gt;</XmlSection></SrvParams>");
-    EXPECT_EQ(parameters::activateDefaultRequest(1, "//*"),
-              DECLARATION "<SrvParams><View>1</View><Xpath>//*</Xpath></SrvParams>");
-    EXPECT_EQ(parameters::activateAllDefaultsRequest(), DECLARATION "<SrvParams></SrvParams>");
-}
-
-TEST(RequestDocuments, OfTedsCountChannelsFromZeroAndCarryCapitalHexadecimal)
-{
-    const unsigned char data[] = {0x00, 0x0F, 0xA0, 0xFF};
-    EXPECT_EQ(parameters::readTedsRequest(1),
-              DECLARATION "<SrvParams><Channel>0</Channel></SrvParams>");
-    EXPECT_EQ(parameters::writeTedsRequest(8, asBytes(data, sizeof(data))),
-              DECLARATION "<SrvParams><Channel>7</Channel><Tid>0</Tid>"
-                          "<BinData>000FA0FF</BinData></SrvParams>");
-}
 
 TEST(RequestDocuments, OfOtherServicesWriteEachKindOfValue)
 {

@@ -13,6 +13,13 @@
 // The system's interfaces have no virtual destructor, and are never destroyed through one.
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
+/// A function of an interface that nobody may ask for.
+#define NOT_ASKED(name, ...)                                                                       \
+    HRESULT STDMETHODCALLTYPE name(__VA_ARGS__) override                                           \
+    {                                                                                              \
+        return E_NOTIMPL;                                                                          \
+    }
+
 namespace zel::network {
 namespace {
 
@@ -104,49 +111,26 @@ public:
         return result;
     }
 
-    HRESULT STDMETHODCALLTYPE GetQualifierSet(IWbemQualifierSet**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Delete(LPCWSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetNames(LPCWSTR, LONG, VARIANT*, SAFEARRAY**) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE BeginEnumeration(LONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Next(LONG, BSTR*, VARIANT*, CIMTYPE*, LONG*) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE EndEnumeration() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetPropertyQualifierSet(LPCWSTR, IWbemQualifierSet**) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE Clone(IWbemClassObject**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetObjectText(LONG, BSTR*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SpawnDerivedClass(LONG, IWbemClassObject**) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CompareTo(LONG, IWbemClassObject*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetPropertyOrigin(LPCWSTR, BSTR*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE InheritsFrom(LPCWSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE PutMethod(LPCWSTR, LONG, IWbemClassObject*,
-                                        IWbemClassObject*) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DeleteMethod(LPCWSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE BeginMethodEnumeration(LONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE NextMethod(LONG, BSTR*, IWbemClassObject**,
-                                         IWbemClassObject**) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE EndMethodEnumeration() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetMethodQualifierSet(LPCWSTR, IWbemQualifierSet**) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE GetMethodOrigin(LPCWSTR, BSTR*) override { return E_NOTIMPL; }
+    NOT_ASKED(GetQualifierSet, IWbemQualifierSet**)
+    NOT_ASKED(Delete, LPCWSTR)
+    NOT_ASKED(GetNames, LPCWSTR, LONG, VARIANT*, SAFEARRAY**)
+    NOT_ASKED(BeginEnumeration, LONG)
+    NOT_ASKED(Next, LONG, BSTR*, VARIANT*, CIMTYPE*, LONG*)
+    NOT_ASKED(EndEnumeration)
+    NOT_ASKED(GetPropertyQualifierSet, LPCWSTR, IWbemQualifierSet**)
+    NOT_ASKED(Clone, IWbemClassObject**)
+    NOT_ASKED(GetObjectText, LONG, BSTR*)
+    NOT_ASKED(SpawnDerivedClass, LONG, IWbemClassObject**)
+    NOT_ASKED(CompareTo, LONG, IWbemClassObject*)
+    NOT_ASKED(GetPropertyOrigin, LPCWSTR, BSTR*)
+    NOT_ASKED(InheritsFrom, LPCWSTR)
+    NOT_ASKED(PutMethod, LPCWSTR, LONG, IWbemClassObject*, IWbemClassObject*)
+    NOT_ASKED(DeleteMethod, LPCWSTR)
+    NOT_ASKED(BeginMethodEnumeration, LONG)
+    NOT_ASKED(NextMethod, LONG, BSTR*, IWbemClassObject**, IWbemClassObject**)
+    NOT_ASKED(EndMethodEnumeration)
+    NOT_ASKED(GetMethodQualifierSet, LPCWSTR, IWbemQualifierSet**)
+    NOT_ASKED(GetMethodOrigin, LPCWSTR, BSTR*)
 };
 
 class FakeEnumeration final : public Counted<IEnumWbemClassObject> {
@@ -164,10 +148,10 @@ public:
         return result;
     }
 
-    HRESULT STDMETHODCALLTYPE Reset() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE NextAsync(ULONG, IWbemObjectSink*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Clone(IEnumWbemClassObject**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Skip(LONG, ULONG) override { return E_NOTIMPL; }
+    NOT_ASKED(Reset)
+    NOT_ASKED(NextAsync, ULONG, IWbemObjectSink*)
+    NOT_ASKED(Clone, IEnumWbemClassObject**)
+    NOT_ASKED(Skip, LONG, ULONG)
 };
 
 class FakeServices final : public Counted<IWbemServices> {
@@ -198,101 +182,29 @@ public:
                             (arguments ? L" with arguments" : L""));
     }
 
-    HRESULT STDMETHODCALLTYPE OpenNamespace(const BSTR, LONG, IWbemContext*, IWbemServices**,
-                                            IWbemCallResult**) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CancelAsyncCall(IWbemObjectSink*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE QueryObjectSink(LONG, IWbemObjectSink**) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE GetObjectAsync(const BSTR, LONG, IWbemContext*,
-                                             IWbemObjectSink*) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE PutClass(IWbemClassObject*, LONG, IWbemContext*,
-                                       IWbemCallResult**) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE PutClassAsync(IWbemClassObject*, LONG, IWbemContext*,
-                                            IWbemObjectSink*) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DeleteClass(const BSTR, LONG, IWbemContext*,
-                                          IWbemCallResult**) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DeleteClassAsync(const BSTR, LONG, IWbemContext*,
-                                               IWbemObjectSink*) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CreateClassEnum(const BSTR, LONG, IWbemContext*,
-                                              IEnumWbemClassObject**) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CreateClassEnumAsync(const BSTR, LONG, IWbemContext*,
-                                                   IWbemObjectSink*) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE PutInstance(IWbemClassObject*, LONG, IWbemContext*,
-                                          IWbemCallResult**) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE PutInstanceAsync(IWbemClassObject*, LONG, IWbemContext*,
-                                               IWbemObjectSink*) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DeleteInstance(const BSTR, LONG, IWbemContext*,
-                                             IWbemCallResult**) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DeleteInstanceAsync(const BSTR, LONG, IWbemContext*,
-                                                  IWbemObjectSink*) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CreateInstanceEnum(const BSTR, LONG, IWbemContext*,
-                                                 IEnumWbemClassObject**) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CreateInstanceEnumAsync(const BSTR, LONG, IWbemContext*,
-                                                      IWbemObjectSink*) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE ExecQueryAsync(const BSTR, const BSTR, LONG, IWbemContext*,
-                                             IWbemObjectSink*) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE ExecNotificationQuery(const BSTR, const BSTR, LONG, IWbemContext*,
-                                                    IEnumWbemClassObject**) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE ExecNotificationQueryAsync(const BSTR, const BSTR, LONG,
-                                                         IWbemContext*, IWbemObjectSink*) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE ExecMethodAsync(const BSTR, const BSTR, LONG, IWbemContext*,
-                                              IWbemClassObject*, IWbemObjectSink*) override
-    {
-        return E_NOTIMPL;
-    }
+    NOT_ASKED(OpenNamespace, const BSTR, LONG, IWbemContext*, IWbemServices**, IWbemCallResult**)
+    NOT_ASKED(CancelAsyncCall, IWbemObjectSink*)
+    NOT_ASKED(QueryObjectSink, LONG, IWbemObjectSink**)
+    NOT_ASKED(GetObjectAsync, const BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_ASKED(PutClass, IWbemClassObject*, LONG, IWbemContext*, IWbemCallResult**)
+    NOT_ASKED(PutClassAsync, IWbemClassObject*, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_ASKED(DeleteClass, const BSTR, LONG, IWbemContext*, IWbemCallResult**)
+    NOT_ASKED(DeleteClassAsync, const BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_ASKED(CreateClassEnum, const BSTR, LONG, IWbemContext*, IEnumWbemClassObject**)
+    NOT_ASKED(CreateClassEnumAsync, const BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_ASKED(PutInstance, IWbemClassObject*, LONG, IWbemContext*, IWbemCallResult**)
+    NOT_ASKED(PutInstanceAsync, IWbemClassObject*, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_ASKED(DeleteInstance, const BSTR, LONG, IWbemContext*, IWbemCallResult**)
+    NOT_ASKED(DeleteInstanceAsync, const BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_ASKED(CreateInstanceEnum, const BSTR, LONG, IWbemContext*, IEnumWbemClassObject**)
+    NOT_ASKED(CreateInstanceEnumAsync, const BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_ASKED(ExecQueryAsync, const BSTR, const BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_ASKED(ExecNotificationQuery, const BSTR, const BSTR, LONG, IWbemContext*,
+              IEnumWbemClassObject**)
+    NOT_ASKED(ExecNotificationQueryAsync, const BSTR, const BSTR, LONG, IWbemContext*,
+              IWbemObjectSink*)
+    NOT_ASKED(ExecMethodAsync, const BSTR, const BSTR, LONG, IWbemContext*, IWbemClassObject*,
+              IWbemObjectSink*)
 };
 
 using Log = std::vector<std::wstring>;

@@ -6,7 +6,6 @@
 
 #include <atomic>
 #include <bit>
-#include <list>
 #include <map>
 #include <string>
 
@@ -456,49 +455,6 @@ TEST_F(FreeRunningModule, FillsEveryBlockWithoutAGap)
     }
     EXPECT_FALSE(reportsOverrun());
     EXPECT_GT(number, 140'000u);
-}
-
-/// Real time with the host's clock: 16 modules at 1 MS/s each, and not one sample is lost.
-TEST(ManyModules, MeasureAMillionSamplesASecondEach)
-{
-    constexpr std::uint64_t kSamples = 1'000'000;
-    struct Fetching {
-        explicit Fetching(Module& which) : module(which), host(which.port(), which.uuid()) {}
-
-        Module& module;
-        WireHost host;
-        std::uint64_t start = 0;
-        std::uint64_t fetched = 0;
-    };
-    Simulator simulator;
-    std::list<Fetching> all;
-    for (unsigned number = 0; number < 16; ++number) {
-        ModuleSettings settings;
-        settings.uuid += number;
-        settings.bufferTime = milliseconds{60000}; // sanitizers make all of it slow
-        Module& module = simulator.addModule(settings);
-        ASSERT_TRUE(module.parameters().set(std::string{kSync1} + "SampleRate", "1000000"));
-        const std::string request = signal(kAnalog0, 1, 2'000'000) + "<StartTime>0</StartTime>";
-        ASSERT_EQ(all.emplace_back(module).host.call(5, 2, params(request)).result, 0);
-    }
-    for (bool isComplete = false; !isComplete;) {
-        isComplete = true;
-        for (Fetching& fetching : all) {
-            const std::string block =
-                fetching.host.call(5, 1, params("<MaxSize>1000000</MaxSize>")).data;
-            if (!block.empty()) {
-                const std::uint64_t time = std::stoull(hex(block.substr(8, 8)), nullptr, 16);
-                if (fetching.fetched == 0)
-                    fetching.start = time;
-                EXPECT_EQ(time, fetching.start + fetching.fetched * 1000);
-                fetching.fetched += std::stoul(hex(block.substr(4, 4)), nullptr, 16);
-            }
-            isComplete = isComplete && fetching.fetched >= kSamples;
-        }
-    }
-    for (Fetching& fetching : all)
-        EXPECT_FALSE(fetching.module.inspect(
-            [](ModuleModel& model) { return model.measurements.overrunSignal().has_value(); }));
 }
 
 } // namespace
