@@ -1,14 +1,14 @@
+#include "stopwatch.h"
 #include "ZEL_VR_Framework.h"
 
 #include <benchmark/benchmark.h>
 
-#include <chrono>
 #include <cstring>
 #include <vector>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using namespace zel::bench;
 
 constexpr std::size_t kHeaderSize = 24;
 
@@ -30,11 +30,6 @@ void appendRecord(std::vector<unsigned char>& block, std::uint8_t type, std::uin
     const std::size_t element = (type & 15) == 0 ? 16 : type & 15;
     for (std::size_t i = 0; i < element * count; ++i)
         block.push_back(static_cast<unsigned char>(i * 31));
-}
-
-double secondsOf(Clock::time_point began)
-{
-    return std::chrono::duration<double>(Clock::now() - began).count();
 }
 
 /// Converts a record of so many KiB, by turns with a memcpy of the same bytes.
@@ -59,13 +54,13 @@ void GetDaqDataBesideMemcpy(benchmark::State& state)
             ZEL_XUTIL_GetDaqData(offset, block.data(), &header, output.data(), size);
             benchmark::ClobberMemory();
         }
-        ours += secondsOf(began);
+        ours += secondsSince(began);
         began = Clock::now();
         for (int i = 0; i < kRun; ++i) {
             std::memcpy(output.data(), block.data() + offset, size);
             benchmark::ClobberMemory();
         }
-        theirs += secondsOf(began);
+        theirs += secondsSince(began);
     }
     const double bytes =
         static_cast<double>(state.iterations()) * kRun * static_cast<double>(size) / 1e9;

@@ -7,7 +7,6 @@
 #include "transaction_header.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <optional>

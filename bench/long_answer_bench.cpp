@@ -1,21 +1,15 @@
 #include "library_session.h"
 #include "processors.h"
+#include "stopwatch.h"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <chrono>
 #include <vector>
 
 namespace {
 
 using namespace zel::bench;
-using Clock = std::chrono::steady_clock;
-
-double secondsOf(Clock::time_point began)
-{
-    return std::chrono::duration<double>(Clock::now() - began).count();
-}
 
 void receiveStream(BareSocket& bare, std::vector<char>& buffer, bool isAcknowledged)
 {
@@ -48,13 +42,13 @@ void LongAnswerBesideBare(benchmark::State& state)
         if (ZEL_XPAR_ReadXML(library.module(0), 1, 0, buffer.data(), &length, buffer.size()) !=
             ZEL_OK)
             throw std::runtime_error("the long answer failed");
-        ours += secondsOf(began);
+        ours += secondsSince(began);
         began = Clock::now();
         receiveStream(bare, buffer, true);
-        acknowledged += secondsOf(began);
+        acknowledged += secondsSince(began);
         began = Clock::now();
         receiveStream(bare, buffer, false);
-        plain += secondsOf(began);
+        plain += secondsSince(began);
     }
     const double mebibytes =
         static_cast<double>(state.iterations()) * (FixedAnswerModule::kLongAnswer >> 20);

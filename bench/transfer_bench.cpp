@@ -1,10 +1,10 @@
 #include "library_session.h"
 #include "processors.h"
+#include "stopwatch.h"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 
@@ -13,12 +13,6 @@
 namespace {
 
 using namespace zel::bench;
-using Clock = std::chrono::steady_clock;
-
-double secondsOf(Clock::time_point began)
-{
-    return std::chrono::duration<double>(Clock::now() - began).count();
-}
 
 void sendBare(BareSocket& bare, const std::string& chunk)
 {
@@ -48,10 +42,10 @@ void FileBesideBare(benchmark::State& state)
         auto began = Clock::now();
         if (ZEL_XSYS_WriteFile(library.module(0), file.c_str(), "", "bench") != ZEL_OK)
             throw std::runtime_error("the file was not taken");
-        ours += secondsOf(began);
+        ours += secondsSince(began);
         began = Clock::now();
         sendBare(bare, chunk);
-        theirs += secondsOf(began);
+        theirs += secondsSince(began);
     }
     std::filesystem::remove(file);
     const double mebibytes =

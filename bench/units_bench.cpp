@@ -1,6 +1,6 @@
 // Looking units up, beside a search of the table from its start.
 
-#include "units.h"
+#include "unit_table.h"
 #include "ZEL_VR_Framework.h"
 
 #include <algorithm>

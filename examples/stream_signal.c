@@ -37,12 +37,12 @@ static unsigned long print_block(uint64_t size, float* latest)
     for (uint32_t index = 0;
          ZEL_XUTIL_GetDaqHeader(ZEL_DAQ_BY_INDEX, index, block, size, &header, &offset) == ZEL_OK;
          ++index) {
-        /* 36: 32-bit floats; other types need a buffer of their own kind. */
-        if (header.signalId != ID || header.dataType != 36)
+        /* Kind 1: evenly sampled; 36: 32-bit floats. Others are taken apart in their own way. */
+        if (header.signalId != ID || header.kind != 1 || header.dataType != 36)
             continue;
         ZEL_XUTIL_GetDaqData(offset, block, &header, values, sizeof values);
         for (uint32_t i = 0; i < header.count && i < LARGEST_RECORD; ++i) {
-            /* In records of kind 1 the extra value is the sample rate in millihertz. */
+            /* The extra value is the sample rate in millihertz. */
             const uint64_t nanoseconds =
                 header.timeStamp + (uint64_t)((double)i * 1e12 / (double)header.extra.u64);
             printf("%" PRIu64 ".%09" PRIu64 "  %g\n", nanoseconds / 1000000000,

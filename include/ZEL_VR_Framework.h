@@ -19,10 +19,11 @@
  * Results
  * -------
  * An export returns 0 (ZEL_OK) or a negative code; a positive code is a module's warning. The names
- * below are the codes that the library itself returns. A module answers a request with a code of
- * its own where it refuses it; ZEL_XUTIL_GetText knows the text of both,
- * ZEL_XPAR_GetLastErrMsgByUuid the module's explanation. Two words stand for groups of codes in the
- * descriptions of the exports:
+ * below are the library's own codes; a few of them appear in its log only. A module answers a
+ * request with a code of its own where it refuses it; ZEL_XUTIL_GetText knows the text of both,
+ * ZEL_XPAR_GetLastErrMsgByUuid the module's explanation. Every export that returns a result may
+ * give ZEL_SYS_NO_OBJECT where memory runs out; its description names the code where there are
+ * other reasons. Two words stand for groups of codes in the descriptions of the exports:
  *
  *  - "started codes": ZEL_SYS_NOT_STARTED, which always comes before every other check, and
  *    ZEL_SYS_BAD_PARAMETER for a null pointer, which always comes before anything is sent;
@@ -30,9 +31,8 @@
  *    ZEL_CONN_UNKNOWN_UUID (no connection to that module), ZEL_CONN_SEND_FAILED,
  *    ZEL_CONN_RECEIVE_FAILED (connection lost while waiting), ZEL_TRANS_TIMEOUT_SEND,
  *    ZEL_TRANS_TIMEOUT_ACKNOWLEDGE, ZEL_TRANS_TIMEOUT_RESPONSE, ZEL_TRANS_WRONG_TYPE,
- *    ZEL_TRANS_INVALID_FORMAT, ZEL_TRANS_HEADER_ERROR, ZEL_SRV_RESPONSE_MISMATCH,
- *    ZEL_SRV_NO_TELEGRAM, ZEL_SYS_NO_OBJECT (out of memory, threads or handles), or the code with
- *    which the module itself answered.
+ *    ZEL_TRANS_INVALID_FORMAT, ZEL_SRV_RESPONSE_MISMATCH, ZEL_SYS_NO_OBJECT (out of memory, threads
+ *    or handles), or the code with which the module itself answered.
  *
  * Texts and buffers
  * -----------------
@@ -126,7 +126,7 @@ extern "C" {
 #define ZEL_FILE_WRITE (-1004199)         /**< the host file cannot be written */
 #define ZEL_FILE_OPEN (-1004200)          /**< the host file cannot be opened */
 #define ZEL_FILE_NOT_FOUND (-1004201)     /**< the folder holds none of the files */
-#define ZEL_SYS_FILE_TOO_LARGE (-1016049) /**< firmware image above its largest size */
+#define ZEL_SYS_FILE_TOO_LARGE (-1016049) /**< the host file is more than can be sent */
 
 /* measured values */
 #define ZEL_DAQ_SUBSCRIPTION_STATE (-1014004) /**< not in the order open, add, finish */
@@ -487,8 +487,8 @@ ZEL_LAYOUT(sizeof(ZEL_ReplyMessage) == 288);
  * while the library is started changes nothing. Calls do not nest: one ZEL_Unload ends them all.
  *
  * @return always 1, not ZEL_OK. Where the host cannot give the library its thread or its memory,
- * the C++ exception that says so (std::system_error, std::bad_alloc) leaves this one export, the
- *         library is not started, and a later call may try again.
+ *         the C++ exception that says so (std::system_error, std::bad_alloc) leaves this one
+ *         export, the library is not started, and a later call may try again.
  * @threads any; calls of ZEL_Init and ZEL_Unload wait for each other
  */
 ZEL_API int32_t ZEL_Init(void);
@@ -515,8 +515,8 @@ ZEL_API void ZEL_Unload(void);
  * @param port     TCP port of the module
  * @param uuid     receives the module's UUID
  * @return ZEL_OK; started codes; ZEL_TCP_CONNECT_FAILED (the name does not resolve, or nobody
- * accepts within 5 s); ZEL_CONN_NO_ADDRESS_RESPONSE (connected, but no valid answer within 5 s);
- *         ZEL_SYS_NO_OBJECT
+ *         accepts within 5 s); ZEL_CONN_NO_ADDRESS_RESPONSE (connected, but no valid answer within
+ *         5 s); ZEL_SYS_NO_OBJECT
  * @threads any; blocks for name resolution, then at most 10 s
  */
 ZEL_API int32_t ZEL_XCOM_ConnectToTcpIpDev(const char* address, uint16_t port, uint64_t* uuid);
@@ -583,7 +583,7 @@ ZEL_API int32_t ZEL_XCOM_GetSyncReqrSrvLastErrDatByUuid(uint64_t uuid, const cha
  * fit the host's subnet (broadcast and multicast of 6/13).
  *
  * @param adapter   number of the adapter in the document of ZEL_XCOM_GetNetAdapter;
- * ZEL_ALL_ADAPTERS, or any number that is not in that list, scans all
+ *                  ZEL_ALL_ADAPTERS, or any number that is not in that list, scans all
  * @param buffer    receives the document, by the buffer rule
  * @param length    receives its length
  * @param capacity  size of buffer in bytes, not 0
@@ -598,7 +598,7 @@ ZEL_API int32_t ZEL_XCOM_DoNetScan(uint32_t adapter, char* buffer, uint64_t* len
  *
  * @param adapter  as for ZEL_XCOM_DoNetScan
  * @param segment  receives the modules, 22536 bytes; modules beyond the 128 that it holds are left
- * out
+ *                 out
  * @return ZEL_OK; started codes
  * @threads any; blocks for 3 s
  */
@@ -668,8 +668,8 @@ ZEL_API int32_t ZEL_XCOM_ReadNetSettings(uint64_t uuid, char* buffer, uint64_t* 
  *
  * @param uuid      module, connected or found by a scan
  * @param document  the "Network" section as ZEL_XCOM_ReadNetSettings gave it, changed; passed on as
- * is
- * @param length    its length in bytes; the text ends there, or at its NUL when that comes first
+ *                  is
+ * @param length    its length in bytes; the document need not be terminated
  * @return ZEL_OK; started codes; request codes
  * @threads any; blocks for the request time, twice for a module without a connection
  */
@@ -692,7 +692,7 @@ ZEL_API int32_t ZEL_XCOM_Async_ReadData(uint32_t handle);
  * @param timeoutMs  longest time to wait, in milliseconds
  * @return ZEL_OK (the block is in the buffer); ZEL_SYS_NOT_STARTED; ZEL_INDEX_OUT_OF_RANGE (no such
  *         handle, or already read); ZEL_UTIL_WAIT_TIMEOUT; ZEL_SRV_BUFFER_TOO_SMALL (nothing
- * copied, the received length tells what is needed); ZEL_POINTER_NULL; request codes
+ *         copied, the received length tells what is needed); ZEL_POINTER_NULL; request codes
  * @threads any; blocks for at most timeoutMs, and all other asynchronous starts and reads with it
  */
 ZEL_API int32_t ZEL_XCOM_Async_ReadData_Timeout(uint32_t handle, uint32_t timeoutMs);
@@ -880,7 +880,7 @@ ZEL_API int32_t ZEL_XPAR_GetMaxCount(uint64_t uuid, uint32_t view, const char* p
  *
  * @param channel   channel, counted from 1
  * @param tid       receives the identifier of the TEDS: 16 hexadecimal digits, least significant
- * byte first, and a NUL; 17 bytes
+ *                  byte first, and a NUL; 17 bytes
  * @param data      receives the bytes
  * @param length    receives their number, also when they do not fit
  * @param capacity  size of data in bytes; as many bytes as that fit
@@ -898,7 +898,7 @@ ZEL_API int32_t ZEL_XPAR_ReadTedsBinary(uint64_t uuid, uint32_t channel, char* t
  *
  * @param channel  channel, counted from 1
  * @param tid      receives the identifier that the module assigned, as for ZEL_XPAR_ReadTedsBinary;
- * 17 bytes
+ *                 17 bytes
  * @param data     the bytes
  * @param length   their number
  * @return ZEL_OK; started codes (null tid); ZEL_SRV_INVALID_PARAMETERS (null data, channel 0);
@@ -914,7 +914,7 @@ ZEL_API int32_t ZEL_XPAR_WriteTedsBinary(uint64_t uuid, uint32_t channel, char* 
  * none.
  *
  * @param text    receives a pointer to the text. The library owns it: it is valid until the next
- * failed request to that module, or ZEL_Unload
+ *                failed request to that module, or ZEL_Unload
  * @param length  receives its length in bytes
  * @return ZEL_OK; started codes
  * @threads any; returns at once
@@ -1001,7 +1001,8 @@ ZEL_API int32_t ZEL_XCTRL_ReadXSD(uint64_t uuid, const char* control, char* buff
                                   uint64_t* length, uint64_t capacity);
 
 /**
- * As ZEL_XCTRL_ReadXML, for the control's style sheet (3/4).
+ * As ZEL_XCTRL_ReadXML, for the control's style sheet (3/4). With a capacity of 0 buffer and length
+ * may be null.
  *
  * @threads any; blocks for the request time
  */
@@ -1087,7 +1088,7 @@ ZEL_API int32_t ZEL_XCTRL_TransmitUserCanMsg(uint64_t uuid, uint32_t connector, 
  * @param generator  number of the generator
  * @param frequency  receives the clock in hertz; 0 when the call fails or the answer does not tell
  * @return ZEL_OK; started codes; ZEL_SRV_BUFFER_TOO_SMALL (an answer of 1024 bytes or more);
- * request codes
+ *         request codes
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XCTRL_GetSignalGeneratorClock(uint64_t uuid, uint32_t generator,
@@ -1145,7 +1146,7 @@ ZEL_API int32_t ZEL_XDAQ_AddSignal(uint64_t uuid, const char* reference, uint16_
  *
  * @param startTime  time at which the module starts, 0 for at once
  * @return ZEL_OK; ZEL_SYS_NOT_STARTED; ZEL_FAILED (never opened); ZEL_DAQ_SUBSCRIPTION_STATE
- * (already finished); request codes
+ *         (already finished); request codes
  * @threads any; blocks for the request time, and the subscription calls of all modules with it
  */
 ZEL_API int32_t ZEL_XDAQ_FinishSubscription(uint64_t uuid, uint64_t startTime);
@@ -1350,7 +1351,8 @@ ZEL_API int32_t ZEL_XSTAT_GetErrorStatus(uint64_t uuid, ZEL_ErrorList* list);
 ZEL_API int32_t ZEL_XSTAT_GetErrorStatusEx(uint64_t uuid, ZEL_ErrorListEx* list);
 
 /**
- * Reads a module's errors as the module words them (2/2), by the buffer rule.
+ * Reads a module's errors as the module words them (2/2), by the buffer rule. With a capacity of 0
+ * buffer and length may be null.
  *
  * @return ZEL_OK; started codes; ZEL_SRV_BUFFER_TOO_SMALL; request codes
  * @threads any; blocks for the request time
@@ -1375,7 +1377,8 @@ ZEL_API int32_t ZEL_XSTAT_GetModuleStatus(uint64_t uuid, ZEL_StatusList* list);
 ZEL_API int32_t ZEL_XSTAT_GetModuleStatusEx(uint64_t uuid, ZEL_StatusListEx* list);
 
 /**
- * Reads a module's status as the module words it (2/3), by the buffer rule.
+ * Reads a module's status as the module words it (2/3), by the buffer rule. With a capacity of 0
+ * buffer and length may be null.
  *
  * @return ZEL_OK; started codes; ZEL_SRV_BUFFER_TOO_SMALL; request codes
  * @threads any; blocks for the request time
@@ -1395,7 +1398,7 @@ ZEL_API int32_t ZEL_XSTAT_GetModuleStatusString(uint64_t uuid, char* buffer, uin
  * @param warningLength    receives its whole length
  * @param warningCapacity  size of warning in bytes, at least 1
  * @return ZEL_OK; started codes; ZEL_SRV_BUFFER_TOO_SMALL (a text was cut); ZEL_PARAM_XML_ERROR
- * (the answer makes no sense); request codes
+ *         (the answer makes no sense); request codes
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XSTAT_GetTedsStatus(uint64_t uuid, uint32_t connector, uint32_t* status,
@@ -1445,7 +1448,7 @@ ZEL_API int32_t ZEL_XSTAT_GetTopologyString(char* buffer, uint64_t* length, uint
  * @param ignored  pass 0
  * @param cold     exactly 1: sent by multicast, then by broadcast when nobody answers, so that a
  *                 module without a connection is reached; else sent on the module's connection,
- * which is closed afterwards
+ *                 which is closed afterwards
  * @return ZEL_OK; ZEL_SYS_NOT_STARTED; request codes
  * @threads any; blocks for the request time, twice where it is sent again
  */
@@ -1474,7 +1477,7 @@ ZEL_API int32_t ZEL_XSYS_GetBackgroundServiceResult(uint64_t uuid, uint32_t serv
  * @param folder  host folder with the images, UTF-8
  * @return ZEL_OK; started codes; ZEL_FILE_NOT_FOUND (not one image in the folder); ZEL_FILE_OPEN;
  *         ZEL_FILE_READ; ZEL_SYS_FILE_TOO_LARGE; request codes. Images sent before a failure stay
- * on the module
+ *         on the module
  * @threads any, one transfer at a time; blocks for the transfer of all images
  */
 ZEL_API int32_t ZEL_XSYS_WriteFirmware(uint64_t uuid, const char* folder);
@@ -1524,7 +1527,7 @@ ZEL_API int32_t ZEL_XSYS_WriteFile(uint64_t uuid, const char* hostFile, const ch
  *
  * @param moduleFolder  folder on the module; may be ""
  * @param moduleFile    file name on the module
- * @param hostFile      host file to write, created or truncated, UTF-8
+ * @param hostFile      host file to write, UTF-8; created or replaced when the content has come
  * @return ZEL_OK; started codes; ZEL_FILE_OPEN; ZEL_FILE_WRITE; request codes
  * @threads any; blocks for the transfer
  */
@@ -1585,7 +1588,7 @@ ZEL_API int32_t ZEL_XSYS_GetTr620RgRx(uint64_t uuid, uint32_t connector, uint32_
  * The text of a result code.
  *
  * @return the text, which lives as long as the library file is loaded; "## text missing ##" for a
- * code without one; "ERR_SYS_FRAMEWORK_START" before ZEL_Init; never null
+ *         code without one; "ERR_SYS_FRAMEWORK_START" before ZEL_Init; never null
  * @threads any; returns at once
  */
 ZEL_API const char* ZEL_XUTIL_GetText(int32_t code);
@@ -1922,7 +1925,7 @@ ZEL_API const char* ZEL_XUTIL_GetUnitNameFromCode(uint32_t code);
  * @param size    its length in bytes, as received
  * @param header  receives the header; zeroed when the block ends without such a record
  * @param offset  receives the position of the record's data in the block, in bytes; 0 when not
- * found
+ *                found
  * @return ZEL_OK; ZEL_SYS_BAD_PARAMETER; ZEL_DAQ_NO_RECORD (no such record, or not a valid block);
  *         works before ZEL_Init
  * @threads any; returns at once

@@ -138,10 +138,8 @@ void AnswerTransfer::respondWhole()
     OutgoingTelegram telegram = compose(TransactionType::response, piece(0, responseSize()));
     if (m_fault)
         distort(telegram.bytes, *m_fault);
-    if (has(FaultKind::disconnectMidTelegram)) {
-        telegram.bytes.resize(telegram.bytes.size() / 2);
-        telegram.then = OutgoingTelegram::Then::close;
-    }
+    if (has(FaultKind::disconnectMidTelegram))
+        telegram.breakOff();
     telegram.sent = std::exchange(m_answer.afterwards, nullptr);
     send(std::move(telegram));
     finish();
@@ -167,10 +165,8 @@ void AnswerTransfer::sendSegment()
         return sendOversizedSegment();
     const std::size_t size = std::min(rest, std::clamp<std::size_t>(most, 1, kLargestSegment));
     OutgoingTelegram telegram = compose(TransactionType::responseSegment, piece(m_sent, size));
-    if (has(FaultKind::disconnectMidTelegram)) {
-        telegram.bytes.resize(telegram.bytes.size() / 2);
-        telegram.then = OutgoingTelegram::Then::close;
-    }
+    if (has(FaultKind::disconnectMidTelegram))
+        telegram.breakOff();
     m_sent += size;
     if (m_sent == responseSize())
         telegram.sent = std::exchange(m_answer.afterwards, nullptr);

@@ -4,6 +4,7 @@
 #include "method_header.h"
 #include "module_fault.h"
 #include "module_settings.h"
+#include "request_assembler.h"
 #include "telegram_outlet.h"
 #include "transaction_header.h"
 

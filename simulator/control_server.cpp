@@ -35,9 +35,16 @@ std::string composeDocument(const Control& control)
     return toText(document);
 }
 
-Outcome noSuchControl(const std::string& name)
+/// Reads which control a request means.
+Outcome readControl(ServiceRequest& request, const Control*& control)
 {
-    return {kNoSuchControl, "this module has no control '" + name + "'"};
+    const std::string name = request.text("Control");
+    if (!request.isGood())
+        return request.failure();
+    control = findControl(name);
+    if (control == nullptr)
+        return {kNoSuchControl, "this module has no control '" + name + "'"};
+    return {};
 }
 
 /// Reads Par1, Par2... into `texts`. Every one that the control has must be there, and no other.
@@ -88,12 +95,9 @@ MethodAnswer ControlServer::call(const MethodCall& call)
 MethodAnswer ControlServer::execute(const MethodCall& call)
 {
     ServiceRequest request{call.data};
-    const std::string name = request.text("Control");
-    if (!request.isGood())
-        return request.failure();
-    const Control* control = findControl(name);
-    if (control == nullptr)
-        return noSuchControl(name);
+    const Control* control = nullptr;
+    if (Outcome outcome = readControl(request, control); !outcome.isGood())
+        return outcome;
     ControlTexts texts;
     const std::string document =
         request.has("ControlParams") ? request.text("ControlParams") : std::string{};
@@ -105,12 +109,9 @@ MethodAnswer ControlServer::execute(const MethodCall& call)
 MethodAnswer ControlServer::describe(const MethodCall& call)
 {
     ServiceRequest request{call.data};
-    const std::string name = request.text("Control");
-    if (!request.isGood())
-        return request.failure();
-    const Control* control = findControl(name);
-    if (control == nullptr)
-        return noSuchControl(name);
+    const Control* control = nullptr;
+    if (Outcome outcome = readControl(request, control); !outcome.isGood())
+        return outcome;
     if (call.id.method == 2)
         return {0, composeDocument(*control)};
     if (call.id.method == 3)

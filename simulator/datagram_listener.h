@@ -5,7 +5,6 @@
 
 #include <asio/io_context.hpp>
 
-#include <functional>
 #include <map>
 #include <memory>
 #include <vector>

@@ -63,15 +63,12 @@ void DatagramSocket::wait()
             return;
         for (int taken = 0; taken < kBatch && readOne(); ++taken) {
         }
-        if (m_socket.is_open())
-            wait();
+        wait();
     });
 }
 
 bool DatagramSocket::readOne()
 {
-    if (!m_socket.is_open())
-        return false;
     Datagram datagram;
     const std::ptrdiff_t size =
         datagram_twin::receive(m_socket.native_handle(), m_buffer, datagram.interfaceIndex);
@@ -86,12 +83,6 @@ void DatagramSocket::send(Bytes bytes, const asio::ip::udp::endpoint& to,
                           std::uint32_t interfaceIndex, const asio::ip::address_v4& from)
 {
     datagram_twin::send(m_socket.native_handle(), bytes, to, interfaceIndex, from);
-}
-
-void DatagramSocket::close()
-{
-    std::error_code ignored;
-    m_socket.close(ignored);
 }
 
 } // namespace zel::simulator

@@ -35,7 +35,6 @@ public:
     /// datagrams are.
     void send(Bytes bytes, const asio::ip::udp::endpoint& to, std::uint32_t interfaceIndex,
               const asio::ip::address_v4& from);
-    void close();
 
 private:
     void wait();

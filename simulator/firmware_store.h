@@ -3,7 +3,6 @@
 #include "method_call.h"
 
 #include <chrono>
-#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>

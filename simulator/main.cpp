@@ -1,3 +1,4 @@
+#include "number_forms.h"
 #include "simulation_script.h"
 #include "simulator.h"
 
@@ -7,7 +8,6 @@
 #include <nlohmann/json.hpp>
 
 #include <csignal>
-#include <cstdio>
 #include <exception>
 #include <iostream>
 #include <string>
@@ -84,13 +84,6 @@ std::string footer()
     return text + kScriptHelp;
 }
 
-std::string hexadecimal(std::uint64_t number)
-{
-    char text[24];
-    std::snprintf(text, sizeof text, "0x%016llx", static_cast<unsigned long long>(number));
-    return text;
-}
-
 std::vector<ScriptedModule> fromOptions(const Options& options)
 {
     std::vector<ScriptedModule> modules;
@@ -113,13 +106,13 @@ void announce(std::size_t number, const Module& module, bool json)
         const nlohmann::json line{{"module", number},
                                   {"address", module.address()},
                                   {"port", module.port()},
-                                  {"uuid", hexadecimal(module.uuid())},
+                                  {"uuid", uuidText(module.uuid())},
                                   {"name", module.settings().name}};
         std::cout << line.dump() << std::endl;
         return;
     }
     std::cout << "module " << number << "  " << module.address() << ":" << module.port()
-              << "  uuid " << hexadecimal(module.uuid()) << "  \"" << module.settings().name << "\""
+              << "  uuid " << uuidText(module.uuid()) << "  \"" << module.settings().name << "\""
               << std::endl;
 }
 

@@ -2,13 +2,13 @@
 
 #include "module_codes.h"
 #include "module_model.h"
+#include "number_forms.h"
 #include "service_document.h"
 #include "xml_text.h"
 
 #include "ZEL_VR_Framework.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
 #include <utility>
 
@@ -22,12 +22,6 @@ constexpr std::size_t kMostUnderWay = 64u << 20;
 constexpr std::size_t kMostSignals = 256;
 constexpr std::uint64_t kLargestBlockSize = 2'000'000;
 constexpr std::uint64_t kLatestStart = std::numeric_limits<std::int64_t>::max();
-
-std::string plain(double number)
-{
-    char text[32];
-    return {text, std::to_chars(text, text + sizeof text, number).ptr};
-}
 
 std::string quoted(std::string_view text)
 {
@@ -239,7 +233,7 @@ Outcome MeasurementServer::oneCurrentValue(ServiceRequest& request)
     const auto value = m_model.measurements.currentValue(*signal, static_cast<ScaleType>(scale));
     if (!value)
         return notPossible(": this kind of signal has no such value");
-    return ServiceAnswer{}.add("MeasVal", plain(*value)).outcome();
+    return ServiceAnswer{}.add("MeasVal", plainNumber(*value)).outcome();
 }
 
 Outcome MeasurementServer::allCurrentValues(bool enabledOnly)
@@ -252,7 +246,7 @@ Outcome MeasurementServer::allCurrentValues(bool enabledOnly)
     for (const SignalDescription& signal : signals) {
         const auto value = m_model.measurements.currentValue(signal, ScaleType::physical);
         answer.add("SigId", referenceOf(signal.place));
-        answer.add("MeasVal", plain(value.value_or(kNoValue)));
+        answer.add("MeasVal", plainNumber(value.value_or(kNoValue)));
     }
     return answer.outcome();
 }

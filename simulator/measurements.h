@@ -4,9 +4,7 @@
 
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace zel::simulator {

@@ -164,10 +164,8 @@ void ModuleConnection::answerAddressRequest(std::uint16_t label, const std::opti
         distort(telegram.bytes, *fault);
         telegram.byteByByte = fault->kind == FaultKind::byteByByte;
         telegram.gap = fault->time;
-        if (fault->kind == FaultKind::disconnectMidTelegram) {
-            telegram.bytes.resize(telegram.bytes.size() / 2);
-            telegram.then = OutgoingTelegram::Then::close;
-        }
+        if (fault->kind == FaultKind::disconnectMidTelegram)
+            telegram.breakOff();
     }
     send(std::move(telegram));
 }
@@ -324,10 +322,8 @@ void ModuleConnection::wrote()
     m_outgoingBytes -= telegram.bytes.size();
     if (telegram.sent)
         telegram.sent();
-    if (telegram.then == OutgoingTelegram::Then::close)
+    if (telegram.endsConnection)
         return close();
-    if (telegram.then == OutgoingTelegram::Then::reset)
-        return reset();
     writeNext();
     resumeReading();
 }

@@ -2,6 +2,7 @@
 
 #include "module_codes.h"
 #include "module_model.h"
+#include "signal_place.h"
 #include "xml_text.h"
 
 #include <algorithm>
@@ -97,12 +98,8 @@ MethodAnswer setZero(ModuleModel& model, const ControlTexts& texts)
     }
     const std::uint32_t connector = asNumber(texts[0]);
     const double value = model.simulatedValue(connector, asNumber(texts[1])).value_or(0.0);
-    // Connectors count from 0, their addresses in the document from 1.
-    const bool done =
-        model.parameters.set("Amplifier/Connector[@address=\"" + std::to_string(connector + 1) +
-                                 "\"]/Mode/AnalogInChannel/ZeroOffset",
-                             fixed(target - value));
-    if (!done)
+    const std::string channel = channelPathOf({SignalKind::analog, connector, 0, 0});
+    if (!model.parameters.set(channel + "/ZeroOffset", fixed(target - value)))
         return {kZeroNotPossible, "connector " + texts[0] + " cannot be set to zero"};
     return {};
 }

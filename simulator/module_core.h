@@ -15,7 +15,6 @@
 #include <memory>
 #include <mutex>
 #include <set>
-#include <vector>
 
 namespace zel::simulator {
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "byte_cursor.h"
 #include "method_call.h"
 
 #include <cstddef>

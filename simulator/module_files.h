@@ -18,9 +18,6 @@ public:
     Outcome write(std::uint64_t host, std::string bytes);
     Outcome read(std::uint64_t host) const;
 
-    void put(const std::string& path, std::string bytes) { m_files[path] = std::move(bytes); }
-    const std::map<std::string, std::string>& all() const { return m_files; }
-
 private:
     std::map<std::string, std::string> m_files{{"log/messages", "module started\n"}};
     std::map<std::uint64_t, std::string> m_chosen;

@@ -1,18 +1,13 @@
 #include "module_model.h"
 
+#include "number_forms.h"
+
 #include <cstdio>
 #include <utility>
 
 namespace zel::simulator {
 
 namespace {
-
-std::string hexadecimal(std::uint64_t number)
-{
-    char text[24];
-    std::snprintf(text, sizeof text, "0x%016llx", static_cast<unsigned long long>(number));
-    return text;
-}
 
 /// A locally administered hardware address that follows the UUID, so that no two modules share one.
 std::string hardwareAddress(std::uint64_t uuid)
@@ -38,7 +33,7 @@ ModuleModel::ModuleModel(const ModuleSettings& moduleSettings,
     parameters.setIdentity("System/SerialNumber", settings.serialNumber);
     parameters.setIdentity("System/ModuleType", settings.type);
     parameters.setIdentity("System/FirmwareVersion", settings.firmwareVersion);
-    parameters.setIdentity("System/Uuid", hexadecimal(settings.uuid));
+    parameters.setIdentity("System/Uuid", uuidText(settings.uuid));
     parameters.setIdentity("Communication/Network/eth0/IpAdr", settings.address);
     parameters.setIdentity("Communication/Network/eth0/PhyAdr", hardwareAddress(settings.uuid));
 }

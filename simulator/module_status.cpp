@@ -5,24 +5,21 @@
 #include "signal_place.h"
 
 #include <cstdlib>
-#include <optional>
 
 namespace zel::simulator {
 
 namespace {
 
-constexpr std::uint32_t kConnectors = 8;
-constexpr std::uint32_t kSignals = 4;
-
-/// Connectors count from 0, their addresses in the document from 1.
-std::string connectorPath(std::uint32_t connector)
+/// The parameters of an analog connector's sensor.
+std::string sensorPathOf(std::uint32_t connector)
 {
-    return "Amplifier/Connector[@address=\"" + std::to_string(connector + 1) + "\"]/Mode";
+    return channelPathOf({SignalKind::analog, connector, 0, 0}) + "/Sensor";
 }
 
 bool isAnalog(const ModuleModel& model, std::uint32_t connector)
 {
-    return model.parameters.value(connectorPath(connector)) == "AnalogInChannel";
+    const SignalPlace first{SignalKind::analog, connector, 0, 0};
+    return model.parameters.value(connectorPathOf(first) + "/Mode") == modeOf(first.kind);
 }
 
 double parameter(const ModuleModel& model, const std::string& path)
@@ -45,16 +42,16 @@ bool isOverflowing(const ModuleModel& model, std::uint32_t connector, std::uint3
         return false;
     const auto value = model.simulatedValue(connector, signal);
     const double peak = value ? 0 : peakOf(model, connector, signal);
-    const std::string sensor = connectorPath(connector) + "/AnalogInChannel/Sensor/";
-    return value.value_or(-peak) < parameter(model, sensor + "PhysicalMinimum") ||
-           value.value_or(peak) > parameter(model, sensor + "PhysicalMaximum");
+    const std::string sensor = sensorPathOf(connector);
+    return value.value_or(-peak) < parameter(model, sensor + "/PhysicalMinimum") ||
+           value.value_or(peak) > parameter(model, sensor + "/PhysicalMaximum");
 }
 
 template <class Visit>
 void visitOverflows(const ModuleModel& model, Visit visit)
 {
-    for (std::uint32_t connector = 0; connector < kConnectors; ++connector) {
-        for (std::uint32_t signal = 0; signal < kSignals; ++signal) {
+    for (std::uint32_t connector = 0; connector < kAmplifierConnectors; ++connector) {
+        for (std::uint32_t signal = 0; signal < kSignalsOfChannel; ++signal) {
             if (isOverflowing(model, connector, signal))
                 visit(connector, signal);
         }
@@ -67,8 +64,7 @@ bool isSensorMissing(const ModuleModel& model, std::uint32_t connector)
 {
     if (model.teds.find(connector) != nullptr || !isAnalog(model, connector))
         return false;
-    const std::string path = connectorPath(connector) + "/AnalogInChannel/Sensor/UseTeds";
-    return model.parameters.value(path) == "On";
+    return model.parameters.value(sensorPathOf(connector) + "/UseTeds") == "On";
 }
 
 std::vector<ModuleError> collectErrors(const ModuleModel& model)
@@ -77,7 +73,7 @@ std::vector<ModuleError> collectErrors(const ModuleModel& model)
     if (model.parameters.value("Communication/Time/Source") == "Ntp" &&
         model.parameters.value("Communication/Time/Server") == "0.0.0.0")
         errors.push_back({2, kNoTimeServer, 0, 0, 0, "NTPDEAMON: NTP Server not reached"});
-    for (std::uint32_t connector = 0; connector < kConnectors; ++connector) {
+    for (std::uint32_t connector = 0; connector < kAmplifierConnectors; ++connector) {
         if (isSensorMissing(model, connector))
             errors.push_back({1, kNoTeds, connector, 0, 0,
                               "No TEDS connected or error while reading TEDS data"});
@@ -95,7 +91,7 @@ std::vector<ModuleError> collectErrors(const ModuleModel& model)
 std::vector<ModuleStatusEntry> collectStatuses(const ModuleModel& model)
 {
     std::vector<ModuleStatusEntry> statuses;
-    for (std::uint32_t connector = 0; connector < kConnectors; ++connector) {
+    for (std::uint32_t connector = 0; connector < kAmplifierConnectors; ++connector) {
         const bool analog = isAnalog(model, connector);
         statuses.push_back(
             {connector, 0, 0, kModeStatus, analog ? 0u : 1u, analog ? "analog input" : "CAN bus"});

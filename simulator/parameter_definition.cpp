@@ -1,6 +1,7 @@
 #include "parameter_definition.h"
 
 #include "module_codes.h"
+#include "number_forms.h"
 
 #include <algorithm>
 #include <charconv>
@@ -17,13 +18,6 @@ std::optional<double> readNumber(std::string_view text)
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     const bool whole = error == std::errc{} && end == text.data() + text.size();
     return whole && std::isfinite(value) ? std::optional{value} : std::nullopt;
-}
-
-std::string plain(double number)
-{
-    char text[32];
-    const auto end = std::to_chars(text, text + sizeof text, number).ptr;
-    return {text, end};
 }
 
 bool isIpAddress(std::string_view text)
@@ -58,7 +52,8 @@ Outcome checkNumber(const ParameterDefinition& definition, std::string_view text
         return {kWrongType, definition.name + ": '" + std::string{text} + "' is not a number"};
     if (*number < definition.minimum || *number > definition.maximum)
         return {kOutOfRange, definition.name + ": " + std::string{text} + " is out of range, " +
-                                 plain(definition.minimum) + " to " + plain(definition.maximum)};
+                                 plainNumber(definition.minimum) + " to " +
+                                 plainNumber(definition.maximum)};
     if (definition.kind != ParameterDefinition::Kind::integer)
         return {0, std::string{text}};
     // Hosts write whole numbers in the format of fractions, too.

@@ -1,9 +1,8 @@
 #include "parameter_schema.h"
 
+#include "number_forms.h"
 #include "xml_text.h"
 
-#include <charconv>
-#include <functional>
 #include <utility>
 
 namespace zel::simulator {
@@ -12,12 +11,6 @@ namespace {
 
 using Kind = ParameterDefinition::Kind;
 using Names = std::vector<std::string_view>;
-
-std::string plain(double number)
-{
-    char text[32];
-    return {text, std::to_chars(text, text + sizeof text, number).ptr};
-}
 
 void appendFacet(pugi::xml_node restriction, const char* name, const std::string& value)
 {
@@ -44,8 +37,8 @@ void appendRestriction(pugi::xml_node element, const ParameterDefinition& defini
     case Kind::integer:
     case Kind::real:
         base.set_value(definition.kind == Kind::integer ? "xs:integer" : "xs:double");
-        appendFacet(restriction, "xs:minInclusive", plain(definition.minimum));
-        appendFacet(restriction, "xs:maxInclusive", plain(definition.maximum));
+        appendFacet(restriction, "xs:minInclusive", plainNumber(definition.minimum));
+        appendFacet(restriction, "xs:maxInclusive", plainNumber(definition.maximum));
         return;
     case Kind::ipAddress:
         base.set_value("xs:string");

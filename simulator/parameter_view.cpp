@@ -1,5 +1,7 @@
 #include "parameter_view.h"
 
+#include "xml_text.h"
+
 #include <algorithm>
 
 namespace zel::simulator {
@@ -34,7 +36,7 @@ const ParameterView* findView(std::uint32_t id)
 
 std::string composeViewList()
 {
-    std::string list = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><ParViews>";
+    std::string list = std::string{kXmlDeclaration} + "<ParViews>";
     for (const ParameterView& view : parameterViews())
         list += "<View id=\"" + std::to_string(view.id) + "\" name=\"" + std::string{view.name} +
                 "\"/>";

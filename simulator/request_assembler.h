@@ -4,9 +4,7 @@
 
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <string>
-#include <utility>
 
 namespace zel::simulator {
 

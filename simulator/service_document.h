@@ -6,7 +6,6 @@
 #include <cmath>
 #include <concepts>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 

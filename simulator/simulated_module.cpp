@@ -1,6 +1,5 @@
 #include "simulated_module.h"
 
-#include <algorithm>
 #include <thread>
 
 namespace zel::simulator {

@@ -3,13 +3,12 @@
 #include "module_codes.h"
 #include "module_model.h"
 #include "service_document.h"
+#include "signal_place.h"
 #include "xml_text.h"
 
 namespace zel::simulator {
 
 namespace {
-
-constexpr std::uint32_t kConnectors = 8;
 
 void addPlace(pugi::xml_node element, const auto& entry)
 {
@@ -80,7 +79,7 @@ Outcome StatusServer::tedsStatus(const MethodCall& call)
     const auto connector = request.number("Connector");
     if (!request.isGood())
         return request.failure();
-    if (connector >= kConnectors)
+    if (connector >= kAmplifierConnectors)
         return {kNoSuchConnector, "there is no connector " + std::to_string(connector)};
     const TedsMemory* memory = m_model.teds.find(connector);
     const std::uint32_t state = memory == nullptr ? 0 : memory->error.empty() ? 1 : 2;

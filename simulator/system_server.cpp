@@ -4,6 +4,7 @@
 #include "module_codes.h"
 #include "module_model.h"
 #include "service_document.h"
+#include "signal_place.h"
 
 #include "ZEL_VR_Framework.h"
 
@@ -11,13 +12,12 @@ namespace zel::simulator {
 
 namespace {
 
-constexpr std::uint32_t kConnectors = 10;
 constexpr std::uint32_t kRegisters = 256;
 constexpr std::uint16_t kBridgeResistances = 22;
 
 Outcome checkConnector(std::uint32_t connector)
 {
-    if (connector < kConnectors)
+    if (connector < kConnectorsInAll)
         return {};
     return {kNoSuchConnector, "there is no connector " + std::to_string(connector)};
 }

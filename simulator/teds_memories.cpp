@@ -1,14 +1,15 @@
 #include "teds_memories.h"
 
 #include "module_codes.h"
+#include "signal_place.h"
 
 #include "ZEL_VR_Framework.h"
+
+#include <optional>
 
 namespace zel::simulator {
 
 namespace {
-
-constexpr unsigned kConnectors = 8;
 
 int digitValue(char digit)
 {
@@ -21,11 +22,27 @@ int digitValue(char digit)
     return -1;
 }
 
+std::optional<std::string> fromHexadecimal(std::string_view digits)
+{
+    if (digits.size() % 2 != 0)
+        return std::nullopt;
+    std::string bytes;
+    bytes.reserve(digits.size() / 2);
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
+        const int high = digitValue(digits[i]);
+        const int low = digitValue(digits[i + 1]);
+        if (high < 0 || low < 0)
+            return std::nullopt;
+        bytes += static_cast<char>(high * 16 + low);
+    }
+    return bytes;
+}
+
 } // namespace
 
 TedsMemories::TedsMemories(std::uint64_t uuid, std::size_t capacity) : m_capacity(capacity)
 {
-    for (unsigned connector = 0; connector < kConnectors; ++connector) {
+    for (std::uint32_t connector = 0; connector < kAmplifierConnectors; ++connector) {
         TedsMemory memory;
         memory.id = 0x2d00000000000000 | ((uuid & 0xFFFFFFFF) << 8) | connector;
         memory.bytes =
@@ -77,22 +94,6 @@ std::string toHexadecimal(std::string_view bytes)
         text += kDigits[value & 0xF];
     }
     return text;
-}
-
-std::optional<std::string> fromHexadecimal(std::string_view digits)
-{
-    if (digits.size() % 2 != 0)
-        return std::nullopt;
-    std::string bytes;
-    bytes.reserve(digits.size() / 2);
-    for (std::size_t i = 0; i < digits.size(); i += 2) {
-        const int high = digitValue(digits[i]);
-        const int low = digitValue(digits[i + 1]);
-        if (high < 0 || low < 0)
-            return std::nullopt;
-        bytes += static_cast<char>(high * 16 + low);
-    }
-    return bytes;
 }
 
 } // namespace zel::simulator

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -37,6 +36,5 @@ private:
 };
 
 std::string toHexadecimal(std::string_view bytes);
-std::optional<std::string> fromHexadecimal(std::string_view digits);
 
 } // namespace zel::simulator

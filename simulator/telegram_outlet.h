@@ -1,25 +1,27 @@
 #pragma once
 
-#include "request_assembler.h"
-
 #include <asio/any_io_executor.hpp>
 
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <vector>
 
 namespace zel::simulator {
 
 struct OutgoingTelegram {
-    enum class Then { goOn, close, reset };
+    /// Cuts it in the middle, where the connection then ends.
+    void breakOff()
+    {
+        bytes.resize(bytes.size() / 2);
+        endsConnection = true;
+    }
 
     std::vector<std::byte> bytes;
     bool byteByByte = false;
     std::chrono::milliseconds gap{0};
-    Then then = Then::goOn;
-    std::function<void()> sent; ///< may be empty; called once, also when the telegram is lost
+    bool endsConnection = false; ///< when it has left
+    std::function<void()> sent;  ///< may be empty; called once, also when the telegram is lost
 };
 
 class AnswerTransfer;

@@ -1,5 +1,7 @@
 #include "client.h"
 
+#include "requestor_registry.h"
+
 namespace zel {
 
 namespace {
@@ -33,7 +35,6 @@ void Client::LoopThread::stop()
 
 Client::Client()
     : m_loopThread(m_loop),
-      m_connections(m_loop),
       m_transactions(m_connections),
       m_multicasts(m_loop, m_transactions),
       m_broadcasts(m_loop, m_transactions)

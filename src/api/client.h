@@ -4,7 +4,6 @@
 #include "connection_table.h"
 #include "event_loop.h"
 #include "service_thread.h"
-#include "sync_method_request.h"
 #include "transaction_handler.h"
 #include "udp_connection.h"
 

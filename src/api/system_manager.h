@@ -3,6 +3,7 @@
 #include "async_com.h"
 #include "client.h"
 #include "datagram_contexts.h"
+#include "method_request.h"
 #include "phonebook.h"
 #include "subscription_table.h"
 #include "text_handler.h"

@@ -1,15 +1,8 @@
 #include "address_list.h"
 
+#include "system_sockets.h"
+
 #include <memory>
-
-#ifdef _WIN32
-#include <winsock2.h>
-
-#include <ws2tcpip.h>
-#else
-#include <netdb.h>
-#include <sys/socket.h>
-#endif
 
 namespace zel::communication {
 

@@ -1,10 +1,10 @@
 #include "cl_multicast_server.h"
 
+#include "datagram_frame.h"
 #include "frame.h"
 #include "logger.h"
 #include "native_datagram.h"
 #include "telegram_container.h"
-#include "udp_connection.h"
 #include "ZEL_VR_Framework.h"
 
 #include <exception>
@@ -21,11 +21,6 @@ constexpr std::size_t kLargestDatagram = 10000;
 void log(LogLevel level, const std::string& text)
 {
     logger().write(level, LogCategory::transactions, text);
-}
-
-bool hasAddress(const sys::HostAdapter& adapter)
-{
-    return !adapter.addresses.empty() && adapter.addresses.back().address != "0.0.0.0";
 }
 
 /// What there is of a frame, whether it is valid or not.
@@ -72,7 +67,6 @@ std::vector<sys::HostAdapter> clMulticastServer::refresh()
             communication::native::parseAddress(adapter.addresses.back().address, address))
             present.insert({adapter.interfaceIndex, address});
     }
-    m_adapters = adapters;
     if (m_isStarted)
         joinLocked(present);
     return adapters;

@@ -43,8 +43,7 @@ private:
     iDatagramHandler& m_handler;
 
     std::mutex m_mutex;
-    std::vector<sys::HostAdapter> m_adapters; // under m_mutex
-    std::set<Membership> m_joined;            // under m_mutex
+    std::set<Membership> m_joined; // under m_mutex
 
     bool m_isStarted = false; // fixed at construction
     communication::MulticastServer m_server;

@@ -1,7 +1,6 @@
 #include "multicast_server.h"
 
 #include "native_datagram.h"
-#include "native_stream.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -28,15 +27,11 @@ struct MulticastServer::Messages {
     std::string sending;
 };
 
-MulticastServer::MulticastServer(sys::EventLoop& loop) : m_loop(loop)
-{
-    native::startUp();
-}
+MulticastServer::MulticastServer(sys::EventLoop& loop) : m_loop(loop) {}
 
 MulticastServer::~MulticastServer()
 {
     stop();
-    native::cleanUp();
 }
 
 void MulticastServer::stop()

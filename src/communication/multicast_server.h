@@ -2,9 +2,10 @@
 
 #include "datagram_receiver.h"
 #include "host_adapters.h"
+#include "socket_library.h"
 
 #include <cstdint>
-#include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -50,6 +51,7 @@ private:
     bool resolveGroup(std::uint32_t& address) const;
     int changeMembership(std::uint32_t interfaceAddress, bool isJoining);
 
+    const sys::SocketLibraryUse m_library; // outlives the sockets
     std::string m_group;
     std::uint32_t m_port = 0;
     sys::EventLoop& m_loop;

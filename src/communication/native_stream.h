@@ -4,7 +4,6 @@
 #include "native_socket.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <span>
 
 struct sockaddr;
@@ -23,10 +22,6 @@ struct Transfer {
 
 enum class Direction { read, write };
 enum class Wait { ready, timedOut, interrupted, failed };
-
-/// Starts and ends the process's use of the socket system; counted by the system itself.
-bool startUp();
-void cleanUp();
 
 NativeSocket openStream(int family);
 /// Non-blocking, no delay for small telegrams, keep-alive probes after one second of silence and

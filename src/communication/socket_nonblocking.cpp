@@ -22,8 +22,7 @@ using native::Wait;
 } // namespace
 
 SocketNonblocking::SocketNonblocking(sys::EventLoop& loop)
-    : m_readiness((native::startUp(), loop)),
-      m_buffer(std::make_unique_for_overwrite<std::byte[]>(kBufferSize))
+    : m_readiness(loop), m_buffer(std::make_unique_for_overwrite<std::byte[]>(kBufferSize))
 {
 }
 
@@ -42,7 +41,6 @@ SocketNonblocking::SocketNonblocking(sys::NativeSocket socket, sys::EventLoop& l
 SocketNonblocking::~SocketNonblocking()
 {
     disconnect();
-    native::cleanUp();
 }
 
 int SocketNonblocking::connect(const std::string& address, const std::string& port)

@@ -2,8 +2,8 @@
 
 #include "native_stream.h"
 #include "readiness.h"
+#include "socket_library.h"
 
-#include <array>
 #include <functional>
 #include <memory>
 #include <span>
@@ -74,6 +74,8 @@ private:
     std::size_t takeBuffered(MutableBytes buffer);
     int readIntoBoth(MutableBytes buffer);
     void close();
+
+    const sys::SocketLibraryUse m_library; // outlives the socket
 
     // changes only while one thread uses the socket
     sys::Readiness m_readiness;

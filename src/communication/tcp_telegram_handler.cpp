@@ -1,12 +1,11 @@
 #include "tcp_telegram_handler.h"
 
+#include "hexadecimal_text.h"
 #include "logger.h"
 
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <sstream>
-#include <vector>
 
 namespace zel {
 
@@ -24,13 +23,6 @@ std::uint64_t nextConnectionId()
 void logTransaction(LogLevel level, const std::string& text)
 {
     logger().write(level, LogCategory::transactions, text);
-}
-
-std::string hexadecimal(std::uint64_t value)
-{
-    std::ostringstream text;
-    text << std::hex << value;
-    return text.str();
 }
 
 void logFrame(const FrameHeader& header, FrameDirection direction)
@@ -87,8 +79,9 @@ int clTcpTelHndlr::onReadable()
         if (failure == Failure::wouldBlock || failure == Failure::pending)
             return result;
         // The text is that of errno, whatever the socket's own error was.
-        logTransaction(LogLevel::warning, "destroying telegram handler to " + hexadecimal(m_peer) +
-                                              " after error '" + std::strerror(errno) + "'");
+        logTransaction(LogLevel::warning, "destroying telegram handler to " +
+                                              hexadecimalText(m_peer) + " after error '" +
+                                              std::strerror(errno) + "'");
     }
     m_transactions.connectionLost(*this);
     return result;
@@ -190,7 +183,7 @@ int clTcpTelHndlr::send(std::span<const Bytes> payload)
     }
     if (result == SocketNonblocking::SendResult::sent)
         return 0;
-    logTransaction(LogLevel::error, "could not send to " + hexadecimal(m_peer));
+    logTransaction(LogLevel::error, "could not send to " + hexadecimalText(m_peer));
     if (result == SocketNonblocking::SendResult::brokenOff)
         m_transactions.connectionLost(*this);
     return -1;

@@ -1,14 +1,12 @@
 #include "udp_connection.h"
 
-#include "frame.h"
+#include "datagram_frame.h"
 #include "logger.h"
 #include "native_datagram.h"
-#include "native_stream.h"
 #include "telegram_container.h"
 #include "text_handler.h"
 #include "ZEL_VR_Framework.h"
 
-#include <cstring>
 #include <string>
 
 namespace zel {
@@ -35,25 +33,8 @@ int failed(const char* where, std::int32_t code)
 
 } // namespace
 
-std::unique_ptr<clRxTelContainer> unframe(Bytes datagram, std::uint64_t& source)
-{
-    if (datagram.size() < kFrameHeaderSize + kFrameTrailerSize)
-        return nullptr;
-    const FrameHeader header = FrameHeader::decode(datagram.first<kFrameHeaderSize>());
-    if (!header.isValid() ||
-        decodeFrameTrailer(datagram.last<kFrameTrailerSize>()) != kFrameTrailer)
-        return nullptr;
-    source = header.source;
-    const Bytes payload =
-        datagram.subspan(kFrameHeaderSize, datagram.size() - kFrameHeaderSize - kFrameTrailerSize);
-    auto telegram = std::make_unique<clRxTelContainer>(payload.size());
-    if (!payload.empty())
-        std::memcpy(telegram->writable().data(), payload.data(), payload.size());
-    return telegram;
-}
-
 clUDPConnection::clUDPConnection(sys::EventLoop& loop, iDatagramHandler& handler)
-    : m_handler((native::startUp(), handler)), m_receiver(loop)
+    : m_handler(handler), m_receiver(loop)
 {
     if (setRecvInterface() != 0)
         log("clUDPConnection::setRecvInterface(): UDP port " + std::to_string(kHostPort) +
@@ -65,7 +46,6 @@ clUDPConnection::~clUDPConnection()
 {
     if (m_sendSocket != sys::kNoSocket)
         native::closeDatagram(m_sendSocket);
-    native::cleanUp();
 }
 
 int clUDPConnection::setRecvInterface()

@@ -2,10 +2,10 @@
 
 #include "datagram_handler.h"
 #include "datagram_receiver.h"
+#include "socket_library.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <mutex>
 
 namespace zel {
@@ -17,10 +17,6 @@ public:
     /// 0 or ZEL_CONN_SEND_FAILED.
     virtual std::int32_t send(const void* data, std::size_t length) = 0;
 };
-
-/// The telegram in a datagram: frame header and trailer are checked and taken off; null where they
-/// are wrong or missing. The datagram's size counts, not the length in the header.
-std::unique_ptr<clRxTelContainer> unframe(Bytes datagram, std::uint64_t& source);
 
 /// The broadcast path: telegrams go to port 1200 of everybody, answers come to port 1201. Where the
 /// ports cannot be had, the log says so and the path is dead: TCP goes on without it.
@@ -41,6 +37,7 @@ private:
     int setSendInterface();
     std::int32_t sendLocked(Bytes data);
 
+    const sys::SocketLibraryUse m_library; // outlives the sockets
     iDatagramHandler& m_handler;
     communication::DatagramReceiver m_receiver;
 

@@ -1,6 +1,7 @@
 #include "subscription_table.h"
 
 #include "logger.h"
+#include "measured_values.h"
 #include "request_document.h"
 #include "text_response.h"
 #include "ZEL_VR_Framework.h"
@@ -13,14 +14,8 @@ namespace zel {
 
 namespace {
 
-constexpr std::uint16_t kMeasuredValues = 5;
 constexpr std::uint16_t kSubscribe = 2;
 constexpr std::uint16_t kUnsubscribe = 3;
-
-pugi::xml_node firstElement(const pugi::xml_document& document)
-{
-    return document.document_element();
-}
 
 void addText(pugi::xml_node parent, const char* name, const std::string& text)
 {
@@ -61,7 +56,7 @@ std::int32_t SubscriptionTable::addSignal(std::uint64_t uuid, const char* refere
     if (found == m_entries.end())
         return ZEL_FAILED;
     Entry& entry = found->second;
-    pugi::xml_node list = firstElement(entry.document);
+    pugi::xml_node list = entry.document.document_element();
     if (!list)
         return ZEL_DAQ_SUBSCRIPTION_STATE;
     ++entry.signalCount;
@@ -82,7 +77,7 @@ std::int32_t SubscriptionTable::finish(std::uint64_t uuid, std::uint64_t startTi
     if (found == m_entries.end())
         return ZEL_FAILED;
     Entry& entry = found->second;
-    const pugi::xml_node list = firstElement(entry.document);
+    const pugi::xml_node list = entry.document.document_element();
     if (!list)
         return ZEL_DAQ_SUBSCRIPTION_STATE;
     addText(list, "StartTime", std::to_string(startTime));
@@ -90,7 +85,7 @@ std::int32_t SubscriptionTable::finish(std::uint64_t uuid, std::uint64_t startTi
     entry.signalCount = 0;
     entry.document.reset();
     const std::int32_t result =
-        send(requests, {uuid, kMeasuredValues, kSubscribe}, std::move(document));
+        send(requests, {uuid, daq::kService, kSubscribe}, std::move(document));
     logFinish(uuid, result);
     return result;
 }
@@ -98,7 +93,7 @@ std::int32_t SubscriptionTable::finish(std::uint64_t uuid, std::uint64_t startTi
 std::int32_t SubscriptionTable::clear(std::uint64_t uuid, const RequestPath& requests)
 {
     const std::int32_t result =
-        send(requests, {uuid, kMeasuredValues, kUnsubscribe}, RequestDocument{}.take());
+        send(requests, {uuid, daq::kService, kUnsubscribe}, RequestDocument{}.take());
     erase(uuid);
     return result;
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "method_request.h"
-#include "requestor_context.h"
 
 #include <cstdint>
 #include <mutex>

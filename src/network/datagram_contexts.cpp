@@ -30,7 +30,7 @@ std::int32_t BroadcastContext::sendDatagram(Bytes telegram)
     // The system would send it over one adapter of its choice only.
     bool hasLeft = false;
     for (const sys::HostAdapter& adapter : sys::listHostAdapters()) {
-        if (!adapter.addresses.empty() && adapter.addresses.back().address != "0.0.0.0")
+        if (sys::hasAddress(adapter))
             hasLeft = m_connection.sendOver(adapter.interfaceIndex, telegram) == ZEL_OK || hasLeft;
     }
     return hasLeft ? ZEL_OK : m_connection.send(telegram.data(), telegram.size());

@@ -1,6 +1,6 @@
 #include "net_settings.h"
 
-#include "request_document.h"
+#include "parameter_documents.h"
 #include "ZEL_VR_Framework.h"
 
 namespace zel::network {
@@ -10,7 +10,7 @@ namespace {
 constexpr std::uint16_t kParameters = 1;
 constexpr std::uint16_t kReadSection = 5;
 constexpr std::uint16_t kWriteSection = 6;
-constexpr std::uint64_t kView = 1;
+constexpr std::uint32_t kView = 1;
 
 template <class Send>
 std::int32_t sendByEitherWay(const RequestPath& path, iRequestorContext& alternative, Send&& send)
@@ -26,12 +26,9 @@ std::int32_t sendByEitherWay(const RequestPath& path, iRequestorContext& alterna
 std::int32_t readNetSettings(const RequestPath& path, iRequestorContext& alternative,
                              std::uint64_t uuid, NetSettings which, const TextBuffer& buffer)
 {
-    const std::string request =
-        RequestDocument{}
-            .addNumber("View", kView)
-            .addText("Path", which == NetSettings::oneInterface ? "/Communication/Network/eth0"
-                                                                : "/Communication/Network")
-            .take();
+    const std::string request = parameters::pathRequest(kView, which == NetSettings::oneInterface
+                                                                   ? "/Communication/Network/eth0"
+                                                                   : "/Communication/Network");
     return sendByEitherWay(path, alternative, [&](const RequestPath& way) {
         return sendForText(way, {uuid, kParameters, kReadSection}, request, buffer);
     });
@@ -40,11 +37,7 @@ std::int32_t readNetSettings(const RequestPath& path, iRequestorContext& alterna
 std::int32_t writeNetSettings(const RequestPath& path, iRequestorContext& alternative,
                               std::uint64_t uuid, std::string_view document)
 {
-    const std::string request = RequestDocument{}
-                                    .addNumber("View", kView)
-                                    .addText("Path", "/Communication")
-                                    .addText("XmlSection", document)
-                                    .take();
+    const std::string request = parameters::writeSectionRequest(kView, "/Communication", document);
     return sendByEitherWay(path, alternative, [&](const RequestPath& way) {
         return send(way, {uuid, kParameters, kWriteSection}, request);
     });

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sync_method_request.h"
+#include "method_request.h"
 
 #include <cstdint>
 

@@ -1,5 +1,6 @@
 #include "parameter_documents.h"
 
+#include "hexadecimal_text.h"
 #include "request_document.h"
 #include "response_document.h"
 
@@ -10,24 +11,12 @@ namespace zel::parameters {
 
 namespace {
 
-/// 0 to 15, or 16 for what is no hexadecimal digit.
-unsigned hexadecimalValue(char digit)
-{
-    if (digit >= '0' && digit <= '9')
-        return static_cast<unsigned>(digit - '0');
-    if (digit >= 'A' && digit <= 'F')
-        return static_cast<unsigned>(digit - 'A') + 10;
-    if (digit >= 'a' && digit <= 'f')
-        return static_cast<unsigned>(digit - 'a') + 10;
-    return 16;
-}
-
 std::int32_t decodeHexadecimal(std::string_view text, char* data)
 {
     for (std::size_t at = 0; at + 1 < text.size(); at += 2) {
-        const unsigned high = hexadecimalValue(text[at]);
-        const unsigned low = hexadecimalValue(text[at + 1]);
-        if (high > 15 || low > 15)
+        const unsigned high = hexadecimalDigit(text[at]);
+        const unsigned low = hexadecimalDigit(text[at + 1]);
+        if (high == kNoDigit || low == kNoDigit)
             return ZEL_UTIL_STRING_CONVERSION;
         data[at / 2] = static_cast<char>(high << 4 | low);
     }
@@ -163,14 +152,14 @@ std::int32_t TedsAnswer::readIdentifier(Bytes payload)
     return result == ZEL_OK ? response.requireNumber("Tid", identifier) : result;
 }
 
-std::array<char, 17> tedsIdentifierText(std::uint64_t identifier)
+std::array<char, kTedsIdentifierSize> tedsIdentifierText(std::uint64_t identifier)
 {
     std::array<std::byte, 8> bytes{};
     for (std::size_t i = 0; i < bytes.size(); ++i)
         bytes[i] = static_cast<std::byte>(identifier >> (8 * i) & 0xFF);
     std::string digits;
     appendHexadecimal(digits, bytes);
-    std::array<char, 17> text{};
+    std::array<char, kTedsIdentifierSize> text{};
     std::copy(digits.begin(), digits.end(), text.begin());
     return text;
 }

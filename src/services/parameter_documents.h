@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -46,9 +45,12 @@ struct TedsAnswer {
     std::int32_t readIdentifier(Bytes payload);
 };
 
+/// Sixteen hexadecimal characters and a zero byte.
+inline constexpr std::size_t kTedsIdentifierSize = 17;
+
 /// The identifier as its bytes lie in memory, the least significant first, so that it compares
 /// equal with what other clients show.
-std::array<char, 17> tedsIdentifierText(std::uint64_t identifier);
+std::array<char, kTedsIdentifierSize> tedsIdentifierText(std::uint64_t identifier);
 
 /// What is left of a TEDS image without the zero bytes at its end.
 Bytes withoutPadding(Bytes image);

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "parameter_documents.h"
 #include "text_response.h"
 
-#include <cstddef>
 #include <cstdint>
 
 /// The parameters of a module: documents, one for each view, read and written whole, by section or
@@ -60,9 +60,6 @@ std::int32_t readViewsToFile(const RequestPath& requests, std::uint64_t uuid, co
 /// a null text.
 std::int32_t maxCount(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                       const char* path, const char* name);
-
-/// Sixteen hexadecimal characters and a zero byte.
-inline constexpr std::size_t kTedsIdentifierSize = 17;
 
 /// The channel counts from 1: ZEL_SRV_INVALID_PARAMETERS for channel 0. `identifier` has room for
 /// kTedsIdentifierSize characters and is set on success only.

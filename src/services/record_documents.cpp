@@ -1,5 +1,6 @@
 #include "record_documents.h"
 
+#include "hexadecimal_text.h"
 #include "number_format.h"
 #include "pugi_xml_buffer_composer.h"
 #include "units.h"
@@ -36,13 +37,6 @@ void setValueAt(void* record, std::size_t offset, const Value& value)
 }
 
 // ---- to the document
-
-std::string hexadecimalText(std::uint32_t value)
-{
-    std::array<char, 8> digits{};
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value, 16);
-    return "0x" + std::string(digits.data(), end.ptr);
-}
 
 /// As few digits as bring the same number back.
 std::string realText(double value)
@@ -94,7 +88,7 @@ std::int32_t addField(XmlComposer& composer, const RecordField& field, const voi
     case FieldKind::number:
         return composer.addElement(field.name, number());
     case FieldKind::hexadecimal:
-        return composer.addElement(field.name, hexadecimalText(number()));
+        return composer.addElement(field.name, "0x" + hexadecimalText(number()));
     case FieldKind::number64:
         return composer.addElement(field.name,
                                    std::to_string(valueAt<std::uint64_t>(record, field.offset)));

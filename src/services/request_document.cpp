@@ -1,5 +1,6 @@
 #include "request_document.h"
 
+#include "hexadecimal_text.h"
 #include "number_format.h"
 #include "xml_escape.h"
 
@@ -75,18 +76,6 @@ RequestDocument& RequestDocument::close(std::string_view name)
 {
     m_text.append("</").append(name).append(1, '>');
     return *this;
-}
-
-void appendHexadecimal(std::string& out, Bytes data)
-{
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
-    std::size_t at = out.size();
-    out.resize(at + 2 * data.size());
-    for (const std::byte byte : data) {
-        const auto value = std::to_integer<std::size_t>(byte);
-        out[at++] = kDigits[value >> 4];
-        out[at++] = kDigits[value & 0xF];
-    }
 }
 
 } // namespace zel

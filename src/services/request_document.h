@@ -37,7 +37,4 @@ private:
     std::string m_text;
 };
 
-/// Appends two capital hexadecimal digits for each byte, the high nibble first.
-void appendHexadecimal(std::string& out, Bytes data);
-
 } // namespace zel

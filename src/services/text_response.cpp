@@ -2,6 +2,7 @@
 
 #include "host_file.h"
 #include "last_error_stores.h"
+#include "sync_method_request.h"
 #include "ZEL_VR_Framework.h"
 
 #include <algorithm>
@@ -107,12 +108,6 @@ Response sendForResponse(const RequestPath& path, const MethodAddress& method, s
         return result;
     });
     return response;
-}
-
-std::int32_t sendWithRetry(const RequestPath& path, iRequestorContext& second,
-                           const MethodAddress& method, std::string request)
-{
-    return send({path.context, path.loop, &second}, method, std::move(request));
 }
 
 std::int32_t sendForFile(const RequestPath& path, const MethodAddress& method, std::string request,

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "byte_cursor.h"
-#include "sync_method_request.h"
+#include "method_request.h"
 #include "ZEL_VR_Framework.h"
 
 #include <cstdint>
@@ -57,7 +57,7 @@ std::int32_t sendForText(const RequestPath& path, const MethodAddress& method, s
 /// The response data are not looked at.
 std::int32_t send(const RequestPath& path, const MethodAddress& method, std::string request);
 
-/// What send...() inside the library gives to be parsed.
+/// What came back, for the library itself to look into.
 struct Response {
     std::int32_t result = 0;
     std::unique_ptr<clRxTelContainer> telegram; // null without a response
@@ -65,11 +65,6 @@ struct Response {
     Bytes payload() const { return telegram ? telegram->payload() : Bytes{}; }
 };
 Response sendForResponse(const RequestPath& path, const MethodAddress& method, std::string request);
-
-/// As send(), but when the first attempt's response does not come in time the second goes out
-/// through `second`.
-std::int32_t sendWithRetry(const RequestPath& path, iRequestorContext& second,
-                           const MethodAddress& method, std::string request);
 
 /// Writes the response into a file, which is created or emptied before anything is sent.
 /// ZEL_FILE_OPEN, ZEL_FILE_WRITE. The name is UTF-8.

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "byte_cursor.h"
-
+#include <cstddef>
 #include <cstdint>
 #include <string>
 

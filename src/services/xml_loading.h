@@ -2,8 +2,6 @@
 
 #include "byte_cursor.h"
 
-#include <string_view>
-
 #include <pugixml.hpp>
 
 namespace zel {

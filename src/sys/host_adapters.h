@@ -20,6 +20,12 @@ struct HostAdapter {
     std::vector<HostAddress> addresses; // IPv4; the last one is the one that is reported
 };
 
+/// Whether there is an address to send from; some systems list 0.0.0.0 for none.
+inline bool hasAddress(const HostAdapter& adapter)
+{
+    return !adapter.addresses.empty() && adapter.addresses.back().address != "0.0.0.0";
+}
+
 /// Asks the system anew on every call; empty when it cannot be asked. The loopback is none of them.
 std::vector<HostAdapter> listHostAdapters();
 

@@ -6,4 +6,14 @@ namespace zel::sys {
 bool startSocketLibrary();
 bool stopSocketLibrary();
 
+/// Keeps the socket library for as long as it lives, as every object with sockets does; the system
+/// counts.
+class SocketLibraryUse {
+public:
+    SocketLibraryUse() { startSocketLibrary(); }
+    ~SocketLibraryUse() { stopSocketLibrary(); }
+    SocketLibraryUse(const SocketLibraryUse&) = delete;
+    SocketLibraryUse& operator=(const SocketLibraryUse&) = delete;
+};
+
 } // namespace zel::sys

@@ -7,8 +7,6 @@
 
 namespace zel {
 
-clConHndlr::clConHndlr(sys::EventLoop&) {}
-
 clConHndlr::~clConHndlr()
 {
     eraseAll();

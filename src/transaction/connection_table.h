@@ -18,7 +18,7 @@ namespace zel {
 /// takes nothing holds up nobody else.
 class clConHndlr final : public iRequestorContext, public iConnectionFinder {
 public:
-    explicit clConHndlr(sys::EventLoop& loop);
+    clConHndlr() = default;
     /// Closes every connection and ends what waits on them.
     ~clConHndlr() override;
 

@@ -6,7 +6,6 @@ namespace zel {
 
 /// No module; also what searches answer that found none.
 inline constexpr std::uint64_t kNoUuid = ~std::uint64_t{0};
-inline constexpr std::uint64_t kBroadcastUuid = 0x8ffffffffffffffeu;
 
 /// The library's own node id: made on first use from the first adapter's hardware address and the
 /// process id, then the same for the life of the process.

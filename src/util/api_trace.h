@@ -3,7 +3,6 @@
 #include "trace_script.h"
 #include "trace_sequence.h"
 
-#include <exception>
 #include <initializer_list>
 #include <mutex>
 

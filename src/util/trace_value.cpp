@@ -1,5 +1,7 @@
 #include "trace_value.h"
 
+#include "hexadecimal_text.h"
+
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -7,13 +9,6 @@
 namespace zel {
 
 namespace {
-
-std::string hexadecimal(std::uint64_t value)
-{
-    std::array<char, 16> digits{};
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value, 16);
-    return {digits.data(), end.ptr};
-}
 
 /// As printf's "%.*g" in the "C" locale; the script has no literals for what is not finite.
 template <std::floating_point Number>
@@ -32,7 +27,7 @@ std::string realText(Number value, int precision)
 /// Sixteen digits in capitals, whatever the platform's printf makes of a pointer.
 std::string pointerText(const void* pointer)
 {
-    std::string digits = hexadecimal(reinterpret_cast<std::uintptr_t>(pointer));
+    std::string digits = hexadecimalText(reinterpret_cast<std::uintptr_t>(pointer));
     for (char& digit : digits)
         if (digit >= 'a')
             digit = static_cast<char>(digit - 'a' + 'A');
@@ -52,12 +47,13 @@ std::string literal(std::string_view text)
 
 } // namespace
 
-TraceValue::TraceValue(TracedUuid uuid) : m_text("core.uuid('0x" + hexadecimal(uuid.value) + "')")
+TraceValue::TraceValue(TracedUuid uuid)
+    : m_text("core.uuid('0x" + hexadecimalText(uuid.value) + "')")
 {
 }
 
 TraceValue::TraceValue(TracedTimeStamp time)
-    : m_text("core.timestamp('0x" + hexadecimal(time.value) + "')")
+    : m_text("core.timestamp('0x" + hexadecimalText(time.value) + "')")
 {
 }
 

@@ -3,7 +3,6 @@
 #include <concepts>
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace zel {
 

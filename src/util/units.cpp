@@ -1,5 +1,6 @@
 #include "units.h"
 
+#include "hexadecimal_text.h"
 #include "process_wide.h"
 #include "ZEL_VR_Framework.h"
 
@@ -45,19 +46,6 @@ std::int32_t codeOf(const UnitRow* row)
     return row == nullptr ? ZEL_UNIT_NOT_FOUND : static_cast<std::int32_t>(row->code);
 }
 
-/// The value of a digit, or -1.
-int digit(char character, unsigned base)
-{
-    int value = -1;
-    if (character >= '0' && character <= '9')
-        value = character - '0';
-    else if (base == 16 && character >= 'a' && character <= 'f')
-        value = character - 'a' + 10;
-    else if (base == 16 && character >= 'A' && character <= 'F')
-        value = character - 'A' + 10;
-    return value;
-}
-
 /// Reads the reference that `text` begins with. It becomes 0xC2 and the number's low byte, which is
 /// right for the characters that units have; whatever stands behind the digits is taken for the
 /// semicolon. Returns how long the reference is, 0 where it is none.
@@ -69,8 +57,8 @@ std::size_t expandReference(std::string_view text, std::string& out)
     const std::size_t first = base == 16 ? 3 : 2;
     std::size_t position = first;
     unsigned number = 0;
-    for (; position < text.size() && digit(text[position], base) >= 0; ++position)
-        number = number * base + static_cast<unsigned>(digit(text[position], base));
+    for (; position < text.size() && hexadecimalDigit(text[position]) < base; ++position)
+        number = number * base + hexadecimalDigit(text[position]);
     if (position == first)
         return 0;
     out += '\xC2';

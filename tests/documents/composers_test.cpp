@@ -147,51 +147,5 @@ TEST(BufferWriter, DropsEverythingAfterTheFirstPieceThatDoesNotFit)
     EXPECT_EQ(full.written(), 5U);
 }
 
-// In the C++ ABI of both targets a pointer to a virtual member holds one more than the offset of
-// its place in the virtual table.
-template <class Operation>
-std::size_t placeOf(Operation operation)
-{
-    std::uintptr_t raw = 0;
-    std::memcpy(&raw, &operation, sizeof(raw));
-    return (raw - 1) / sizeof(void*);
-}
-
-template <class... Arguments>
-using Operation = std::int32_t (XmlComposer::*)(Arguments...);
-
-TEST(Composers, KeepTheOrderOfTheirVirtualTable)
-{
-    using Name = const char*;
-    using Text = const std::string&;
-    using C = XmlComposer;
-    const std::size_t places[] = {
-        placeOf(&C::openElement),
-        placeOf(&C::closeElement),
-        placeOf(&C::reset),
-        placeOf<Operation<Text>>(&C::addText),
-        placeOf<Operation<double>>(&C::addText),
-        placeOf<Operation<std::uint64_t>>(&C::addText),
-        placeOf<Operation<std::uint32_t>>(&C::addText),
-        placeOf<Operation<std::int32_t>>(&C::addText),
-        placeOf<Operation<const char*>>(&C::addText),
-        placeOf<Operation<Name, Text>>(&C::addAttribute),
-        placeOf<Operation<Name, std::uint64_t>>(&C::addAttribute),
-        placeOf<Operation<Name, std::uint32_t>>(&C::addAttribute),
-        placeOf<Operation<Name, std::int32_t>>(&C::addAttribute),
-        placeOf<Operation<Name, double>>(&C::addAttribute),
-        placeOf<Operation<Name, const char*>>(&C::addAttribute),
-        placeOf<Operation<Name, std::uint32_t>>(&C::addElement),
-        placeOf<Operation<Name, std::int32_t>>(&C::addElement),
-        placeOf<Operation<Name, Text>>(&C::addElement),
-        placeOf<Operation<Name, const char*>>(&C::addElement),
-        placeOf(&C::addComment),
-        placeOf(&C::writeRaw),
-    };
-    std::size_t expected = 0;
-    for (const std::size_t place : places)
-        EXPECT_EQ(place, expected++);
-}
-
 } // namespace
 } // namespace zel

@@ -21,32 +21,32 @@ struct Handed {
     std::string_view text() const { return {data, static_cast<std::size_t>(length)}; }
 };
 
-Handed lastMessage()
+template <class Export, class... Uuid>
+Handed handedBy(Export function, Uuid... uuid)
 {
     Handed handed;
-    handed.result = ZEL_XPAR_GetLastErrMsg(&handed.data, &handed.length);
+    handed.result = function(uuid..., &handed.data, &handed.length);
     return handed;
+}
+
+Handed lastMessage()
+{
+    return handedBy(ZEL_XPAR_GetLastErrMsg);
 }
 
 Handed messageOf(std::uint64_t uuid)
 {
-    Handed handed;
-    handed.result = ZEL_XPAR_GetLastErrMsgByUuid(uuid, &handed.data, &handed.length);
-    return handed;
+    return handedBy(ZEL_XPAR_GetLastErrMsgByUuid, uuid);
 }
 
 Handed lastData()
 {
-    Handed handed;
-    handed.result = ZEL_XCOM_GetSyncReqrSrvLastErrDat(&handed.data, &handed.length);
-    return handed;
+    return handedBy(ZEL_XCOM_GetSyncReqrSrvLastErrDat);
 }
 
 Handed dataOf(std::uint64_t uuid)
 {
-    Handed handed;
-    handed.result = ZEL_XCOM_GetSyncReqrSrvLastErrDatByUuid(uuid, &handed.data, &handed.length);
-    return handed;
+    return handedBy(ZEL_XCOM_GetSyncReqrSrvLastErrDatByUuid, uuid);
 }
 
 /// A received telegram of which the header has been taken off.

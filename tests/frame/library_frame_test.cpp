@@ -271,18 +271,8 @@ TEST_F(LibraryFrame, StartsOnceHoweverOftenAndByWhomeverItIsAsked)
     }
 }
 
-TEST_F(LibraryFrame, KnowsNoModuleWhenNoneIsConnected)
-{
-    ZEL_Init();
-    char text[8];
-    std::uint64_t length = 0;
-    EXPECT_EQ(ZEL_XPAR_ReadPar(42, 1, "Amplifier", "", text, &length, sizeof text), -1000500);
-    EXPECT_EQ(ZEL_XCOM_Disconnect(42), -1000500);
-    EXPECT_EQ(ZEL_XCOM_DisconnectFromTcpIpDev("127.0.0.1", 1), -1);
-    EXPECT_EQ(ZEL_XCOM_DisconnectFromTcpIpDev("not an address", 1), -1);
-}
-
 #ifdef __linux__
+
 TEST_F(LibraryFrame, StaysStoppedWhenItGetsNoThreadAndStartsWhenItDoes)
 {
     pthread_attr_t usual;

@@ -1,10 +1,10 @@
 // Any bytes as a datagram, and as the document of a scan's answer.
 
+#include "datagram_frame.h"
 #include "phonebook.h"
 #include "scan.h"
 #include "telegram_container.h"
 #include "transaction_header.h"
-#include "udp_connection.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -82,6 +82,7 @@ int main(int argc, char** argv)
     set_up(uuid);
     GIVES(ZEL_OK, ZEL_XCOM_DisconnectFromTcpIpDev(found->address, port));
     GIVES(ZEL_CONN_UNKNOWN_UUID, ZEL_XCOM_Disconnect(uuid));
+    GIVES(-1, ZEL_XCOM_DisconnectFromTcpIpDev("not an address", 1));
     GIVES(ZEL_OK, ZEL_XCOM_ConnectToTcpIpDev(found->address, port, &uuid));
     HOLDS(strcmp(ZEL_XUTIL_GetTextFromModule(uuid, ZEL_SYS_NOT_STARTED),
                  ZEL_XUTIL_GetText(ZEL_SYS_NOT_STARTED)) == 0);

@@ -4,6 +4,7 @@
 #include "event_loop.h"
 #include "native_stream.h"
 #include "readiness.h"
+#include "socket_library.h"
 #include "wire_peer.h"
 
 #include <thread>
@@ -31,7 +32,7 @@ public:
     }
 
 private:
-    communication::native::NativeSocket m_unused = (communication::native::startUp(), 0);
+    const sys::SocketLibraryUse m_library;
     sys::EventLoop m_loop;
     int m_result = -99;
     std::thread m_thread{[this] { m_result = m_loop.execute(); }};

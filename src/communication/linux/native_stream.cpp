@@ -1,17 +1,14 @@
 #include "native_stream.h"
 
+#include "system_sockets.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <cstring>
 
 #include <fcntl.h>
-#include <netdb.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
-#include <sys/socket.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -40,19 +37,7 @@ Transfer transferred(ssize_t count)
     return {count, count < 0 ? lastFailure() : Failure::none};
 }
 
-bool setOption(NativeSocket socket, int level, int name, int value)
-{
-    return setsockopt(socket, level, name, &value, sizeof value) == 0;
-}
-
 } // namespace
-
-bool startUp()
-{
-    return true;
-}
-
-void cleanUp() {}
 
 NativeSocket openStream(int family)
 {
@@ -74,13 +59,6 @@ Failure connect(NativeSocket socket, const sockaddr* address, std::size_t length
     if (::connect(socket, address, static_cast<socklen_t>(length)) == 0)
         return Failure::none;
     return errno == EINPROGRESS ? Failure::wouldBlock : lastFailure();
-}
-
-bool isConnectionMade(NativeSocket socket)
-{
-    int error = 0;
-    socklen_t size = sizeof error;
-    return getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
 }
 
 Wait waitFor(NativeSocket socket, Direction direction, int milliseconds)
@@ -131,20 +109,6 @@ void shutDown(NativeSocket socket)
 void close(NativeSocket socket)
 {
     ::close(socket);
-}
-
-bool isPeer(NativeSocket socket, const sockaddr* address, std::size_t length)
-{
-    sockaddr_storage peer{};
-    socklen_t peerLength = sizeof peer;
-    char hosts[2][256];
-    char services[2][8];
-    return getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &peerLength) == 0 &&
-           getnameinfo(reinterpret_cast<sockaddr*>(&peer), peerLength, hosts[0], sizeof hosts[0],
-                       services[0], sizeof services[0], NI_NUMERICHOST | NI_NUMERICSERV) == 0 &&
-           getnameinfo(address, static_cast<socklen_t>(length), hosts[1], sizeof hosts[1],
-                       services[1], sizeof services[1], NI_NUMERICHOST | NI_NUMERICSERV) == 0 &&
-           std::strcmp(hosts[0], hosts[1]) == 0 && std::strcmp(services[0], services[1]) == 0;
 }
 
 } // namespace zel::communication::native

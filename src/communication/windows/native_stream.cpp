@@ -1,14 +1,12 @@
 #include "native_stream.h"
 
+#include "system_sockets.h"
+
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <limits>
 
-#include <winsock2.h>
-
 #include <mstcpip.h>
-#include <ws2tcpip.h>
 
 namespace zel::communication::native {
 
@@ -50,17 +48,6 @@ WSABUF bufferOf(Bytes bytes)
 
 } // namespace
 
-bool startUp()
-{
-    WSADATA data;
-    return WSAStartup(MAKEWORD(2, 2), &data) == 0;
-}
-
-void cleanUp()
-{
-    WSACleanup();
-}
-
 NativeSocket openStream(int family)
 {
     return WSASocketW(family, SOCK_STREAM, 0, nullptr, 0, WSA_FLAG_OVERLAPPED);
@@ -72,7 +59,7 @@ bool setStreamOptions(NativeSocket socket)
     if (ioctlsocket(socket, static_cast<long>(FIONBIO), &nonBlocking) != 0)
         return false;
     const char noDelay = 1; // one byte long: the stack takes it
-    if (setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &noDelay, sizeof noDelay) != 0)
+    if (!setOption(socket, IPPROTO_TCP, TCP_NODELAY, noDelay))
         return false;
     tcp_keepalive keepAlive{1, 1000, 1000};
     DWORD returned = 0;
@@ -85,14 +72,6 @@ Failure connect(NativeSocket socket, const sockaddr* address, std::size_t length
     if (::connect(socket, address, static_cast<int>(length)) == 0)
         return Failure::none;
     return failureOf(WSAGetLastError());
-}
-
-bool isConnectionMade(NativeSocket socket)
-{
-    int error = 0;
-    int size = sizeof error;
-    return getsockopt(socket, SOL_SOCKET, SO_ERROR, reinterpret_cast<char*>(&error), &size) == 0 &&
-           error == 0;
 }
 
 Wait waitFor(NativeSocket socket, Direction direction, int milliseconds)
@@ -149,20 +128,6 @@ void shutDown(NativeSocket socket)
 void close(NativeSocket socket)
 {
     closesocket(socket);
-}
-
-bool isPeer(NativeSocket socket, const sockaddr* address, std::size_t length)
-{
-    sockaddr_storage peer{};
-    int peerLength = sizeof peer;
-    char hosts[2][256];
-    char services[2][8];
-    return getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &peerLength) == 0 &&
-           getnameinfo(reinterpret_cast<sockaddr*>(&peer), peerLength, hosts[0], sizeof hosts[0],
-                       services[0], sizeof services[0], NI_NUMERICHOST | NI_NUMERICSERV) == 0 &&
-           getnameinfo(address, static_cast<socklen_t>(length), hosts[1], sizeof hosts[1],
-                       services[1], sizeof services[1], NI_NUMERICHOST | NI_NUMERICSERV) == 0 &&
-           std::strcmp(hosts[0], hosts[1]) == 0 && std::strcmp(services[0], services[1]) == 0;
 }
 
 } // namespace zel::communication::native
