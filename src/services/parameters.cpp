@@ -107,8 +107,6 @@ std::int32_t readDocument(const RequestPath& requests, std::uint64_t uuid, std::
 std::int32_t readSection(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                          bool currentChoicesOnly, const char* path, const TextBuffer& buffer)
 {
-    if (buffer.capacity == 0)
-        return ZEL_SYS_BAD_PARAMETER;
     return sendForText(requests, of(uuid, method::kReadSection),
                        sectionRequest(view, path, currentChoicesOnly), buffer);
 }
@@ -170,8 +168,6 @@ std::int32_t readViewsToFile(const RequestPath& requests, std::uint64_t uuid, co
 std::int32_t maxCount(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                       const char* path, const char* name)
 {
-    if (path == nullptr || name == nullptr)
-        return ZEL_SYS_BAD_PARAMETER;
     const bool countsConnectors = view == kConnectorView && std::string_view(path) == "Amplifier" &&
                                   std::string_view(name) == "Connector";
     const Response response = countsConnectors

@@ -5,7 +5,6 @@
 #include "port_twin.h"
 
 #include <algorithm>
-#include <cassert>
 #include <limits>
 
 namespace zel::sys {

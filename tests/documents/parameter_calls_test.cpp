@@ -181,9 +181,6 @@ TEST_F(ParameterCalls, WithoutBufferStillCallTheMethodAndTellTheLength)
               ZEL_SYS_BAD_PARAMETER);
     EXPECT_EQ(parameters::read(m_path, m_uuid, kView, "A", "R", {m_buffer.data(), nullptr, 1}),
               ZEL_SYS_BAD_PARAMETER);
-    EXPECT_EQ(
-        parameters::readSection(m_path, m_uuid, kView, true, "A", {m_buffer.data(), &m_length, 0}),
-        ZEL_SYS_BAD_PARAMETER);
     EXPECT_EQ(m_module.received().size(), 2U);
 }
 
@@ -226,7 +223,6 @@ TEST_F(ParameterCalls, TellCountsAndNegativeResults)
     EXPECT_EQ(parameters::maxCount(m_path, m_uuid, 1, "Amplifier", "Connector"), 8);
     answer(7, {-1000203, "<xs:schema><xs:element maxOccurs=\"8\"/></xs:schema>"});
     EXPECT_EQ(parameters::maxCount(m_path, m_uuid, 1, "Amplifier", "Connector"), -1000203);
-    EXPECT_EQ(parameters::maxCount(m_path, m_uuid, 1, nullptr, ""), ZEL_SYS_BAD_PARAMETER);
 }
 
 TEST_F(ParameterCalls, SendARefusedTedsImageOnceMoreWithoutItsPadding)
