@@ -32,7 +32,6 @@ std::int32_t writeString(const RequestPath& requests, std::uint64_t uuid, std::u
 /// `currentChoicesOnly` leaves out of the document the choices that cannot be selected now.
 std::int32_t readDocument(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                           bool currentChoicesOnly, const TextBuffer& buffer);
-/// ZEL_SYS_BAD_PARAMETER for a buffer without capacity.
 std::int32_t readSection(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                          bool currentChoicesOnly, const char* path, const TextBuffer& buffer);
 std::int32_t writeDocument(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
@@ -56,8 +55,7 @@ std::int32_t readViews(const RequestPath& requests, std::uint64_t uuid, const Te
 /// Into a file, which is created or emptied first.
 std::int32_t readViewsToFile(const RequestPath& requests, std::uint64_t uuid, const char* fileName);
 
-/// How often a parameter may occur, 0 or more, or a negative result code; ZEL_SYS_BAD_PARAMETER for
-/// a null text.
+/// How often a parameter may occur, 0 or more, or a negative result code.
 std::int32_t maxCount(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                       const char* path, const char* name);
 
