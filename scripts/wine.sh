@@ -31,11 +31,16 @@ make_template() {
 
 # The system files are shared with the template, the registry and the users' files are copies.
 make_private_prefix() {
-    mkdir "$WINEPREFIX" "$WINEPREFIX/drive_c"
+    # Programs that start at the same time wait for the first one, and have the whole of it.
+    exec 9>"$WINEPREFIX.lock"
+    flock 9
+    [ ! -e "$WINEPREFIX/.ready" ] || return 0
+    mkdir -p "$WINEPREFIX/drive_c"
     cp -a "$template"/*.reg "$template"/.update-timestamp "$template"/dosdevices "$WINEPREFIX"
     cp -a "$template/drive_c/users" "$WINEPREFIX/drive_c"
     ln -s "$template/drive_c/windows" "$template/drive_c/Program Files" \
         "$template/drive_c/Program Files (x86)" "$template/drive_c/ProgramData" "$WINEPREFIX/drive_c"
+    touch "$WINEPREFIX/.ready"
 }
 
 if [ -z "${WINEPREFIX:-}" ]; then
@@ -44,7 +49,8 @@ if [ -z "${WINEPREFIX:-}" ]; then
         # This folder goes away with the private network, and with it what Wine's server leaves.
         private=$(dirname "$ZEL_MODULE_NETWORK")
         export WINEPREFIX=$private/wine TMPDIR=$private
-        [ -d "$WINEPREFIX" ] || make_private_prefix
+        [ -e "$WINEPREFIX/.ready" ] || make_private_prefix
+        exec 9>&-
     else
         export WINEPREFIX=$template
     fi
