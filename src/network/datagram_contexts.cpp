@@ -4,9 +4,9 @@
 
 namespace zel {
 
-std::unique_ptr<clRequestorBase> MulticastContext::createRequestor(std::uint64_t target,
-                                                                   iTransactionOwner& owner,
-                                                                   sys::EventLoop& loop)
+std::unique_ptr<clRequestorBase> DatagramContext::createRequestor(std::uint64_t target,
+                                                                  iTransactionOwner& owner,
+                                                                  sys::EventLoop& loop)
 {
     return std::make_unique<clRequestorBroadcast>(target, owner, loop, *this);
 }
@@ -14,13 +14,6 @@ std::unique_ptr<clRequestorBase> MulticastContext::createRequestor(std::uint64_t
 std::int32_t MulticastContext::sendDatagram(Bytes telegram)
 {
     return m_server.send(m_interfaceIndex, telegram);
-}
-
-std::unique_ptr<clRequestorBase> BroadcastContext::createRequestor(std::uint64_t target,
-                                                                   iTransactionOwner& owner,
-                                                                   sys::EventLoop& loop)
-{
-    return std::make_unique<clRequestorBroadcast>(target, owner, loop, *this);
 }
 
 std::int32_t BroadcastContext::sendDatagram(Bytes telegram)

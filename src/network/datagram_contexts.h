@@ -12,7 +12,14 @@ namespace zel {
 // Two of the ways to modules that are not connected. A request that began through a context does
 // not need it any more. Without an index they go over every adapter.
 
-class MulticastContext final : public iRequestorContext, public iDatagramSender {
+/// What the two share: each request is one transaction by datagrams.
+class DatagramContext : public iRequestorContext, public iDatagramSender {
+public:
+    std::unique_ptr<clRequestorBase> createRequestor(std::uint64_t target, iTransactionOwner& owner,
+                                                     sys::EventLoop& loop) final;
+};
+
+class MulticastContext final : public DatagramContext {
 public:
     explicit MulticastContext(clMulticastServer& server,
                               std::optional<std::uint32_t> interfaceIndex = {})
@@ -20,8 +27,6 @@ public:
     {
     }
 
-    std::unique_ptr<clRequestorBase> createRequestor(std::uint64_t target, iTransactionOwner& owner,
-                                                     sys::EventLoop& loop) override;
     std::int32_t sendDatagram(Bytes telegram) override;
 
 private:
@@ -29,7 +34,7 @@ private:
     const std::optional<std::uint32_t> m_interfaceIndex;
 };
 
-class BroadcastContext final : public iRequestorContext, public iDatagramSender {
+class BroadcastContext final : public DatagramContext {
 public:
     explicit BroadcastContext(clUDPConnection& connection,
                               std::optional<std::uint32_t> interfaceIndex = {})
@@ -37,8 +42,6 @@ public:
     {
     }
 
-    std::unique_ptr<clRequestorBase> createRequestor(std::uint64_t target, iTransactionOwner& owner,
-                                                     sys::EventLoop& loop) override;
     std::int32_t sendDatagram(Bytes telegram) override;
 
 private:

@@ -8,13 +8,8 @@
 # ZEL_LIBRARY_FILE (what is loaded), ZEL_EMULATOR (runs the programs, where something must).
 set -uo pipefail
 root=$(cd "$(dirname "$0")/../.." && pwd)
-simulator=$2
-if [ "$(head -c 2 "$simulator")" = '#!' ]; then
-    # Programs under Wine share a network; the module needs one of its own.
-    simulator=$root/build/linux/bin/zel-sim
-    [ -x "$simulator" ] || { echo "FAILED: build/linux/bin/zel-sim is not built"; exit 1; }
-fi
-[ -n "${ZEL_MODULE_NETWORK:-}" ] || { echo "FAILED: no network for modules here"; exit 1; }
+. "$root/tests/support/module_network.sh"
+simulator=$(real_simulator "$2") || exit 1
 work=$(mktemp -d)
 trap 'kill $(jobs -p) 2>/dev/null; wait; rm -rf "$work"' EXIT
 

@@ -5,19 +5,12 @@
 #   changing_network_test.sh ZEL ZEL-SIM EVERY-CONNECTION STAYS-STARTED ...
 set -uo pipefail
 zel=$1
-simulator=$2
+. "$(dirname "$0")/../support/module_network.sh"
+simulator=$(real_simulator "$2") || exit 1
 host=$4
-if [ "$(head -c 2 "$simulator")" = '#!' ]; then
-    # Programs under Wine share a network; the modules need one of their own.
-    simulator=$(dirname "$0")/../../build/linux/bin/zel-sim
-    [ -x "$simulator" ] || { echo "FAILED: build/linux/bin/zel-sim is not built"; exit 1; }
-fi
-[ -n "${ZEL_MODULE_NETWORK:-}" ] || { echo "FAILED: no network for modules here"; exit 1; }
 work=$(mktemp -d)
 trap 'kill $(jobs -p) 2>/dev/null; wait; rm -rf "$work"' EXIT
 failed=0
-
-in_modules_network() { nsenter --net="$ZEL_MODULE_NETWORK" "$@"; }
 
 # start_modules NAME COUNT ARGUMENT...
 start_modules() {

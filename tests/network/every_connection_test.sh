@@ -3,13 +3,9 @@
 #
 #   every_connection_test.sh ZEL ZEL-SIM EVERY-CONNECTION
 set -euo pipefail
-simulator=$2
+. "$(dirname "$0")/../support/module_network.sh"
+simulator=$(real_simulator "$2") || exit 1
 program=$3
-if [ "$(head -c 2 "$simulator")" = '#!' ]; then
-    # Programs under Wine share a network; the module needs one of its own.
-    simulator=$(dirname "$0")/../../build/linux/bin/zel-sim
-    [ -x "$simulator" ] || { echo "FAILED: build/linux/bin/zel-sim is not built"; exit 1; }
-fi
 work=$(mktemp -d)
 trap 'kill "$running" 2>/dev/null || true; wait; rm -rf "$work"' EXIT
 
