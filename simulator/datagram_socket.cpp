@@ -1,7 +1,6 @@
 #include "datagram_socket.h"
 
 #include "datagram_twin.h"
-#include "host_adapters.h"
 
 #include <asio/ip/multicast.hpp>
 
@@ -16,16 +15,6 @@ constexpr std::size_t kLargestDatagram = 65536;
 constexpr int kBatch = 64;
 
 } // namespace
-
-std::map<std::string, std::uint32_t> interfacesByAddress()
-{
-    std::map<std::string, std::uint32_t> interfaces;
-    for (const sys::HostAdapter& adapter : sys::listHostAdapters()) {
-        for (const sys::HostAddress& address : adapter.addresses)
-            interfaces[address.address] = adapter.interfaceIndex;
-    }
-    return interfaces;
-}
 
 DatagramSocket::DatagramSocket(asio::io_context& context, std::uint16_t port)
     : m_socket(context), m_buffer(kLargestDatagram)

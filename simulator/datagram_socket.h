@@ -13,9 +13,6 @@
 
 namespace zel::simulator {
 
-/// The adapters of this host by their IPv4 addresses; asked anew on every call.
-std::map<std::string, std::uint32_t> interfacesByAddress();
-
 /// A datagram and the adapter it came in by; 0 where the system does not tell.
 struct Datagram {
     std::vector<std::byte> bytes;

@@ -6,9 +6,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
+#include <string>
 
 /// What the systems do differently with datagrams and adapters.
 namespace zel::simulator::datagram_twin {
+
+/// The adapters of this host but the loopback, by their IPv4 addresses; asked anew on every call.
+std::map<std::string, std::uint32_t> interfacesByAddress();
 
 using Handle = asio::ip::udp::socket::native_handle_type;
 

@@ -2,11 +2,14 @@
 
 #include "byte_cursor.h"
 #include "data_type.h"
+#include "no_value.h"
 
 #include <cstdint>
 #include <span>
 
 namespace zel::simulator {
+
+using wire::DataType;
 
 inline constexpr std::size_t kRecordHeaderSize = 24;
 

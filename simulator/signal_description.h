@@ -1,6 +1,7 @@
 #pragma once
 
 #include "data_type.h"
+#include "no_value.h"
 #include "sample_times.h"
 #include "signal_place.h"
 #include "waveform.h"
@@ -11,6 +12,8 @@
 #include <vector>
 
 namespace zel::simulator {
+
+using wire::DataType;
 
 struct ModuleModel;
 

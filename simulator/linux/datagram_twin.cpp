@@ -1,8 +1,11 @@
 #include "datagram_twin.h"
 
 #include <cstring>
+#include <memory>
 
 #include <arpa/inet.h>
+#include <ifaddrs.h>
+#include <net/if.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
@@ -16,6 +19,27 @@ union Control {
 };
 
 } // namespace
+
+std::map<std::string, std::uint32_t> interfacesByAddress()
+{
+    ifaddrs* first = nullptr;
+    if (getifaddrs(&first) != 0)
+        return {};
+    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner{first, &freeifaddrs};
+    std::map<std::string, std::uint32_t> interfaces;
+    for (const ifaddrs* entry = first; entry; entry = entry->ifa_next) {
+        if ((entry->ifa_flags & IFF_LOOPBACK) || !entry->ifa_addr ||
+            entry->ifa_addr->sa_family != AF_INET)
+            continue;
+        char text[INET_ADDRSTRLEN] = "";
+        const auto* const ipv4 = reinterpret_cast<const sockaddr_in*>(entry->ifa_addr);
+        inet_ntop(AF_INET, &ipv4->sin_addr, text, sizeof text);
+        // An address of an alias ("eth0:1") belongs to the adapter before the colon.
+        const std::string label = entry->ifa_name;
+        interfaces[text] = if_nametoindex(label.substr(0, label.find(':')).c_str());
+    }
+    return interfaces;
+}
 
 void tellAdapters(Handle socket)
 {

@@ -1,9 +1,34 @@
 #include "datagram_twin.h"
 
+#include <vector>
+
 #include <winsock2.h>
 #include <ws2tcpip.h>
 
+#include <iphlpapi.h>
+
 namespace zel::simulator::datagram_twin {
+
+std::map<std::string, std::uint32_t> interfacesByAddress()
+{
+    std::vector<std::max_align_t> memory;
+    ULONG size = 0;
+    ULONG result = GetAdaptersInfo(nullptr, &size);
+    // Adapters may come between the two calls: ask again as long as the list grows.
+    for (int attempt = 0; result == ERROR_BUFFER_OVERFLOW && attempt < 4; ++attempt) {
+        memory.resize(size / sizeof(std::max_align_t) + 1);
+        result = GetAdaptersInfo(reinterpret_cast<IP_ADAPTER_INFO*>(memory.data()), &size);
+    }
+    std::map<std::string, std::uint32_t> interfaces;
+    if (result != ERROR_SUCCESS || memory.empty())
+        return interfaces;
+    const auto* info = reinterpret_cast<const IP_ADAPTER_INFO*>(memory.data());
+    for (; info; info = info->Next)
+        for (const IP_ADDR_STRING* pair = &info->IpAddressList; pair; pair = pair->Next)
+            if (const std::string address = pair->IpAddress.String; address != "0.0.0.0")
+                interfaces[address] = info->Index;
+    return interfaces;
+}
 
 void tellAdapters(Handle) {}
 

@@ -2,6 +2,7 @@
 
 #include "byte_cursor.h"
 #include "byte_swapping.h"
+#include "data_type.h"
 
 #include <algorithm>
 #include <cstring>
@@ -17,23 +18,18 @@ enum class Layout { unknown, fourBytes, eightBytes, twiceEightBytes, eightAndFou
 /// How the elements of a data type are put together.
 Layout layoutOf(std::uint8_t dataType)
 {
-    switch (dataType) {
-    case 20:
-    case 36:
+    const auto type = wire::dataTypeOf(dataType);
+    if (!type)
+        return Layout::unknown;
+    switch (elementSize(*type)) {
+    case 4:
         return Layout::fourBytes;
-    case 24:
-    case 40:
+    case 8:
         return Layout::eightBytes;
-    case 80:
-    case 96:
-    case 224:
-        return Layout::twiceEightBytes;
-    case 92:
-    case 108:
-    case 236:
+    case 12:
         return Layout::eightAndFourBytes;
     default:
-        return Layout::unknown;
+        return Layout::twiceEightBytes;
     }
 }
 
@@ -75,7 +71,7 @@ struct Step {
         std::memcpy(&id, record + 2, sizeof id);
         std::memcpy(&number, record + 4, sizeof number);
         signalId = __builtin_bswap16(id);
-        length = kHeaderSize + elementSize(dataType) * __builtin_bswap32(number);
+        length = kHeaderSize + wire::elementSize(dataType) * __builtin_bswap32(number);
     }
 
     std::uint8_t kind;
@@ -85,12 +81,6 @@ struct Step {
 };
 
 } // namespace
-
-std::uint64_t elementSize(std::uint8_t dataType)
-{
-    const unsigned size = dataType & 0x0Fu;
-    return size == 0 ? 16 : size;
-}
 
 std::int32_t findRecord(std::uint32_t mode, std::uint32_t key, const std::byte* block,
                         std::uint64_t size, ZEL_DaqHeader& header, std::uint64_t& offset)
@@ -121,7 +111,7 @@ std::int32_t findRecord(std::uint32_t mode, std::uint32_t key, const std::byte* 
 void convertData(const std::byte* data, const ZEL_DaqHeader& header, std::byte* output,
                  std::uint64_t size)
 {
-    const std::uint64_t element = elementSize(header.dataType);
+    const std::uint64_t element = wire::elementSize(header.dataType);
     const std::uint64_t bytes = std::min(size, element * header.count);
     const std::size_t elements = bytes / element;
     switch (layoutOf(header.dataType)) {

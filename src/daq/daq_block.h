@@ -20,7 +20,4 @@ std::int32_t findRecord(std::uint32_t mode, std::uint32_t key, const std::byte* 
 void convertData(const std::byte* data, const ZEL_DaqHeader& header, std::byte* output,
                  std::uint64_t size);
 
-/// Size of one element in bytes, 1 to 16.
-std::uint64_t elementSize(std::uint8_t dataType);
-
 } // namespace zel::daq

@@ -13,7 +13,7 @@ std::string hexadecimalText(std::uint64_t number)
     return {digits.data(), end.ptr};
 }
 
-void appendHexadecimal(std::string& out, Bytes data)
+void appendHexadecimal(std::string& out, std::span<const std::byte> data)
 {
     constexpr std::string_view kDigits = "0123456789ABCDEF";
     std::size_t at = out.size();

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "byte_cursor.h"
-
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 
 namespace zel {
@@ -11,7 +11,7 @@ namespace zel {
 std::string hexadecimalText(std::uint64_t number);
 
 /// Appends two capital hexadecimal digits for each byte, the high nibble first.
-void appendHexadecimal(std::string& out, Bytes data);
+void appendHexadecimal(std::string& out, std::span<const std::byte> data);
 
 inline constexpr unsigned kNoDigit = 16;
 /// The value of a hexadecimal digit of either case; kNoDigit for any other character.
