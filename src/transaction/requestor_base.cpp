@@ -16,6 +16,12 @@ clRequestorBase::clRequestorBase(std::uint64_t target, iTransactionOwner& owner,
 {
 }
 
+void clRequestorBase::enterRegistry(std::uint64_t connectionId)
+{
+    m_connectionId = connectionId;
+    requestorRegistry().enter(*this);
+}
+
 void clRequestorBase::retire()
 {
     {

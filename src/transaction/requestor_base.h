@@ -17,11 +17,8 @@ public:
 
     std::uint64_t target() const { return m_target; }
     std::uint16_t label() const { return m_label.value; }
-    /// The connection that it was sent on; under the registry's lock.
+    /// The connection that it was sent on, 0 when by datagram; under the registry's lock.
     std::uint64_t connectionId() const { return m_connectionId; }
-    /// Whether sending has begun: before that its owner is being made, and nothing may be handed to
-    /// it. Under the registry's lock.
-    bool isSent() const { return m_isSent; }
 
     /// Ends the transaction without a response. What comes after the end is ignored.
     void finish(std::int32_t result);
@@ -35,9 +32,10 @@ public:
 protected:
     clRequestorBase(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop);
 
-    /// The constructor of the last class must call it last: from then on the loop's thread may call
-    /// every function.
-    void enterRegistry() { requestorRegistry().enter(*this); }
+    /// As the first step of sending, under the registry's lock: from then on the loop's thread may
+    /// call every function. Nobody finds a request that has not been sent: its owner may still be
+    /// under construction, and what comes cannot be an answer.
+    void enterRegistry(std::uint64_t connectionId);
     /// Leaves the registry and waits until neither a transaction nor a time-out is being handled.
     /// The destructor of the last class must call it first, without the registry's lock.
     void retire();
@@ -56,10 +54,6 @@ protected:
     bool isWaitExpected() const { return m_isWaitExpected; }
 
     sys::EventLoop& m_loop;
-
-    // under the registry's lock
-    std::uint64_t m_connectionId = 0;
-    bool m_isSent = false;
 
 private:
     struct Label {
@@ -80,6 +74,7 @@ private:
     bool m_isWaitExpected = false;
 
     // under the registry's lock
+    std::uint64_t m_connectionId = 0;
     bool m_isFinished = false;
 
     sys::Timer m_timer;

@@ -42,7 +42,6 @@ clRequestorBroadcast::clRequestorBroadcast(std::uint64_t target, iTransactionOwn
                                            sys::EventLoop& loop, iDatagramSender& way)
     : clRequestorBase(target, owner, loop), m_way(way)
 {
-    enterRegistry();
 }
 
 clRequestorBroadcast::~clRequestorBroadcast()
@@ -53,9 +52,8 @@ clRequestorBroadcast::~clRequestorBroadcast()
 bool clRequestorBroadcast::matches(const TransactionSource& source,
                                    const TransactionHeader& header) const
 {
-    return isSent() && source.connectionId == 0 && header.label == label() &&
-           header.destination == ownUuid() && header.type == TransactionType::response &&
-           (isForAll() || source.uuid == target());
+    return source.connectionId == 0 && header.label == label() && header.destination == ownUuid() &&
+           header.type == TransactionType::response && (isForAll() || source.uuid == target());
 }
 
 void clRequestorBroadcast::send(std::shared_ptr<const clTxTelContainer> payload)
@@ -67,7 +65,7 @@ void clRequestorBroadcast::send(std::shared_ptr<const clTxTelContainer> payload)
     const auto telegram = requestTelegram({TransactionType::request, label(), target()}, *payload);
     {
         const sys::SpinningLock lock{requestorRegistry().lock()};
-        m_isSent = true;
+        enterRegistry(0);
     }
     if (!startTimer(kAnswerMs)) {
         finish(ZEL_CONN_RECEIVE_FAILED);

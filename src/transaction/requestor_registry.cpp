@@ -94,10 +94,7 @@ void RequestorRegistry::connectionLost(std::uint64_t connectionId)
     // A copy: whoever finishes leaves the set. The lock keeps all of them alive.
     const std::vector<clRequestorBase*> waiting{m_requestors.begin(), m_requestors.end()};
     for (clRequestorBase* const requestor : waiting) {
-        const bool isMeant = connectionId == kEveryConnection
-                                 ? requestor->isSent()
-                                 : requestor->connectionId() == connectionId;
-        if (isMeant)
+        if (connectionId == kEveryConnection || requestor->connectionId() == connectionId)
             requestor->finish(ZEL_CONN_RECEIVE_FAILED);
     }
 }

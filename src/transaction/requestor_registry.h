@@ -12,9 +12,9 @@ namespace zel {
 
 class clRequestorBase;
 
-/// All requestors that wait for something, process-wide. Whoever holds its lock must not call into
-/// the event loop unless it is the loop's thread. The lock is recursive: a requestor may finish
-/// while a transaction is handed to it.
+/// All requestors that were sent and wait for something, process-wide. Whoever holds its lock must
+/// not call into the event loop unless it is the loop's thread. The lock is recursive: a requestor
+/// may finish while a transaction is handed to it.
 class RequestorRegistry {
 public:
     using Lock = std::recursive_mutex;
@@ -32,8 +32,7 @@ public:
     /// Hands a received transaction to the requestor that it belongs to, or drops it.
     void dispatch(const TransactionSource& source, std::unique_ptr<clRxTelContainer> telegram);
 
-    /// Ends everything that waits on a connection, or with kEveryConnection everything that was
-    /// sent.
+    /// Ends everything that waits on a connection, or with kEveryConnection everything that waits.
     void connectionLost(std::uint64_t connectionId);
     static constexpr std::uint64_t kEveryConnection = ~std::uint64_t{0};
 

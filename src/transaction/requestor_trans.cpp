@@ -29,7 +29,6 @@ clRequestorTrans::clRequestorTrans(std::uint64_t target, iTransactionOwner& owne
                                    sys::EventLoop& loop, iConnectionFinder& connections)
     : clRequestorBase(target, owner, loop), m_connections(connections)
 {
-    enterRegistry();
 }
 
 clRequestorTrans::~clRequestorTrans()
@@ -40,7 +39,7 @@ clRequestorTrans::~clRequestorTrans()
 bool clRequestorTrans::matches(const TransactionSource& source,
                                const TransactionHeader& header) const
 {
-    return source.uuid == target() && source.connectionId == m_connectionId &&
+    return source.uuid == target() && source.connectionId == connectionId() &&
            header.label == label() && header.type != TransactionType::request &&
            header.destination == ownUuid();
 }
@@ -83,10 +82,9 @@ void clRequestorTrans::send(std::shared_ptr<const clTxTelContainer> payload)
     {
         const sys::SpinningLock lock{requestorRegistry().lock()};
         m_sender = sender;
-        m_connectionId = sender->connectionId();
-        m_isSent = true;
         m_state = isSegmented ? State::sendingSegments : State::waitingForAcknowledge;
         m_request = payload;
+        enterRegistry(sender->connectionId());
     }
     if (!startTimer(kAcknowledgeMs)) {
         finish(ZEL_CONN_RECEIVE_FAILED);

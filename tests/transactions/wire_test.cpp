@@ -5,6 +5,7 @@
 #include "library_with_module.h"
 #include "own_uuid.h"
 #include "requestor_broadcast.h"
+#include "requestor_trans.h"
 #include "telegram_container.h"
 #include "wire_peer.h"
 
@@ -281,7 +282,19 @@ TEST(RequestLabels, ThatAreInUseAreNotTakenAgain)
     requestorRegistry().giveBackLabel(held);
 }
 
-TEST(RequestsByDatagram, TakeNoAnswerBeforeTheyAreSent)
+constexpr std::uint64_t kConnection = 7;
+
+struct Nowhere final : iDatagramSender, iTelegramSender, iConnectionFinder {
+    std::int32_t sendDatagram(Bytes) override { return ZEL_OK; }
+    int send(std::span<const Bytes>) override { return 0; }
+    std::uint64_t connectionId() const override { return kConnection; }
+    std::shared_ptr<iTelegramSender> senderTo(std::uint64_t) override
+    {
+        return {this, [](auto) {}};
+    }
+};
+
+TEST(Requests, TakeNoAnswerBeforeTheyAreSentAndNoneByAnotherWay)
 {
     struct Owner final : iTransactionOwner {
         void completed(std::int32_t) override { ++calls; }
@@ -290,25 +303,34 @@ TEST(RequestsByDatagram, TakeNoAnswerBeforeTheyAreSent)
             ++calls;
         }
         int calls = 0;
-    } owner;
-    struct Nowhere final : iDatagramSender {
-        std::int32_t sendDatagram(Bytes) override { return ZEL_OK; }
-    } nowhere;
-    sys::EventLoop loop;
-    clRequestorBroadcast requestor{kBroadcastNode, owner, loop, nowhere};
-    const auto answer = [&] {
-        const TransactionHeader header{TransactionType::response, requestor.label(), ownUuid()};
-        const auto bytes = header.encode();
-        auto telegram = std::make_unique<clRxTelContainer>(bytes.size());
-        std::ranges::copy(bytes, telegram->writable().begin());
-        requestorRegistry().dispatch({.uuid = 1}, std::move(telegram));
     };
-    answer();
-    requestorRegistry().connectionLost(RequestorRegistry::kEveryConnection);
-    EXPECT_EQ(owner.calls, 0);
-    requestor.send(std::make_shared<const clTxTelContainer>(0));
-    answer();
-    EXPECT_EQ(owner.calls, 1);
+    sys::EventLoop loop;
+    Nowhere way;
+    const auto check = [](clRequestorBase& requestor, Owner& owner, std::uint64_t connection,
+                          std::uint64_t otherConnection) {
+        const auto answer = [&](std::uint64_t by) {
+            const auto bytes =
+                TransactionHeader{TransactionType::response, requestor.label(), ownUuid()}.encode();
+            auto telegram = std::make_unique<clRxTelContainer>(bytes.size());
+            std::ranges::copy(bytes, telegram->writable().begin());
+            requestorRegistry().dispatch({kModule, by, 0}, std::move(telegram));
+        };
+        answer(connection);
+        answer(otherConnection);
+        requestorRegistry().connectionLost(RequestorRegistry::kEveryConnection);
+        EXPECT_EQ(owner.calls, 0);
+        requestor.send(std::make_shared<const clTxTelContainer>(0));
+        answer(otherConnection);
+        EXPECT_EQ(owner.calls, 0);
+        answer(connection);
+        EXPECT_EQ(owner.calls, 1);
+    };
+    Owner byDatagram;
+    clRequestorBroadcast toAll{kBroadcastNode, byDatagram, loop, way};
+    check(toAll, byDatagram, 0, kConnection);
+    Owner overConnection;
+    clRequestorTrans toOne{kModule, overConnection, loop, way};
+    check(toOne, overConnection, kConnection, 0);
 }
 
 TEST_F(Wire, TakesAnswersInWhateverOrderTheyCome)
