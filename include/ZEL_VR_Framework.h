@@ -580,7 +580,8 @@ ZEL_API int32_t ZEL_XCOM_GetSyncReqrSrvLastErrDatByUuid(uint64_t uuid, const cha
  * Looks for modules on the network and lists those that answer as a document: "SrvParams" with one
  * "Module" each (attribute "address" counts from 0) holding "IpAdr", "SubMask", "TcpPort", "Name",
  * "Uuid", "ModuleType" and "FirmwareVersion". Modules are found even when their address does not
- * fit the host's subnet (broadcast and multicast of 6/13).
+ * fit the host's subnet (broadcast and multicast of 6/13). Scans may overlap: each lists what has
+ * answered since it began.
  *
  * @param adapter   number of the adapter in the document of ZEL_XCOM_GetNetAdapter;
  *                  ZEL_ALL_ADAPTERS, or any number that is not in that list, scans all

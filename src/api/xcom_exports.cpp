@@ -62,8 +62,9 @@ std::int32_t scanAndList(clSystemMgr& mgr, std::uint32_t adapter, List&& list)
         interfaceIndex = adapters[adapter].interfaceIndex;
     MulticastContext multicast = mgr.byMulticast(interfaceIndex);
     BroadcastContext broadcast = mgr.byBroadcast(interfaceIndex);
-    network::scan(mgr.phonebook(), interfaceIndex, {multicast, broadcast, mgr.loop()});
-    return list(interfaceIndex);
+    const clPhonebook::Scan found{mgr.phonebook(), interfaceIndex};
+    network::scan(found, {multicast, broadcast, mgr.loop()});
+    return list(found);
 }
 
 } // namespace
@@ -71,9 +72,8 @@ std::int32_t scanAndList(clSystemMgr& mgr, std::uint32_t adapter, List&& list)
 int32_t ZEL_XCOM_DoNetScan(uint32_t adapter, char* buffer, uint64_t* length, uint64_t capacity)
 {
     return forward({buffer, length, orNull(capacity)}, [&](clSystemMgr& mgr) {
-        return scanAndList(mgr, adapter, [&](std::optional<std::uint32_t> interfaceIndex) {
-            return network::listModules(*mgr.phonebook(), interfaceIndex,
-                                        {buffer, length, capacity});
+        return scanAndList(mgr, adapter, [&](const clPhonebook::Scan& found) {
+            return network::listModules(found, {buffer, length, capacity});
         });
     });
 }
@@ -81,8 +81,8 @@ int32_t ZEL_XCOM_DoNetScan(uint32_t adapter, char* buffer, uint64_t* length, uin
 int32_t ZEL_XCOM_ScanEthSegment(uint32_t adapter, ZEL_SegmentArray* segment)
 {
     return forward({segment}, [&](clSystemMgr& mgr) {
-        return scanAndList(mgr, adapter, [&](std::optional<std::uint32_t> interfaceIndex) {
-            network::listModules(*mgr.phonebook(), interfaceIndex, *segment);
+        return scanAndList(mgr, adapter, [&](const clPhonebook::Scan& found) {
+            network::listModules(found, *segment);
             return ZEL_OK;
         });
     });

@@ -44,30 +44,43 @@ void clPhonebook::enter(std::uint32_t interfaceIndex, ModuleRecord record)
          {&record.address, &record.mask, &record.name, &record.type, &record.firmwareVersion})
         shorten(*text);
     const std::lock_guard lock{m_mutex};
-    Modules& modules = m_adapters[interfaceIndex];
+    auto& modules = m_adapters[interfaceIndex];
     const std::uint64_t uuid = record.uuid;
     if (modules.size() < kMostModules || modules.contains(uuid))
-        modules.insert_or_assign(uuid, std::move(record));
+        modules.insert_or_assign(uuid, Module{std::move(record), m_latestScan});
 }
 
-void clPhonebook::clear(std::optional<std::uint32_t> interfaceIndex)
+clPhonebook::Scan::Scan(std::shared_ptr<clPhonebook> phonebook,
+                        std::optional<std::uint32_t> interfaceIndex)
+    : m_phonebook(std::move(phonebook)), m_interfaceIndex(interfaceIndex)
 {
-    const std::lock_guard lock{m_mutex};
-    if (interfaceIndex)
-        m_adapters.erase(*interfaceIndex);
-    else
-        m_adapters.clear();
+    clPhonebook& book = *m_phonebook;
+    const std::lock_guard lock{book.m_mutex};
+    m_number = ++book.m_latestScan;
+    book.m_scans.insert(m_number);
+    for (auto& [index, modules] : book.m_adapters) {
+        if (!interfaceIndex || index == *interfaceIndex)
+            std::erase_if(modules, [oldest = *book.m_scans.begin()](const auto& known) {
+                return known.second.latestScan < oldest;
+            });
+    }
 }
 
-void clPhonebook::list(std::optional<std::uint32_t> interfaceIndex,
-                       const std::function<void(const ModuleRecord&)>& take) const
+clPhonebook::Scan::~Scan()
 {
-    const std::lock_guard lock{m_mutex};
-    for (const auto& [index, modules] : m_adapters) {
-        if (interfaceIndex && index != *interfaceIndex)
+    const std::lock_guard lock{m_phonebook->m_mutex};
+    m_phonebook->m_scans.erase(m_number);
+}
+
+void clPhonebook::Scan::list(const std::function<void(const ModuleRecord&)>& take) const
+{
+    const std::lock_guard lock{m_phonebook->m_mutex};
+    for (const auto& [index, modules] : m_phonebook->m_adapters) {
+        if (m_interfaceIndex && index != *m_interfaceIndex)
             continue;
-        for (const auto& [uuid, record] : modules)
-            take(record);
+        for (const auto& [uuid, module] : modules)
+            if (module.latestScan >= m_number)
+                take(module.record);
     }
 }
 

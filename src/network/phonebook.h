@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 
 namespace zel {
@@ -33,19 +35,40 @@ public:
     static constexpr std::size_t kMostModules = 10000; // of one adapter
     static constexpr std::size_t kLongestText = 255;   // in bytes
 
+    /// A scan of one adapter or of all, from when it asks until its modules are listed. When it
+    /// begins, the table forgets what was known there, but not what another scan under way found.
+    class Scan {
+    public:
+        Scan(std::shared_ptr<clPhonebook> phonebook, std::optional<std::uint32_t> interfaceIndex);
+        ~Scan();
+        Scan(const Scan&) = delete;
+        Scan& operator=(const Scan&) = delete;
+
+        const std::shared_ptr<clPhonebook>& phonebook() const { return m_phonebook; }
+        const std::optional<std::uint32_t>& interfaceIndex() const { return m_interfaceIndex; }
+        /// Calls for each module that was heard since the scan began, in the order of the table.
+        /// Under the lock.
+        void list(const std::function<void(const ModuleRecord&)>& take) const;
+
+    private:
+        const std::shared_ptr<clPhonebook> m_phonebook;
+        const std::optional<std::uint32_t> m_interfaceIndex;
+        std::uint64_t m_number;
+    };
+
     void enter(std::uint32_t interfaceIndex, ModuleRecord record);
-    /// One adapter's modules, or all of them.
-    void clear(std::optional<std::uint32_t> interfaceIndex);
-    /// Calls for one adapter's modules or for all of them, in the order of the table. Under the
-    /// lock.
-    void list(std::optional<std::uint32_t> interfaceIndex,
-              const std::function<void(const ModuleRecord&)>& take) const;
 
 private:
-    using Modules = std::map<std::uint64_t, ModuleRecord>;
+    struct Module {
+        ModuleRecord record;
+        std::uint64_t latestScan; // that had begun when it was heard
+    };
 
+    // under m_mutex
     mutable std::mutex m_mutex;
-    std::map<std::uint32_t, Modules> m_adapters; // under m_mutex
+    std::map<std::uint32_t, std::map<std::uint64_t, Module>> m_adapters;
+    std::uint64_t m_latestScan = 0;
+    std::set<std::uint64_t> m_scans; // under way
 };
 
 } // namespace zel

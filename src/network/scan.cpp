@@ -67,33 +67,28 @@ void addModule(PugiXmlBufferComposer& document, std::uint32_t address, const Mod
 
 } // namespace
 
-void scan(const std::shared_ptr<clPhonebook>& phonebook,
-          std::optional<std::uint32_t> interfaceIndex, const ScanPaths& paths)
+void scan(const clPhonebook::Scan& scan, const ScanPaths& paths)
 {
-    phonebook->clear(interfaceIndex);
-    const std::uint32_t context = interfaceIndex.value_or(0);
-    ask(phonebook, paths.multicast, context, paths.loop);
-    ask(phonebook, paths.broadcast, context, paths.loop);
+    const std::uint32_t context = scan.interfaceIndex().value_or(0);
+    ask(scan.phonebook(), paths.multicast, context, paths.loop);
+    ask(scan.phonebook(), paths.broadcast, context, paths.loop);
     std::this_thread::sleep_until(std::chrono::steady_clock::now() + kWait);
 }
 
-std::int32_t listModules(const clPhonebook& phonebook, std::optional<std::uint32_t> interfaceIndex,
-                         const TextBuffer& buffer)
+std::int32_t listModules(const clPhonebook::Scan& scan, const TextBuffer& buffer)
 {
     PugiXmlBufferComposer document{buffer.data, buffer.capacity};
     document.openElement("SrvParams");
     std::uint32_t address = 0;
-    phonebook.list(interfaceIndex,
-                   [&](const ModuleRecord& module) { addModule(document, address++, module); });
+    scan.list([&](const ModuleRecord& module) { addModule(document, address++, module); });
     document.closeElement();
     return document.save(buffer.length);
 }
 
-void listModules(const clPhonebook& phonebook, std::optional<std::uint32_t> interfaceIndex,
-                 ZEL_SegmentArray& modules)
+void listModules(const clPhonebook::Scan& scan, ZEL_SegmentArray& modules)
 {
     modules = {};
-    phonebook.list(interfaceIndex, [&](const ModuleRecord& module) {
+    scan.list([&](const ModuleRecord& module) {
         if (modules.count == ZEL_SEGMENT_SIZE)
             return;
         ZEL_SegmentModule& record = modules.modules[modules.count++];

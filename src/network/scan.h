@@ -6,8 +6,6 @@
 #include "ZEL_VR_Framework.h"
 
 #include <cstdint>
-#include <memory>
-#include <optional>
 
 /// Finding the modules in the network.
 namespace zel::network {
@@ -20,16 +18,13 @@ struct ScanPaths {
     sys::EventLoop& loop;
 };
 
-/// Forgets the modules of one adapter, or all of them, asks for them and waits 3 seconds.
-/// Answers that come a little later are still entered: the requests share the phonebook.
-void scan(const std::shared_ptr<clPhonebook>& phonebook,
-          std::optional<std::uint32_t> interfaceIndex, const ScanPaths& paths);
+/// Asks for modules and waits 3 seconds. Answers that come a little later are still entered: the
+/// requests share the phonebook.
+void scan(const clPhonebook::Scan& scan, const ScanPaths& paths);
 
-/// Writes the known modules as a document. ZEL_SRV_BUFFER_TOO_SMALL.
-std::int32_t listModules(const clPhonebook& phonebook, std::optional<std::uint32_t> interfaceIndex,
-                         const TextBuffer& buffer);
+/// Writes the modules that the scan found as a document. ZEL_SRV_BUFFER_TOO_SMALL.
+std::int32_t listModules(const clPhonebook::Scan& scan, const TextBuffer& buffer);
 /// As many records as there are, at most as many as the array has.
-void listModules(const clPhonebook& phonebook, std::optional<std::uint32_t> interfaceIndex,
-                 ZEL_SegmentArray& modules);
+void listModules(const clPhonebook::Scan& scan, ZEL_SegmentArray& modules);
 
 } // namespace zel::network

@@ -10,7 +10,9 @@
 
 #include <future>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace zel::test {
 namespace {
@@ -123,24 +125,52 @@ TEST_F(Datagrams, PortsThatOthersHaveCostOnlyTheScans)
 
 TEST(Phonebook, KeepsOfForgedAnswersOnlySoManyAndSoMuch)
 {
-    clPhonebook phonebook;
+    const auto phonebook = std::make_shared<clPhonebook>();
+    const clPhonebook::Scan scan{phonebook, 1};
     ModuleRecord record;
     record.address = std::string(300, '9');
     for (int i = 0; i < 300; ++i)
         record.name += "\u00fc"; // two bytes: the last one that fits must not be cut in half
     for (record.uuid = 0; record.uuid < clPhonebook::kMostModules + 5; ++record.uuid)
-        phonebook.enter(1, record);
+        phonebook->enter(1, record);
     record.uuid = 7;
     record.type = "known already";
-    phonebook.enter(1, record);
+    phonebook->enter(1, record);
     std::size_t count = 0;
-    phonebook.list(1, [&](const ModuleRecord& kept) {
+    scan.list([&](const ModuleRecord& kept) {
         ++count;
         EXPECT_EQ(kept.address.size(), clPhonebook::kLongestText);
         EXPECT_EQ(kept.name.size(), clPhonebook::kLongestText - 1);
         EXPECT_EQ(kept.type.empty(), kept.uuid != 7);
     });
     EXPECT_EQ(count, clPhonebook::kMostModules);
+}
+
+TEST(Phonebook, ListsEachScanWhatCameSinceItBegan)
+{
+    const auto phonebook = std::make_shared<clPhonebook>();
+    const auto enter = [&](std::uint32_t interfaceIndex, std::uint64_t uuid) {
+        ModuleRecord record;
+        record.uuid = uuid;
+        phonebook->enter(interfaceIndex, record);
+    };
+    const auto listed = [](const clPhonebook::Scan& scan) {
+        std::vector<std::uint64_t> uuids;
+        scan.list([&](const ModuleRecord& module) { uuids.push_back(module.uuid); });
+        return uuids;
+    };
+    using Uuids = std::vector<std::uint64_t>;
+    std::optional<clPhonebook::Scan> first{std::in_place, phonebook, std::nullopt};
+    enter(1, 1);
+    enter(2, 2);
+    std::optional<clPhonebook::Scan> second{std::in_place, phonebook, 1u};
+    enter(1, 3);
+    EXPECT_EQ(listed(*first), (Uuids{1, 3, 2}));
+    EXPECT_EQ(listed(*second), Uuids{3});
+    first.reset();
+    second.reset();
+    const clPhonebook::Scan third{phonebook, 1u};
+    EXPECT_EQ(listed(third), Uuids{});
 }
 
 #ifdef _WIN32
