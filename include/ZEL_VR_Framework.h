@@ -642,15 +642,16 @@ ZEL_API int32_t ZEL_XCOM_GetNetAdapter(char* buffer, uint64_t* length, uint64_t 
 
 /**
  * Reads the network setting of a module's first interface (1/5, view 1, path
- * /Communication/Network/eth0). A module without a connection is asked by broadcast, so that one
- * whose address does not fit the host's subnet is reached.
+ * /Communication/Network/eth0). A module without a connection is asked by datagrams, so that one
+ * whose address does not fit the host's subnet is reached: by multicast; then by broadcast when it
+ * has not answered within 3 s, or at once where no multicast can leave.
  *
  * @param uuid      module, connected or found by a scan
  * @param buffer    receives the section, by the buffer rule
  * @param length    receives its length
  * @param capacity  size of buffer in bytes, not 0
  * @return ZEL_OK; started codes (also for a capacity of 0); ZEL_SRV_BUFFER_TOO_SMALL; request codes
- * @threads any; blocks for the request time, twice for a module without a connection
+ * @threads any; blocks for the request time; for a module without a connection, for 6 s at most
  */
 ZEL_API int32_t ZEL_XCOM_ReadNetSetting(uint64_t uuid, char* buffer, uint64_t* length,
                                         uint64_t capacity);
@@ -658,21 +659,21 @@ ZEL_API int32_t ZEL_XCOM_ReadNetSetting(uint64_t uuid, char* buffer, uint64_t* l
 /**
  * As ZEL_XCOM_ReadNetSetting, for the settings of all interfaces (path /Communication/Network).
  *
- * @threads any; blocks for the request time, twice for a module without a connection
+ * @threads any; blocks for the request time; for a module without a connection, for 6 s at most
  */
 ZEL_API int32_t ZEL_XCOM_ReadNetSettings(uint64_t uuid, char* buffer, uint64_t* length,
                                          uint64_t capacity);
 
 /**
  * Writes a module's network settings (1/6, view 1, path /Communication). A module without a
- * connection is reached by broadcast.
+ * connection is reached by datagrams, as by ZEL_XCOM_ReadNetSetting.
  *
  * @param uuid      module, connected or found by a scan
  * @param document  the "Network" section as ZEL_XCOM_ReadNetSettings gave it, changed; passed on as
  *                  is
  * @param length    its length in bytes; the document need not be terminated
  * @return ZEL_OK; started codes; request codes
- * @threads any; blocks for the request time, twice for a module without a connection
+ * @threads any; blocks for the request time; for a module without a connection, for 6 s at most
  */
 ZEL_API int32_t ZEL_XCOM_WriteNetSetting(uint64_t uuid, const char* document, uint64_t length);
 
@@ -1447,11 +1448,11 @@ ZEL_API int32_t ZEL_XSTAT_GetTopologyString(char* buffer, uint64_t* length, uint
  * Restarts a module (6/12), always cold.
  *
  * @param ignored  pass 0
- * @param cold     exactly 1: sent by multicast, then by broadcast when nobody answers, so that a
- *                 module without a connection is reached; else sent on the module's connection,
- *                 which is closed afterwards
+ * @param cold     exactly 1: sent by datagrams as by ZEL_XCOM_ReadNetSetting, so that a module
+ *                 without a connection is reached; else sent on the module's connection, which is
+ *                 closed afterwards
  * @return ZEL_OK; ZEL_SYS_NOT_STARTED; request codes
- * @threads any; blocks for the request time, twice where it is sent again
+ * @threads any; blocks for the request time; by datagrams for 6 s at most
  */
 ZEL_API int32_t ZEL_XSYS_DoRestartSystem(uint64_t uuid, uint32_t ignored, int32_t cold);
 

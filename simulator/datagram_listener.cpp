@@ -116,7 +116,9 @@ void DatagramListener::take(const Datagram& datagram, Way way)
             request->destination == settings.uuid || request->destination == kBroadcastNode;
         const bool isHere = on != interfaces.end() &&
                             (datagram.interfaceIndex == 0 || datagram.interfaceIndex == on->second);
-        if (isMeant && isHere && m_underWay.size() < kMostUnderWay)
+        const bool isHeard =
+            way == Way::broadcast ? settings.hearsBroadcasts : settings.hearsMulticasts;
+        if (isMeant && isHere && isHeard && m_underWay.size() < kMostUnderWay)
             handle(*module, {way, on->second, settings.address}, request->key, request->destination,
                    request->body);
     }

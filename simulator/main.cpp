@@ -60,7 +60,7 @@ A script is JSON; what a module leaves out is as the options say:
   {"modules": [
     {"uuid": "0x12", "port": 0, "name": "BENCH", "type": "VR-8", "firmware": "4.2",
      "serial": "7", "flashTime": 5000, "restartTime": 3000, "largestWholeAnswer": 4000,
-     "address": "127.0.0.1", "answerScans": false,
+     "address": "127.0.0.1", "answerScans": false, "hears": "both",
      "bufferTime": 2000, "freeRunning": false,
      "parameters": {"System/Location": "lab"},
      "faults": ["delay:1/10:200ms:x1"],
@@ -176,6 +176,10 @@ int main(int argc, char** argv)
         "--answer-scans", options.settings.answersScans,
         "Answer scans by broadcast and multicast, and follow network settings; the answers "
         "reach every host of the network");
+    app.add_option_function<std::string>(
+           "--hears", [&options](const std::string& way) { setHearing(options.settings, way); },
+           "Which of the two it hears where it answers scans [both]")
+        ->check(CLI::IsMember({"broadcast", "multicast", "both"}));
     app.add_option_function<std::uint32_t>(
            "--buffer-time",
            [&options](std::uint32_t time) { options.settings.bufferTime = milliseconds{time}; },

@@ -39,6 +39,9 @@ struct ModuleSettings {
     milliseconds restartTime{1000};
     /// Hears broadcasts and multicasts, and moves to the address that its network settings get.
     bool answersScans = false;
+    /// What it does not hear is lost, as behind a switch that passes only one of the two.
+    bool hearsBroadcasts = true;
+    bool hearsMulticasts = true;
     bool answersRestart = true;
 
     /// What a subscription keeps for a host that does not fetch.

@@ -130,6 +130,14 @@ ScriptedModule::Answer readAnswer(const Json& json)
     return scripted;
 }
 
+void readHearing(Members& members, ModuleSettings& settings)
+{
+    std::string way;
+    members.read("hears", way);
+    if (!way.empty())
+        setHearing(settings, way);
+}
+
 ScriptedModule readModule(const Json& json, const ModuleSettings& defaults)
 {
     ScriptedModule module;
@@ -149,6 +157,7 @@ ScriptedModule readModule(const Json& json, const ModuleSettings& defaults)
     members.readTime("bufferTime", settings.bufferTime);
     members.read("freeRunning", settings.freeRunning);
     members.read("answerScans", settings.answersScans);
+    readHearing(members, settings);
     members.read("parameters", module.parameters);
     std::vector<std::string> faults;
     members.read("faults", faults);
@@ -177,6 +186,16 @@ MethodId parseMethod(std::string_view text)
 std::uint64_t parseUuid(std::string_view text)
 {
     return parseNumber(text, std::numeric_limits<std::uint64_t>::max());
+}
+
+void setHearing(ModuleSettings& settings, std::string_view way)
+{
+    const bool isBoth = way == "both";
+    settings.hearsBroadcasts = isBoth || way == "broadcast";
+    settings.hearsMulticasts = isBoth || way == "multicast";
+    if (!settings.hearsBroadcasts && !settings.hearsMulticasts)
+        throw std::invalid_argument("'" + std::string{way} +
+                                    "' is not broadcast, multicast or both");
 }
 
 std::uint16_t portOf(std::uint16_t first, std::size_t number)

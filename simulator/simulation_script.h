@@ -17,6 +17,8 @@ namespace zel::simulator {
 Fault parseFault(std::string_view text);
 MethodId parseMethod(std::string_view text);
 std::uint64_t parseUuid(std::string_view text);
+/// "broadcast", "multicast" or "both"; throws std::invalid_argument otherwise.
+void setHearing(ModuleSettings& settings, std::string_view way);
 /// The port of one of several modules: they count up, and 0 stays what it is. Throws
 /// std::invalid_argument when the ports do not reach.
 std::uint16_t portOf(std::uint16_t first, std::size_t number);

@@ -35,6 +35,11 @@ public:
         return BroadcastContext{m_client.broadcasts(), interfaceIndex};
     }
 
+    DatagramWays byDatagram()
+    {
+        return {m_client.multicasts(), m_client.broadcasts(), m_client.loop()};
+    }
+
     const std::shared_ptr<clPhonebook>& phonebook() { return m_phonebook; }
     sys::EventLoop& loop() { return m_client.loop(); }
     clConHndlr& connections() { return m_client.connections(); }

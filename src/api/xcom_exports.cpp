@@ -121,8 +121,8 @@ int32_t ZEL_XCOM_GetNetAdapter(char* buffer, uint64_t* length, uint64_t capacity
 int32_t ZEL_XCOM_ReadNetSetting(uint64_t uuid, char* buffer, uint64_t* length, uint64_t capacity)
 {
     return forward({buffer, length, orNull(capacity)}, [&](clSystemMgr& mgr) {
-        BroadcastContext alternative = mgr.byBroadcast();
-        return network::readNetSettings(mgr.modules(), alternative, uuid,
+        DatagramWays datagrams = mgr.byDatagram();
+        return network::readNetSettings(mgr.modules(), datagrams.path(), uuid,
                                         network::NetSettings::oneInterface,
                                         {buffer, length, capacity});
     });
@@ -131,8 +131,8 @@ int32_t ZEL_XCOM_ReadNetSetting(uint64_t uuid, char* buffer, uint64_t* length, u
 int32_t ZEL_XCOM_ReadNetSettings(uint64_t uuid, char* buffer, uint64_t* length, uint64_t capacity)
 {
     return forward({buffer, length, orNull(capacity)}, [&](clSystemMgr& mgr) {
-        BroadcastContext alternative = mgr.byBroadcast();
-        return network::readNetSettings(mgr.modules(), alternative, uuid,
+        DatagramWays datagrams = mgr.byDatagram();
+        return network::readNetSettings(mgr.modules(), datagrams.path(), uuid,
                                         network::NetSettings::section, {buffer, length, capacity});
     });
 }
@@ -140,8 +140,8 @@ int32_t ZEL_XCOM_ReadNetSettings(uint64_t uuid, char* buffer, uint64_t* length, 
 int32_t ZEL_XCOM_WriteNetSetting(uint64_t uuid, const char* document, uint64_t length)
 {
     return forward({document}, [&](clSystemMgr& mgr) {
-        BroadcastContext alternative = mgr.byBroadcast();
-        return network::writeNetSettings(mgr.modules(), alternative, uuid,
+        DatagramWays datagrams = mgr.byDatagram();
+        return network::writeNetSettings(mgr.modules(), datagrams.path(), uuid,
                                          {document, static_cast<std::size_t>(length)});
     });
 }

@@ -9,9 +9,8 @@ int32_t ZEL_XSYS_DoRestartSystem(uint64_t uuid, uint32_t, int32_t cold)
 {
     return forward({}, [&](clSystemMgr& mgr) {
         if (isTrue(cold)) {
-            MulticastContext multicast = mgr.byMulticast();
-            BroadcastContext broadcast = mgr.byBroadcast();
-            return system_functions::restart({multicast, mgr.loop(), &broadcast}, uuid);
+            DatagramWays datagrams = mgr.byDatagram();
+            return system_functions::restart(datagrams.path(), uuid);
         }
         const std::int32_t result = system_functions::restart(mgr.modules(), uuid);
         // The module goes away: it no longer belongs to the topology.

@@ -29,4 +29,10 @@ std::int32_t BroadcastContext::sendDatagram(Bytes telegram)
     return hasLeft ? ZEL_OK : m_connection.send(telegram.data(), telegram.size());
 }
 
+std::int32_t DatagramWays::First::sendDatagram(Bytes telegram)
+{
+    const std::int32_t result = m_multicast.sendDatagram(telegram);
+    return result == ZEL_OK ? result : m_broadcast.sendDatagram(telegram);
+}
+
 } // namespace zel

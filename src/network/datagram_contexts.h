@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cl_multicast_server.h"
+#include "method_request.h"
 #include "requestor_broadcast.h"
 #include "requestor_context.h"
 #include "udp_connection.h"
@@ -47,6 +48,38 @@ public:
 private:
     clUDPConnection& m_connection;
     const std::optional<std::uint32_t> m_interfaceIndex;
+};
+
+/// How a request reaches one module without a connection: by multicast, or at once by broadcast
+/// where no multicast could leave; the second attempt goes by broadcast.
+class DatagramWays {
+public:
+    DatagramWays(clMulticastServer& multicasts, clUDPConnection& broadcasts, sys::EventLoop& loop)
+        : m_first(multicasts, broadcasts), m_second(broadcasts), m_loop(loop)
+    {
+    }
+
+    /// Good as long as this object.
+    RequestPath path() { return {m_first, m_loop, &m_second}; }
+
+private:
+    class First final : public DatagramContext {
+    public:
+        First(clMulticastServer& multicasts, clUDPConnection& broadcasts)
+            : m_multicast(multicasts), m_broadcast(broadcasts)
+        {
+        }
+
+        std::int32_t sendDatagram(Bytes telegram) override;
+
+    private:
+        MulticastContext m_multicast;
+        BroadcastContext m_broadcast;
+    };
+
+    First m_first;
+    BroadcastContext m_second;
+    sys::EventLoop& m_loop;
 };
 
 } // namespace zel

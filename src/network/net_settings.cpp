@@ -13,32 +13,30 @@ constexpr std::uint16_t kWriteSection = 6;
 constexpr std::uint32_t kView = 1;
 
 template <class Send>
-std::int32_t sendByEitherWay(const RequestPath& path, iRequestorContext& alternative, Send&& send)
+std::int32_t sendByEitherWay(const RequestPath& path, const RequestPath& datagrams, Send&& send)
 {
     const std::int32_t result = send(path);
-    if (result != ZEL_CONN_UNKNOWN_UUID)
-        return result;
-    return send(RequestPath{alternative, path.loop});
+    return result == ZEL_CONN_UNKNOWN_UUID ? send(datagrams) : result;
 }
 
 } // namespace
 
-std::int32_t readNetSettings(const RequestPath& path, iRequestorContext& alternative,
+std::int32_t readNetSettings(const RequestPath& path, const RequestPath& datagrams,
                              std::uint64_t uuid, NetSettings which, const TextBuffer& buffer)
 {
     const std::string request = parameters::pathRequest(kView, which == NetSettings::oneInterface
                                                                    ? "/Communication/Network/eth0"
                                                                    : "/Communication/Network");
-    return sendByEitherWay(path, alternative, [&](const RequestPath& way) {
+    return sendByEitherWay(path, datagrams, [&](const RequestPath& way) {
         return sendForText(way, {uuid, kParameters, kReadSection}, request, buffer);
     });
 }
 
-std::int32_t writeNetSettings(const RequestPath& path, iRequestorContext& alternative,
+std::int32_t writeNetSettings(const RequestPath& path, const RequestPath& datagrams,
                               std::uint64_t uuid, std::string_view document)
 {
     const std::string request = parameters::writeSectionRequest(kView, "/Communication", document);
-    return sendByEitherWay(path, alternative, [&](const RequestPath& way) {
+    return sendByEitherWay(path, datagrams, [&](const RequestPath& way) {
         return send(way, {uuid, kParameters, kWriteSection}, request);
     });
 }

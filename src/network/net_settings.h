@@ -6,15 +6,15 @@
 #include <string_view>
 
 /// The network settings of a module, a part of its parameters. A module that is not connected is
-/// asked once more through `alternative`, which reaches it though its address may not fit.
+/// asked by `datagrams`, which reach it though its address may not fit.
 namespace zel::network {
 
 /// One interface, or the section with all of them.
 enum class NetSettings { oneInterface, section };
 
-std::int32_t readNetSettings(const RequestPath& path, iRequestorContext& alternative,
+std::int32_t readNetSettings(const RequestPath& path, const RequestPath& datagrams,
                              std::uint64_t uuid, NetSettings which, const TextBuffer& buffer);
-std::int32_t writeNetSettings(const RequestPath& path, iRequestorContext& alternative,
+std::int32_t writeNetSettings(const RequestPath& path, const RequestPath& datagrams,
                               std::uint64_t uuid, std::string_view document);
 
 } // namespace zel::network

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Runs a host program in C through every export that finds and connects modules.
+# Runs a host program in C through every export that finds and connects modules, and to modules
+# that hear only one of the two ways without a connection.
 #
 #   every_connection_test.sh ZEL ZEL-SIM EVERY-CONNECTION
 set -euo pipefail
@@ -7,13 +8,39 @@ set -euo pipefail
 simulator=$(real_simulator "$2") || exit 1
 program=$3
 work=$(mktemp -d)
-trap 'kill "$running" 2>/dev/null || true; wait; rm -rf "$work"' EXIT
+trap 'kill $(jobs -p) 2>/dev/null || true; wait; rm -rf "$work"' EXIT
 
-nsenter --net="$ZEL_MODULE_NETWORK" "$simulator" --answer-scans --address 192.168.169.20 \
-    >"$work/log" 2>&1 &
-running=$!
-until grep -q 192.168.169.20 "$work/log"; do
-    kill -0 "$running"
+# start_module UUID ADDRESS ARGUMENT...
+start_module() {
+    local uuid=$1 address=$2
+    shift 2
+    : >"$work/$uuid"
+    in_modules_network "$simulator" --answer-scans --uuid "$uuid" --address "$address" "$@" \
+        >"$work/$uuid" 2>&1 &
+    until grep -q "$address" "$work/$uuid"; do
+        kill -0 $!
+        sleep 0.05
+    done
+}
+
+for address in 10.77.0.5 10.77.0.6 10.77.0.7; do
+    in_modules_network ip address add $address/24 dev zelmodule1
+done
+start_module 0x70 192.168.169.20
+start_module 0x71 10.77.0.5 --hears multicast
+start_module 0x72 10.77.0.6 --hears broadcast
+start_module 0x73 10.77.0.7 --hears broadcast
+"$program" 192.168.169.20 4
+"$program" 0x71 0x72
+
+# Where another program has the port, no multicast leaves.
+perl -MSocket -e '$| = 1;
+    socket(S, PF_INET, SOCK_DGRAM, 0) && bind(S, sockaddr_in(1300, INADDR_ANY)) or die "no port: $!";
+    print "taken\n"; sleep' >"$work/port" &
+until [ -s "$work/port" ]; do
+    kill -0 $!
     sleep 0.05
 done
-"$program" 192.168.169.20
+start=$SECONDS
+"$program" 0x73
+[ $((SECONDS - start)) -lt 9 ] || { echo "FAILED: broadcasts have waited for multicasts"; exit 1; }
