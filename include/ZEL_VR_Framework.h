@@ -44,6 +44,13 @@
  * does not fit gives ZEL_SRV_BUFFER_TOO_SMALL and an empty buffer: allocate length + 1 bytes and
  * ask again. This is "the buffer rule" below.
  *
+ * Two things are kept for each module until a newer one takes their place: the last answer that was
+ * too long (ZEL_XCOM_GetSyncReqrSrvLastErrDat) and the last words of a refusal
+ * (ZEL_XPAR_GetLastErrMsg). Of each the library holds at most 64 MiB, of 10000 modules: beyond that
+ * the oldest go, but never the one put there last. One that is larger than 64 MiB by itself goes
+ * when ZEL_XCOM_Disconnect or ZEL_XCOM_DisconnectFromTcpIpDev is called for its module. Pointers
+ * into them are good for as long as they are kept: copy what you need at once.
+ *
  * Threads and time
  * ----------------
  * Any number of threads may call at the same time, unless an export says otherwise, but none may be
@@ -561,7 +568,8 @@ ZEL_API uint64_t ZEL_XCOM_GetOwnUUID(void);
  * capacity is not kept.
  *
  * @param data    receives a pointer to the response; an empty text when there is none. The library
- *                owns it: it is valid until the next such response of that module, or ZEL_Unload
+ *                owns it: it is valid until the next such response of that module, until newer
+ *                ones push it out (see "Texts and buffers" above), or ZEL_Unload
  * @param length  receives the response's length in bytes
  * @return ZEL_OK; ZEL_SYS_BAD_PARAMETER; works before ZEL_Init
  * @threads any; returns at once
@@ -916,7 +924,8 @@ ZEL_API int32_t ZEL_XPAR_WriteTedsBinary(uint64_t uuid, uint32_t channel, char* 
  * none.
  *
  * @param text    receives a pointer to the text. The library owns it: it is valid until the next
- *                failed request to that module, or ZEL_Unload
+ *                failed request to that module, until newer ones push it out (see "Texts and
+ *                buffers" above), or ZEL_Unload
  * @param length  receives its length in bytes
  * @return ZEL_OK; started codes
  * @threads any; returns at once

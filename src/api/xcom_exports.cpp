@@ -1,6 +1,7 @@
 #include "adapter_document.h"
 #include "call_pattern.h"
 #include "connect.h"
+#include "last_error_stores.h"
 #include "net_settings.h"
 #include "own_uuid.h"
 #include "request_document.h"
@@ -26,6 +27,7 @@ int32_t ZEL_XCOM_DisconnectFromTcpIpDev(const char* address, uint16_t port)
         if (uuid == ZEL_NO_MODULE)
             return ZEL_FAILED;
         mgr.subscriptions().erase(uuid);
+        dropHugeErrors(uuid);
         return ZEL_OK;
     });
 }
@@ -33,6 +35,7 @@ int32_t ZEL_XCOM_DisconnectFromTcpIpDev(const char* address, uint16_t port)
 int32_t ZEL_XCOM_Disconnect(uint64_t uuid)
 {
     return forward({}, [&](clSystemMgr& mgr) {
+        dropHugeErrors(uuid);
         if (!mgr.connections().erase(uuid))
             return ZEL_CONN_UNKNOWN_UUID;
         mgr.subscriptions().erase(uuid);

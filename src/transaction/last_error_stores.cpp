@@ -6,14 +6,24 @@ namespace zel {
 
 LastErrorStore<std::string>& messageStore()
 {
-    static ProcessWide<LastErrorStore<std::string>> store;
+    static ProcessWide<LastErrorStore<std::string>> store{
+        [](const std::string& words) { return words.size(); }};
     return *store;
 }
 
 LastErrorStore<std::unique_ptr<clRxTelContainer>>& dataStore()
 {
-    static ProcessWide<LastErrorStore<std::unique_ptr<clRxTelContainer>>> store;
+    static ProcessWide<LastErrorStore<std::unique_ptr<clRxTelContainer>>> store{
+        [](const std::unique_ptr<clRxTelContainer>& answer) {
+            return answer ? answer->size() : 0;
+        }};
     return *store;
+}
+
+void dropHugeErrors(std::uint64_t uuid)
+{
+    messageStore().dropIfHuge(uuid);
+    dataStore().dropIfHuge(uuid);
 }
 
 void clearLastErrorStores()

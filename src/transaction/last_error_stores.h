@@ -14,6 +14,9 @@ LastErrorStore<std::string>& messageStore();
 /// The last response of each module that was longer than its caller's buffer.
 LastErrorStore<std::unique_ptr<clRxTelContainer>>& dataStore();
 
+/// The host is done with a module: what is too large to be kept for long goes.
+void dropHugeErrors(std::uint64_t uuid);
+
 /// Empties both and lets their memory go.
 void clearLastErrorStores();
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <list>
 #include <mutex>
 #include <unordered_map>
 #include <utility>
@@ -12,24 +14,39 @@ namespace zel {
 template <class Value>
 class LastErrorStore {
 public:
-    static constexpr std::uint64_t kNoUuid = ~std::uint64_t{0};
+    // Strangers cannot fill the memory: the oldest values go, but never the one just put there.
+    static constexpr std::size_t kMostModules = 10000;
+    static constexpr std::size_t kMostBytes = std::size_t{64} << 20;
+
+    /// `sizeOf` tells how much memory a value holds.
+    explicit LastErrorStore(std::size_t (*sizeOf)(const Value&)) : m_sizeOf(sizeOf) {}
 
     void put(std::uint64_t uuid, Value value)
     {
-        // The value that it replaces leaves with the argument, after the lock is released.
+        // What goes leaves with this list, after the lock is released.
+        Entries gone;
+        gone.push_back({uuid, std::move(value), 0});
+        gone.front().size = m_sizeOf(gone.front().value);
         const std::lock_guard lock(m_mutex);
-        m_lastUuid = uuid;
-        std::swap(m_values[uuid], value);
+        const auto [place, isNew] = m_places.try_emplace(uuid, gone.begin());
+        if (!isNew)
+            take(std::exchange(place->second, gone.begin()), gone);
+        m_size += gone.front().size;
+        m_entries.splice(m_entries.end(), gone, gone.begin());
+        while (m_entries.size() > 1 && (m_entries.size() > kMostModules || m_size > kMostBytes)) {
+            m_places.erase(m_entries.front().uuid);
+            take(m_entries.begin(), gone);
+        }
     }
 
-    /// Calls use(const Value*) under the lock, with null where the module left nothing. What use
-    /// keeps of the value is valid until the next put for that module, or clear.
+    /// Calls use(const Value*) under the lock, with null where the module left nothing, or what it
+    /// left had to go. What use keeps of the value is valid until it is replaced or has to go.
     template <class Use>
     auto read(std::uint64_t uuid, Use&& use) const
     {
         const std::lock_guard lock(m_mutex);
-        const auto entry = m_values.find(uuid);
-        return std::forward<Use>(use)(entry == m_values.end() ? nullptr : &entry->second);
+        const auto place = m_places.find(uuid);
+        return std::forward<Use>(use)(place == m_places.end() ? nullptr : &place->second->value);
     }
 
     /// The same for the module that left something last.
@@ -37,21 +54,50 @@ public:
     auto readLast(Use&& use) const
     {
         const std::lock_guard lock(m_mutex);
-        return read(m_lastUuid, std::forward<Use>(use));
+        return std::forward<Use>(use)(m_entries.empty() ? nullptr : &m_entries.back().value);
+    }
+
+    /// Lets go what the module left, when that alone is more than the store may hold.
+    void dropIfHuge(std::uint64_t uuid)
+    {
+        Entries gone;
+        const std::lock_guard lock(m_mutex);
+        const auto place = m_places.find(uuid);
+        if (place == m_places.end() || place->second->size <= kMostBytes)
+            return;
+        take(place->second, gone);
+        m_places.erase(place);
     }
 
     void clear()
     {
-        std::unordered_map<std::uint64_t, Value> old;
+        Entries gone;
         const std::lock_guard lock(m_mutex);
-        m_lastUuid = kNoUuid;
-        m_values.swap(old);
+        m_places.clear();
+        m_entries.swap(gone);
+        m_size = 0;
     }
 
 private:
-    mutable std::recursive_mutex m_mutex; // readLast holds it while it reads
-    std::uint64_t m_lastUuid = kNoUuid;
-    std::unordered_map<std::uint64_t, Value> m_values;
+    struct Entry {
+        std::uint64_t uuid;
+        Value value;
+        std::size_t size;
+    };
+    using Entries = std::list<Entry>;
+
+    void take(typename Entries::iterator entry, Entries& gone)
+    {
+        m_size -= entry->size;
+        gone.splice(gone.end(), m_entries, entry);
+    }
+
+    std::size_t (*const m_sizeOf)(const Value&);
+
+    mutable std::mutex m_mutex; // guards all below
+    Entries m_entries;          // the oldest first
+    std::unordered_map<std::uint64_t, typename Entries::iterator> m_places;
+    std::size_t m_size = 0;
 };
 
 } // namespace zel

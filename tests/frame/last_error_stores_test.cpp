@@ -106,6 +106,32 @@ TEST_F(LastErrorStores, KeepTheLatestOfEachModuleAndTheLatestOfAll)
     EXPECT_EQ(lastData().length, 0U);
 }
 
+TEST_F(LastErrorStores, AreBoundedInAll)
+{
+    using Store = zel::LastErrorStore<std::string>;
+    for (std::uint64_t uuid = 1; uuid <= Store::kMostModules + 1; ++uuid)
+        zel::messageStore().put(uuid, "refused");
+    EXPECT_EQ(messageOf(1).length, 0U);
+    EXPECT_EQ(messageOf(2).text(), "refused");
+
+    const std::string third(Store::kMostBytes / 3 - 8, 'x');
+    for (const std::uint64_t uuid : {1U, 2U, 3U, 1U, 4U})
+        zel::dataStore().put(uuid, telegram(third));
+    EXPECT_EQ(dataOf(2).length, 0U) << "it is the oldest by now";
+    for (const std::uint64_t uuid : {1U, 3U, 4U})
+        EXPECT_EQ(dataOf(uuid).text(), third);
+
+    const std::string huge(Store::kMostBytes, 'y');
+    zel::dataStore().put(3, telegram(huge));
+    EXPECT_EQ(lastData().text(), huge) << "never the one just put there";
+    EXPECT_EQ(dataOf(1).length, 0U);
+    ZEL_XCOM_Disconnect(3);
+    EXPECT_EQ(dataOf(3).length, 0U);
+    zel::dataStore().put(1, telegram(third));
+    ZEL_XCOM_Disconnect(1);
+    EXPECT_EQ(dataOf(1).text(), third) << "what is not too large stays";
+}
+
 TEST_F(LastErrorStores, AreEmptiedByUnload)
 {
     zel::messageStore().put(1, "refused");
