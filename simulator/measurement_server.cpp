@@ -36,7 +36,7 @@ Outcome noSuchSignal(const ModuleModel& model, const std::string& name)
     if (!place)
         return {kSignalUnknown, quoted(name) + " names no signal"};
     const auto mode = model.parameters.value(connectorPathOf(*place) + "/Mode");
-    const std::string number = std::to_string(place->connector);
+    const std::string number = std::to_string(place->connector + 1);
     if (!mode)
         return {kSignalUnknown, quoted(name) + ": there is no connector " + number};
     if (*mode != modeOf(place->kind))

@@ -100,7 +100,8 @@ MethodAnswer setZero(ModuleModel& model, const ControlTexts& texts)
     const double value = model.simulatedValue(connector, asNumber(texts[1])).value_or(0.0);
     const std::string channel = channelPathOf({SignalKind::analog, connector, 0, 0});
     if (!model.parameters.set(channel + "/ZeroOffset", fixed(target - value)))
-        return {kZeroNotPossible, "connector " + texts[0] + " cannot be set to zero"};
+        return {kZeroNotPossible,
+                "connector " + std::to_string(connector + 1) + " cannot be set to zero"};
     return {};
 }
 

@@ -75,15 +75,15 @@ std::vector<ModuleError> collectErrors(const ModuleModel& model)
         errors.push_back({2, kNoTimeServer, 0, 0, 0, "NTPDEAMON: NTP Server not reached"});
     for (std::uint32_t connector = 0; connector < kAmplifierConnectors; ++connector) {
         if (isSensorMissing(model, connector))
-            errors.push_back({1, kNoTeds, connector, 0, 0,
+            errors.push_back({1, kNoTeds, connector + 1, 0, 0,
                               "No TEDS connected or error while reading TEDS data"});
     }
     visitOverflows(model, [&](std::uint32_t connector, std::uint32_t signal) {
-        errors.push_back({1, kOverflow, connector, 0, signal, "Signal overflow"});
+        errors.push_back({1, kOverflow, connector + 1, 1, signal + 1, "Signal overflow"});
     });
     if (const auto place = model.measurements.overrunSignal())
-        errors.push_back({1, kBufferOverrun, place->connector, place->channel, place->signal,
-                          "DAQ: Buffer overrun"});
+        errors.push_back({1, kBufferOverrun, place->connector + 1, place->channel + 1,
+                          place->signal + 1, "DAQ: Buffer overrun"});
     errors.insert(errors.end(), model.raised.errors.begin(), model.raised.errors.end());
     return errors;
 }
@@ -93,14 +93,14 @@ std::vector<ModuleStatusEntry> collectStatuses(const ModuleModel& model)
     std::vector<ModuleStatusEntry> statuses;
     for (std::uint32_t connector = 0; connector < kAmplifierConnectors; ++connector) {
         const bool analog = isAnalog(model, connector);
-        statuses.push_back(
-            {connector, 0, 0, kModeStatus, analog ? 0u : 1u, analog ? "analog input" : "CAN bus"});
+        statuses.push_back({connector + 1, 0, 0, kModeStatus, analog ? 0u : 1u,
+                            analog ? "analog input" : "CAN bus"});
         if (analog)
-            statuses.push_back({connector, 0, 0, kTedsStatus,
+            statuses.push_back({connector + 1, 0, 0, kTedsStatus,
                                 model.teds.find(connector) != nullptr ? 1u : 0u, "TEDS"});
     }
     visitOverflows(model, [&](std::uint32_t connector, std::uint32_t signal) {
-        statuses.push_back({connector, 0, signal, kOverflowStatus, 1, "overflow"});
+        statuses.push_back({connector + 1, 1, signal + 1, kOverflowStatus, 1, "overflow"});
     });
     for (const auto& [led, mode] : model.controls.ledModes)
         statuses.push_back({led, 0, 0, kLedStatus, mode, "LED mode"});

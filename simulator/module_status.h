@@ -8,6 +8,7 @@ namespace zel::simulator {
 
 struct ModuleModel;
 
+/// Connector, channel and signal count from 1 in both lists; 0 where they do not apply.
 struct ModuleError {
     std::uint32_t level = 1;
     std::int32_t code = 0;

@@ -148,7 +148,7 @@ Outcome ParameterServer::readTeds(const MethodCall& call)
         return request.failure();
     const TedsMemory* memory = m_model.teds.find(channel);
     if (memory == nullptr)
-        return {kNoTeds, "no TEDS at connector " + std::to_string(channel)};
+        return {kNoTeds, "no TEDS at connector " + std::to_string(channel + 1)};
     return ServiceAnswer{}
         .add("Tid", memory->id)
         .add("BinData", toHexadecimal(memory->bytes))

@@ -80,7 +80,7 @@ Outcome StatusServer::tedsStatus(const MethodCall& call)
     if (!request.isGood())
         return request.failure();
     if (connector >= kAmplifierConnectors)
-        return {kNoSuchConnector, "there is no connector " + std::to_string(connector)};
+        return {kNoSuchConnector, "there is no connector " + std::to_string(connector + 1)};
     const TedsMemory* memory = m_model.teds.find(connector);
     const std::uint32_t state = memory == nullptr ? 0 : memory->error.empty() ? 1 : 2;
     return ServiceAnswer{}

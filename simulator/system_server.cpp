@@ -19,7 +19,7 @@ Outcome checkConnector(std::uint32_t connector)
 {
     if (connector < kConnectorsInAll)
         return {};
-    return {kNoSuchConnector, "there is no connector " + std::to_string(connector)};
+    return {kNoSuchConnector, "there is no connector " + std::to_string(connector + 1)};
 }
 
 } // namespace

@@ -72,7 +72,7 @@ Outcome TedsMemories::write(std::uint32_t connector, std::string_view digits)
 {
     const auto found = m_memories.find(connector);
     if (found == m_memories.end())
-        return {kNoTeds, "no TEDS at connector " + std::to_string(connector)};
+        return {kNoTeds, "no TEDS at connector " + std::to_string(connector + 1)};
     auto bytes = fromHexadecimal(digits);
     if (!bytes)
         return {ZEL_SRV_INVALID_PARAMETERS, "BinData is not hexadecimal"};
