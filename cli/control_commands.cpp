@@ -9,6 +9,7 @@
 #include "interrupt.h"
 #include "module_session.h"
 #include "number_text.h"
+#include "signal_numbers.h"
 #include "text_reading.h"
 
 namespace zel::cli {
@@ -33,8 +34,7 @@ struct ControlArguments {
 
 struct ZeroArguments {
     std::string address;
-    std::uint32_t connector = 0;
-    std::uint32_t signal = 0;
+    std::vector<std::string> signal;
     std::optional<double> target;
 };
 
@@ -162,16 +162,20 @@ void control(CommandOutput& output, const ControlArguments& arguments)
 void zero(CommandOutput& output, const ZeroArguments& arguments)
 {
     const ModuleSession session(arguments.address);
-    const std::string signal = "signal " + std::to_string(arguments.signal) + " of connector " +
-                               std::to_string(arguments.connector);
+    const SignalNumbers numbers = signalNumbers(session, arguments.signal);
+    const std::string signal = "signal " + std::to_string(numbers.signal) + " of connector " +
+                               std::to_string(numbers.connector);
+    // The control counts from 0.
+    const std::uint32_t connector = numbers.connector - 1;
+    const std::uint32_t index = numbers.signal - 1;
     const std::int32_t code =
-        arguments.target ? ZEL_XCTRL_SetZeroWithTarget(session.uuid(), arguments.connector,
-                                                       arguments.signal, *arguments.target)
-                         : ZEL_XCTRL_SetZero(session.uuid(), arguments.connector, arguments.signal);
+        arguments.target
+            ? ZEL_XCTRL_SetZeroWithTarget(session.uuid(), connector, index, *arguments.target)
+            : ZEL_XCTRL_SetZero(session.uuid(), connector, index);
     session.check(code, "zero " + signal, controlsHint(arguments.address));
     if (output.isJson) {
-        output.json(session.identity(), {{"connector", arguments.connector},
-                                         {"signal", arguments.signal},
+        output.json(session.identity(), {{"connector", numbers.connector},
+                                         {"signal", numbers.signal},
                                          {"target", arguments.target.value_or(0)}});
     } else {
         output.line("zeroed " + signal);
@@ -213,16 +217,20 @@ void addControls(CLI::App& app, Application& application)
 
 void addControl(CLI::App& app, Application& application)
 {
-    auto& command = addCommand(app, {.name = "control",
-                                     .group = kGroup,
-                                     .description = "Execute a control",
-                                     .examples = "  zel control 192.168.169.20 SETZERO 1 1 \"\"\n"
-                                                 "  zel control 192.168.169.20 LEDFLASH 0 1"});
+    auto& command =
+        addCommand(app, {.name = "control",
+                         .group = kGroup,
+                         .description = "Execute a control",
+                         .examples = "  zel control 192.168.169.20 LEDFLASH 0 1\n"
+                                     "  zel control 192.168.169.20 SETZERO 0 1 \"\"\n"
+                                     "      signal 2 of connector 1, as modules count"});
     const auto arguments = std::make_shared<ControlArguments>();
     addAddressArgument(command, arguments->address);
     command.add_option("NAME", arguments->name, "Name of the control, in capitals")->required();
-    auto* const parameters = command.add_option("PARAMETERS", arguments->parameters,
-                                                "Its parameters in order, each sent as text");
+    auto* const parameters =
+        command.add_option("PARAMETERS", arguments->parameters,
+                           "Its parameters in order, each sent as text as it stands; "
+                           "modules count connectors and signals from 0 here");
     command
         .add_option("--xml", arguments->file,
                     "Send this parameter document instead and print the answer; '-' is standard "
@@ -237,12 +245,17 @@ void addZero(CLI::App& app, Application& application)
     auto& command = addCommand(app, {.name = "zero",
                                      .group = kGroup,
                                      .description = "Zero a signal: its present value becomes 0",
-                                     .examples = "  zel zero 192.168.169.20 1 1\n"
-                                                 "  zel zero 192.168.169.20 1 1 --target 9.81"});
+                                     .examples = "  zel zero 192.168.169.20 Force\n"
+                                                 "  zel zero 192.168.169.20 1 2 --target 9.81\n"
+                                                 "      signal 2 of connector 1"});
     const auto arguments = std::make_shared<ZeroArguments>();
     addAddressArgument(command, arguments->address);
-    command.add_option("CONNECTOR", arguments->connector, "Number of the connector")->required();
-    command.add_option("SIGNAL", arguments->signal, "Number of the signal")->required();
+    command
+        .add_option("SIGNAL", arguments->signal,
+                    "Reference or name of the signal; or two numbers, connector and signal, each "
+                    "from 1 as on the module's label")
+        ->required()
+        ->expected(1, 2);
     command
         .add_option("--target", arguments->target,
                     "What the present value becomes instead of 0, in the signal's unit")
@@ -258,7 +271,8 @@ void addLed(CLI::App& app, Application& application)
                                      .examples = "  zel led 192.168.169.20 0 1"});
     const auto arguments = std::make_shared<LedArguments>();
     addAddressArgument(command, arguments->address);
-    command.add_option("LED", arguments->led, "Number of the LED")->required();
+    command.add_option("LED", arguments->led, "Number of the LED, as the module numbers them")
+        ->required();
     command.add_option("MODE", arguments->mode, "Mode, as the module numbers them")->required();
     whenChosen(command, application, arguments, led);
 }

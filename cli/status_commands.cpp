@@ -32,6 +32,12 @@ std::string fieldText(const char (&field)[Size])
     return {field, std::find(field, field + Size, '\0')};
 }
 
+/// Where an error or a status belongs, numbered from 1.
+std::string numberText(std::uint32_t number)
+{
+    return number == 0 ? "-" : std::to_string(number);
+}
+
 std::string errorText(const ZEL_ErrorEntry& error)
 {
     const std::string text = fieldText(error.text);
@@ -60,8 +66,8 @@ void errors(CommandOutput& output, const StateArguments& arguments)
     for (std::uint32_t i = 0; i < count; ++i) {
         const ZEL_ErrorEntry error = list->entries[i];
         table.addRow({std::to_string(error.level), std::to_string(error.code),
-                      std::to_string(error.connector), std::to_string(error.channel),
-                      std::to_string(error.signal), errorText(error)});
+                      numberText(error.connector), numberText(error.channel),
+                      numberText(error.signal), errorText(error)});
         entries.push_back({{"level", error.level},
                            {"code", error.code},
                            {"hex", hexadecimal(error.code)},
@@ -94,8 +100,8 @@ void status(CommandOutput& output, const StateArguments& arguments)
     for (std::uint32_t i = 0; i < count; ++i) {
         const ZEL_StatusEntry entry = list->entries[i];
         const std::string info = fieldText(entry.info);
-        table.addRow({std::to_string(entry.connector), std::to_string(entry.channel),
-                      std::to_string(entry.signal), std::to_string(entry.statusId),
+        table.addRow({numberText(entry.connector), numberText(entry.channel),
+                      numberText(entry.signal), std::to_string(entry.statusId),
                       std::to_string(entry.value), info});
         entries.push_back({{"connector", entry.connector},
                            {"channel", entry.channel},

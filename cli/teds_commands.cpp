@@ -9,6 +9,7 @@
 #include "module_session.h"
 #include "number_text.h"
 #include "printable.h"
+#include "signal_numbers.h"
 #include "text_reading.h"
 
 namespace zel::cli {
@@ -17,25 +18,16 @@ namespace {
 
 struct TedsArguments {
     std::string address;
-    std::uint32_t channel = 0;
+    std::uint32_t connector = 0;
     std::string file;
     bool mayReplace = false;
 };
 
 using TedsIdentifier = std::array<char, 17>;
 
-std::string channelText(const TedsArguments& arguments)
+std::string connectorText(const TedsArguments& arguments)
 {
-    return "channel " + std::to_string(arguments.channel);
-}
-
-void checkChannel(const TedsArguments& arguments)
-{
-    // The library sends the channel less one: 0 would ask for the last channel there can be.
-    if (arguments.channel == 0) {
-        throw CommandFailure(
-            {.problem = "there is no channel 0", .advice = "channels are counted from 1"});
-    }
+    return "connector " + std::to_string(arguments.connector);
 }
 
 /// Sixteen bytes to a line, with their place and the letters among them.
@@ -60,23 +52,23 @@ std::string hexDump(std::string_view data)
 
 void read(CommandOutput& output, const TedsArguments& arguments)
 {
-    checkChannel(arguments);
+    requireConnector(arguments.connector);
     if (!arguments.file.empty()) {
         requireNewFile(arguments.file, arguments.mayReplace);
     }
     const ModuleSession session(arguments.address);
     TedsIdentifier identifier{};
     const std::string data =
-        readText(session, {.tried = "read the TEDS of " + channelText(arguments)},
+        readText(session, {.tried = "read the TEDS of " + connectorText(arguments)},
                  [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-                     return ZEL_XPAR_ReadTedsBinary(session.uuid(), arguments.channel,
+                     return ZEL_XPAR_ReadTedsBinary(session.uuid(), arguments.connector,
                                                     identifier.data(), buffer, length, capacity);
                  });
     if (!arguments.file.empty()) {
         writeHostFile(arguments.file, data);
     }
     if (output.isJson) {
-        output.json(session.identity(), {{"channel", arguments.channel},
+        output.json(session.identity(), {{"connector", arguments.connector},
                                          {"tid", identifier.data()},
                                          {"data", hexDigits(data)}});
         return;
@@ -90,7 +82,7 @@ void read(CommandOutput& output, const TedsArguments& arguments)
 
 void write(CommandOutput& output, const TedsArguments& arguments)
 {
-    checkChannel(arguments);
+    requireConnector(arguments.connector);
     const std::string data = readHostFile(arguments.file);
     if (data.empty()) {
         throw CommandFailure({.problem = "the file " + arguments.file + " is empty",
@@ -98,14 +90,14 @@ void write(CommandOutput& output, const TedsArguments& arguments)
     }
     const ModuleSession session(arguments.address);
     TedsIdentifier identifier{};
-    session.checkReading(ZEL_XPAR_WriteTedsBinary(session.uuid(), arguments.channel,
+    session.checkReading(ZEL_XPAR_WriteTedsBinary(session.uuid(), arguments.connector,
                                                   identifier.data(), data.data(), data.size()),
                          "write " + byteCount(data.size()) + " to the TEDS of " +
-                             channelText(arguments));
+                             connectorText(arguments));
     if (output.isJson) {
-        output.json(
-            session.identity(),
-            {{"channel", arguments.channel}, {"tid", identifier.data()}, {"written", data.size()}});
+        output.json(session.identity(), {{"connector", arguments.connector},
+                                         {"tid", identifier.data()},
+                                         {"written", data.size()}});
     } else {
         output.value("wrote " + byteCount(data.size()) + " to TEDS " + identifier.data());
     }
@@ -127,9 +119,10 @@ TedsTexts readStatus(const ModuleSession& session, std::uint32_t connector)
     for (int attempt = 0; attempt < 3 && code == ZEL_SRV_BUFFER_TOO_SMALL; ++attempt) {
         texts.error.assign(std::min(errorLength, kLargestText) + 1, '\0');
         texts.warning.assign(std::min(warningLength, kLargestText) + 1, '\0');
-        code = ZEL_XSTAT_GetTedsStatus(session.uuid(), connector, &texts.status, texts.error.data(),
-                                       &errorLength, texts.error.size(), texts.warning.data(),
-                                       &warningLength, texts.warning.size());
+        // This export counts from 0, those that read and write from 1.
+        code = ZEL_XSTAT_GetTedsStatus(session.uuid(), connector - 1, &texts.status,
+                                       texts.error.data(), &errorLength, texts.error.size(),
+                                       texts.warning.data(), &warningLength, texts.warning.size());
     }
     session.checkReading(code, "read the TEDS status of connector " + std::to_string(connector));
     texts.error.resize(errorLength);
@@ -139,10 +132,11 @@ TedsTexts readStatus(const ModuleSession& session, std::uint32_t connector)
 
 void status(CommandOutput& output, const TedsArguments& arguments)
 {
+    requireConnector(arguments.connector);
     const ModuleSession session(arguments.address);
-    const TedsTexts texts = readStatus(session, arguments.channel);
+    const TedsTexts texts = readStatus(session, arguments.connector);
     if (output.isJson) {
-        output.json(session.identity(), {{"connector", arguments.channel},
+        output.json(session.identity(), {{"connector", arguments.connector},
                                          {"status", texts.status},
                                          {"error", texts.error},
                                          {"warning", texts.warning}});
@@ -150,7 +144,7 @@ void status(CommandOutput& output, const TedsArguments& arguments)
     }
     TextTable table(
         {{"Connector", Align::right}, {"Status", Align::right}, {"Error"}, {"Warning"}});
-    table.addRow({std::to_string(arguments.channel), std::to_string(texts.status),
+    table.addRow({std::to_string(arguments.connector), std::to_string(texts.status),
                   texts.error.empty() ? "-" : trimmed(texts.error),
                   texts.warning.empty() ? "-" : trimmed(texts.warning)});
     output.table(table, "");
@@ -160,12 +154,12 @@ void addRead(CLI::App& teds, Application& application)
 {
     auto& command = addCommand(teds, {.name = "read",
                                       .group = "Commands",
-                                      .description = "Read the TEDS of a channel's sensor",
+                                      .description = "Read the TEDS of a connector's sensor",
                                       .examples = "  zel teds read 192.168.169.20 1\n"
                                                   "  zel teds read 192.168.169.20 1 sensor.bin"});
     const auto arguments = std::make_shared<TedsArguments>();
     addAddressArgument(command, arguments->address);
-    command.add_option("CHANNEL", arguments->channel, "Channel, counted from 1")->required();
+    command.add_option("CONNECTOR", arguments->connector, kConnectorHelp)->required();
     command.add_option("FILE", arguments->file, "File for the bytes; without it they are shown");
     command.add_flag("--force", arguments->mayReplace, "Replace a file that is there");
     whenChosen(command, application, arguments, read);
@@ -175,11 +169,11 @@ void addWrite(CLI::App& teds, Application& application)
 {
     auto& command = addCommand(teds, {.name = "write",
                                       .group = "Commands",
-                                      .description = "Write the TEDS of a channel's sensor",
+                                      .description = "Write the TEDS of a connector's sensor",
                                       .examples = "  zel teds write 192.168.169.20 1 sensor.bin"});
     const auto arguments = std::make_shared<TedsArguments>();
     addAddressArgument(command, arguments->address);
-    command.add_option("CHANNEL", arguments->channel, "Channel, counted from 1")->required();
+    command.add_option("CONNECTOR", arguments->connector, kConnectorHelp)->required();
     command.add_option("FILE", arguments->file, "File with the bytes; '-' is standard input")
         ->required();
     whenChosen(command, application, arguments, write);
@@ -193,7 +187,7 @@ void addStatus(CLI::App& teds, Application& application)
                                       .examples = "  zel teds status 192.168.169.20 1"});
     const auto arguments = std::make_shared<TedsArguments>();
     addAddressArgument(command, arguments->address);
-    command.add_option("CONNECTOR", arguments->channel, "Number of the connector")->required();
+    command.add_option("CONNECTOR", arguments->connector, kConnectorHelp)->required();
     whenChosen(command, application, arguments, status);
 }
 

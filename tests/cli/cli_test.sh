@@ -96,7 +96,7 @@ start_module
 # The command line itself.
 it_works '^  get +Read one parameter' --help
 it_works '^Usage: zel ' # without arguments too
-it_works '^Usage: zel teds read .*ADDRESS CHANNEL' teds read --help
+it_works '^Usage: zel teds read .*ADDRESS CONNECTOR' teds read --help
 it_works '^Usage: zel teds ' teds
 it_fails "'gett' is no command of zel .*did you mean 'get'" gett "$module"
 it_fails "does not know what to do with '--viev' .*did you mean '--view'" get "$module" x --viev 3
@@ -154,20 +154,26 @@ it_fails 'NOPE.*the module says: .*zel controls' control "$module" NOPE
 it_fails 'the module says: .*zel controls' control "$module" SETZERO --xml broken.xml
 printf '<ControlParams/>\0' >zero.xml
 it_fails 'zero.xml holds a zero byte' control "$module" SETZERO --xml zero.xml
-it_works '^zeroed signal 1 of connector 1$' zero "$module" 1 1 --target -2.5
+it_works '^zeroed signal 4 of connector 8$' zero "$module" 8 4 --target -2.5
+it_works '^0\.0+$' get "$module" Amplifier/Connector7/Mode/AnalogInChannel/ZeroOffset
+it_works '^-?[1-9]' get "$module" Amplifier/Connector8/Mode/AnalogInChannel/ZeroOffset
+json_holds 8 connector -- zero "$module" AnalogIn_Connector7.Signal0
+it_fails "'0' is no number of a connector" zero "$module" 0 1
+it_fails "no signal of an analog input" zero "$module" CanReceiver_Connector8.Decoder0.Signal0
 it_works '^LED 0 is in mode 1$' led "$module" 0 1
 it_works '^no errors$' errors "$module"
-it_works '^ +1 +0 .* analog input$' status "$module"
+it_works '^ +8 +- .* analog input$' status "$module"
 json_holds 1 status 0 statusId -- status "$module"
 it_works '"value":"[0-9]+"' status "$module" --json # 64 bits
 it_works 'Topology' topology "$module"
 
 # TEDS and files.
-it_works '^0000  .*SENSOR1$' teds read "$module" 1
+it_works '^0000  .*SENSOR8$' teds read "$module" 8
+json_holds 1 status -- teds status "$module" 8
 printf 'zero ends here\0\0\0' >teds.bin
 it_works '^wrote 17 bytes to TEDS [0-9A-F]{16}$' teds write "$module" 1 teds.bin
 json_holds 7A65726F20656E64732068657265000000 data -- teds read "$module" 1
-it_fails 'no channel 0' teds read "$module" 0
+for command in read status; do it_fails 'no connector 0' teds $command "$module" 0; done
 it_fails 'a file teds.bin already.*--force' teds read "$module" 1 teds.bin
 it_fails 'no file that can be copied' file put "$module" . a/b
 it_works '^copied teds.bin to a/b \(17 bytes\)$' file put "$module" teds.bin a/b
@@ -222,6 +228,7 @@ it_fails "has no signal 'Nonsense'" read "$module" Nonsense
 it_fails "several signals .* have the name 'Signal 1'" record "$module" 'Signal 1'
 run set "$module" "$path/Name" Torque
 run set "$module" "$path/Waveform" Counter
+for text in Torque "$path"; do json_holds 1 signal -- zero "$module" "$text"; done
 it_fails 'CanReceiver_Connector8.Decoder0.Signal0.* is switched off' \
     record "$module" Torque CanReceiver_Connector8.Decoder0.Signal0 --out run.csv
 [ ! -e run.csv ]
