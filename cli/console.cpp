@@ -18,7 +18,7 @@ namespace zel::cli {
 
 namespace {
 
-constexpr std::size_t kUsualColumns = 80;
+void (*onHangUp)() = nullptr;
 
 } // namespace
 
@@ -68,17 +68,39 @@ bool isTerminal(std::FILE* stream)
     return _isatty(_fileno(stream)) != 0;
 }
 
-std::size_t terminalColumns()
+TerminalSize terminalSize(std::FILE* stream)
 {
     CONSOLE_SCREEN_BUFFER_INFO info{};
-    const bool isKnown = GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info) != 0;
+    const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream)));
+    const bool isKnown = GetConsoleScreenBufferInfo(handle, &info) != 0;
     const int columns = info.srWindow.Right - info.srWindow.Left + 1;
-    return isKnown && columns > 1 ? static_cast<std::size_t>(columns) : kUsualColumns;
+    const int lines = info.srWindow.Bottom - info.srWindow.Top + 1;
+    if (!isKnown || columns < 2 || lines < 2) {
+        return {};
+    }
+    return {static_cast<std::size_t>(columns), static_cast<std::size_t>(lines)};
 }
 
 void makeBinary(std::FILE* stream)
 {
     _setmode(_fileno(stream), _O_BINARY);
+}
+
+void whenHungUp(void (*function)())
+{
+    onHangUp = function;
+    const auto handler = [](DWORD event) -> BOOL {
+        if (event == CTRL_C_EVENT) {
+            return FALSE;
+        }
+        onHangUp();
+        // The process is ended as soon as this returns, so its end has to come first.
+        if (event != CTRL_BREAK_EVENT) {
+            Sleep(INFINITE);
+        }
+        return TRUE;
+    };
+    SetConsoleCtrlHandler(handler, TRUE);
 }
 
 void writeFromSignalHandler(const char* text, std::size_t length)
@@ -118,14 +140,26 @@ bool isTerminal(std::FILE* stream)
     return isatty(fileno(stream)) != 0;
 }
 
-std::size_t terminalColumns()
+TerminalSize terminalSize(std::FILE* stream)
 {
     winsize size{};
-    const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return isKnown ? size.ws_col : kUsualColumns;
+    const bool isKnown = ioctl(fileno(stream), TIOCGWINSZ, &size) == 0;
+    if (!isKnown || size.ws_col < 2 || size.ws_row < 2) {
+        return {};
+    }
+    return {size.ws_col, size.ws_row};
 }
 
 void makeBinary(std::FILE*) {}
+
+void whenHungUp(void (*function)())
+{
+    onHangUp = function;
+    // Under nohup it is ignored, and shall be.
+    if (std::signal(SIGHUP, SIG_IGN) != SIG_IGN) {
+        std::signal(SIGHUP, [](int) { onHangUp(); });
+    }
+}
 
 void writeFromSignalHandler(const char* text, std::size_t length)
 {

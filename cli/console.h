@@ -24,11 +24,21 @@ std::FILE* takeStandardOutput();
 
 bool isTerminal(std::FILE* stream);
 
-/// How many columns the terminal has behind standard error; 80 when it does not tell.
-std::size_t terminalColumns();
+struct TerminalSize {
+    std::size_t columns = 80;
+    std::size_t lines = 24;
+};
+
+/// Of the terminal behind the stream; the usual size when it does not tell.
+TerminalSize terminalSize(std::FILE* stream);
 
 /// Leaves the stream's bytes alone (Windows would turn every line end into two characters).
 void makeBinary(std::FILE* stream);
+
+/// Has the function called when the terminal is closed or the system shuts down, which on Windows
+/// leaves the process some seconds; there also for Ctrl-Break. Comes on any thread, also as a
+/// signal, any number of times.
+void whenHungUp(void (*function)());
 
 /// Writes without locks or memory: callable from a signal handler.
 void writeFromSignalHandler(const char* text, std::size_t length);

@@ -19,10 +19,17 @@ extern "C" void onInterrupt(int signal)
     writeFromSignalHandler(note, sizeof note - 1);
 }
 
+void onClosedTerminal()
+{
+    // No way out at the second one: terminals, shells and the system each send their own.
+    interruptions = 1;
+}
+
 } // namespace
 
 void installInterruptHandler()
 {
+    whenHungUp(onClosedTerminal);
     std::signal(SIGINT, onInterrupt);
     std::signal(SIGTERM, onInterrupt);
 }

@@ -80,4 +80,14 @@ std::size_t columns(std::string_view text)
         std::count_if(text.begin(), text.end(), [](char c) { return !isContinuation(c); }));
 }
 
+std::string_view firstColumns(std::string_view text, std::size_t most)
+{
+    std::size_t used = 0;
+    const auto end = std::find_if(text.begin(), text.end(), [&](char c) {
+        used += isContinuation(c) ? 0U : 1U;
+        return used > most;
+    });
+    return {text.begin(), end};
+}
+
 } // namespace zel::cli

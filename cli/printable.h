@@ -16,4 +16,7 @@ std::string trimmed(std::string_view text);
 /// How many columns the text takes: UTF-8 characters, not bytes.
 std::size_t columns(std::string_view text);
 
+/// The beginning of the text that takes no more columns.
+std::string_view firstColumns(std::string_view text, std::size_t most);
+
 } // namespace zel::cli

@@ -20,6 +20,12 @@ public:
     /// share is from 0 to 1.
     void draw(double share, const std::string& text);
 
+    /// Where nobody knows how much is still to come.
+    void draw(const std::string& text);
+
+    /// A line for people that stays, also where there is no terminal.
+    void tell(const std::string& text);
+
 private:
     const bool m_isTerminal;
     bool m_isDrawn = false;
