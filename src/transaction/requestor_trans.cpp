@@ -190,7 +190,7 @@ void clRequestorTrans::acknowledged(TransactionType type,
         return;
     }
     m_state = State::waitingForResponse;
-    restartTimer(ByteReader{telegram->payload()}.u32());
+    restartTimer(std::min(ByteReader{telegram->payload()}.u32(), kLongestMs));
 }
 
 void clRequestorTrans::responded(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
@@ -210,6 +210,8 @@ void clRequestorTrans::beginResponse(Bytes payload)
 {
     m_expected = ByteReader{payload}.u32();
     m_received = 0;
+    m_emptySegments = 0;
+    m_responseEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds{kLongestMs};
     m_response.reset();
     try {
         m_response = std::make_unique<clRxTelContainer>(std::min(m_expected, kFirstAllocation));
@@ -226,6 +228,11 @@ void clRequestorTrans::takeSegment(Bytes segment, const TransactionSource& sourc
     // The timer keeps running: the module has to send the right one.
     if (segment.size() > m_expected - m_received)
         return;
+    m_emptySegments = segment.empty() ? m_emptySegments + 1 : 0;
+    if (m_emptySegments > kMostEmptySegments) {
+        finish(ZEL_TRANS_INVALID_FORMAT);
+        return;
+    }
     const std::size_t needed = m_received + segment.size();
     if (needed > m_response->size()) {
         try {
@@ -250,6 +257,10 @@ void clRequestorTrans::takeSegment(Bytes segment, const TransactionSource& sourc
 
 void clRequestorTrans::acknowledgeSegment()
 {
+    if (std::chrono::steady_clock::now() >= m_responseEnd) {
+        finish(ZEL_TRANS_TIMEOUT_RESPONSE);
+        return;
+    }
     restartTimer(kAcknowledgeMs);
     if (sendTelegram(TransactionType::responseSegmentAck, {}) != 0)
         finish(ZEL_CONN_SEND_FAILED);

@@ -5,6 +5,7 @@
 #include "telegram_sender.h"
 
 #include <array>
+#include <chrono>
 #include <memory>
 
 namespace zel {
@@ -25,6 +26,10 @@ class clRequestorTrans final : public clRequestorBase {
 public:
     static constexpr std::size_t kMaxUnsegmented = 65535;
     static constexpr std::size_t kSegmentSize = 61440;
+    /// The most that a module gets by asking for time, and for sending a response in segments.
+    static constexpr std::uint32_t kLongestMs = 60 * 60 * 1000;
+    /// In a row; each gives the module its time for a segment anew.
+    static constexpr unsigned kMostEmptySegments = 20;
 
     clRequestorTrans(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop,
                      iConnectionFinder& connections);
@@ -83,6 +88,8 @@ private:
     std::unique_ptr<clRxTelContainer> m_response;
     std::size_t m_expected = 0;
     std::size_t m_received = 0;
+    unsigned m_emptySegments = 0;
+    std::chrono::steady_clock::time_point m_responseEnd;
 };
 
 } // namespace zel

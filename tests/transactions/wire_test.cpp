@@ -171,6 +171,7 @@ struct Reply {
     const char* type;
     std::string payload;
 };
+using Replies = std::vector<Reply>;
 
 TEST_F(Wire, EndsARequestThatIsAnsweredOutOfTurn)
 {
@@ -179,10 +180,17 @@ TEST_F(Wire, EndsARequestThatIsAnsweredOutOfTurn)
     const std::string good = kGood;
     const Reply wait{"0003", "00001388"};
     const Reply ten{"0013", "0000000a"};
+    const auto empty = [](std::size_t count) { return Replies(count, {"0014", ""}); };
+    const auto joined = [](std::initializer_list<Replies> parts) {
+        Replies all;
+        for (const Replies& part : parts)
+            all.insert(all.end(), part.begin(), part.end());
+        return all;
+    };
     const struct {
         const char* what;
         std::size_t size;
-        std::vector<Reply> replies;
+        Replies replies;
         std::int32_t result;
         const char* data;
     } cases[] = {
@@ -232,6 +240,11 @@ TEST_F(Wire, EndsARequestThatIsAnsweredOutOfTurn)
          {wait, ten, {"0014", good}, {"0014", "212121"}, {"0014", "6f6b"}},
          ZEL_OK,
          "ok"},
+        {"20 empty segments in a row", kSmall,
+         joined({{wait, ten}, empty(20), {{"0014", good}}, empty(20), {{"0014", "6f6b"}}}), ZEL_OK,
+         "ok"},
+        {"21 empty segments in a row", kSmall, joined({{wait, ten, {"0014", good}}, empty(21)}),
+         ZEL_TRANS_INVALID_FORMAT, ""},
         {"RESP after RESP_PEND", kSmall, {wait, {"0002", good + "6f6b"}}, ZEL_OK, "ok"},
     };
     for (const auto& c : cases) {
@@ -331,6 +344,30 @@ TEST(Requests, TakeNoAnswerBeforeTheyAreSentAndNoneByAnotherWay)
     Owner overConnection;
     clRequestorTrans toOne{kModule, overConnection, loop, way};
     check(toOne, overConnection, kConnection, 0);
+}
+
+TEST(Requests, GetNoMoreThanAnHourByAsking)
+{
+    struct Owner final : iTransactionOwner {
+        void completed(std::int32_t) override {}
+        void delivered(std::unique_ptr<clRxTelContainer>, const TransactionSource&) override {}
+    } owner;
+    sys::EventLoop loop;
+    Nowhere way;
+    clRequestorTrans requestor{kModule, owner, loop, way};
+    requestor.send(std::make_shared<const clTxTelContainer>(0));
+    sys::Timer asking{loop};
+    asking.set(0, false, [&](bool) {
+        auto time = std::make_unique<clRxTelContainer>(4);
+        ByteWriter{time->writable()}.u32(0xFFFFFFFFu);
+        requestor.receive(TransactionType::responsePending, std::move(time), {});
+        loop.stop();
+    });
+    loop.execute();
+    ASSERT_TRUE(loop.timers().wakeAt());
+    const auto left = *loop.timers().wakeAt() - sys::TimerQueue::Clock::now();
+    EXPECT_GT(left, 59min);
+    EXPECT_LE(left, 60min);
 }
 
 TEST_F(Wire, TakesAnswersInWhateverOrderTheyCome)
