@@ -1133,10 +1133,11 @@ ZEL_API int32_t ZEL_XCTRL_SetArbitrarySignalGenerator(uint64_t uuid, uint32_t ge
 
 /**
  * Opens a module's subscription; nothing is sent. Every subscription of a module begins with this
- * call, also the ones after the first.
+ * call, also the ones after the first. Whether there is such a module is not asked; of 1000 open
+ * subscriptions the oldest goes when another one comes.
  *
  * @return ZEL_OK; ZEL_SYS_NOT_STARTED
- * @threads any; waits for a ZEL_XDAQ_FinishSubscription that is under way
+ * @threads any; waits for a ZEL_XDAQ_FinishSubscription of the module that is under way
  */
 ZEL_API int32_t ZEL_XDAQ_OpenSubscription(uint64_t uuid);
 
@@ -1148,7 +1149,7 @@ ZEL_API int32_t ZEL_XDAQ_OpenSubscription(uint64_t uuid);
  * @param blockSize     most elements in one record; above 2000000 it becomes 2000000
  * @return ZEL_OK; started codes; ZEL_FAILED (never opened); ZEL_DAQ_SUBSCRIPTION_STATE (already
  *         finished)
- * @threads any; waits for a ZEL_XDAQ_FinishSubscription that is under way
+ * @threads any; waits for a ZEL_XDAQ_FinishSubscription of the module that is under way
  */
 ZEL_API int32_t ZEL_XDAQ_AddSignal(uint64_t uuid, const char* reference, uint16_t userSignalId,
                                    uint64_t blockSize);
@@ -1160,7 +1161,8 @@ ZEL_API int32_t ZEL_XDAQ_AddSignal(uint64_t uuid, const char* reference, uint16_
  * @param startTime  time at which the module starts, 0 for at once
  * @return ZEL_OK; ZEL_SYS_NOT_STARTED; ZEL_FAILED (never opened); ZEL_DAQ_SUBSCRIPTION_STATE
  *         (already finished); request codes
- * @threads any; blocks for the request time, and the subscription calls of all modules with it
+ * @threads any; blocks for the request time, and with it the subscription calls for the same
+ * module; a disconnect does not wait, but ends it
  */
 ZEL_API int32_t ZEL_XDAQ_FinishSubscription(uint64_t uuid, uint64_t startTime);
 
@@ -1168,8 +1170,7 @@ ZEL_API int32_t ZEL_XDAQ_FinishSubscription(uint64_t uuid, uint64_t startTime);
  * Ends a module's subscription (5/3) and forgets it, whatever the result.
  *
  * @return ZEL_OK; ZEL_SYS_NOT_STARTED; request codes
- * @threads any; blocks for the request time, then waits for a ZEL_XDAQ_FinishSubscription that is
- *          under way
+ * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XDAQ_ClearSubscription(uint64_t uuid);
 

@@ -42,27 +42,45 @@ void logFinish(std::uint64_t uuid, std::int32_t result)
 
 } // namespace
 
-void SubscriptionTable::open(std::uint64_t uuid)
+std::shared_ptr<SubscriptionTable::Entry> SubscriptionTable::find(std::uint64_t uuid)
 {
     const std::lock_guard lock(m_mutex);
-    m_entries[uuid].document.append_child("SrvParams");
+    const auto found = m_entries.find(uuid);
+    return found == m_entries.end() ? nullptr : found->second;
+}
+
+std::shared_ptr<SubscriptionTable::Entry> SubscriptionTable::findOrAdd(std::uint64_t uuid)
+{
+    const std::lock_guard lock(m_mutex);
+    if (const auto found = m_entries.find(uuid); found != m_entries.end())
+        return found->second;
+    if (m_entries.size() == kMostSubscriptions)
+        m_entries.erase(std::ranges::min_element(
+            m_entries, {}, [](const auto& named) { return named.second->openedAs; }));
+    return m_entries.emplace(uuid, std::make_shared<Entry>(m_opened++)).first->second;
+}
+
+void SubscriptionTable::open(std::uint64_t uuid)
+{
+    const std::shared_ptr<Entry> entry = findOrAdd(uuid);
+    const std::lock_guard lock(entry->mutex);
+    entry->document.append_child("SrvParams");
 }
 
 std::int32_t SubscriptionTable::addSignal(std::uint64_t uuid, const char* reference,
                                           std::uint16_t userSignalId, std::uint64_t blockSize)
 {
-    const std::lock_guard lock(m_mutex);
-    const auto found = m_entries.find(uuid);
-    if (found == m_entries.end())
+    const std::shared_ptr<Entry> entry = find(uuid);
+    if (!entry)
         return ZEL_FAILED;
-    Entry& entry = found->second;
-    pugi::xml_node list = entry.document.document_element();
+    const std::lock_guard lock(entry->mutex);
+    pugi::xml_node list = entry->document.document_element();
     if (!list)
         return ZEL_DAQ_SUBSCRIPTION_STATE;
-    ++entry.signalCount;
+    ++entry->signalCount;
     pugi::xml_node signal = list.append_child("Signal");
     signal.append_attribute("address").set_value(
-        ("Sig" + std::to_string(entry.signalCount)).c_str());
+        ("Sig" + std::to_string(entry->signalCount)).c_str());
     addText(signal, "Name", reference);
     addText(signal, "UserSigId", std::to_string(userSignalId));
     addText(signal, "BlockSize", std::to_string(std::min(blockSize, kLargestBlock)));
@@ -72,18 +90,17 @@ std::int32_t SubscriptionTable::addSignal(std::uint64_t uuid, const char* refere
 std::int32_t SubscriptionTable::finish(std::uint64_t uuid, std::uint64_t startTime,
                                        const RequestPath& requests)
 {
-    const std::lock_guard lock(m_mutex);
-    const auto found = m_entries.find(uuid);
-    if (found == m_entries.end())
+    const std::shared_ptr<Entry> entry = find(uuid);
+    if (!entry)
         return ZEL_FAILED;
-    Entry& entry = found->second;
-    const pugi::xml_node list = entry.document.document_element();
+    const std::lock_guard lock(entry->mutex);
+    const pugi::xml_node list = entry->document.document_element();
     if (!list)
         return ZEL_DAQ_SUBSCRIPTION_STATE;
     addText(list, "StartTime", std::to_string(startTime));
-    std::string document = serialise(entry.document);
-    entry.signalCount = 0;
-    entry.document.reset();
+    std::string document = serialise(entry->document);
+    entry->signalCount = 0;
+    entry->document.reset();
     const std::int32_t result =
         send(requests, {uuid, daq::kService, kSubscribe}, std::move(document));
     logFinish(uuid, result);

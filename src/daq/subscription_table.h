@@ -2,7 +2,9 @@
 
 #include "method_request.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <unordered_map>
 
@@ -10,12 +12,16 @@
 
 namespace zel {
 
-/// The open subscriptions by module UUID. One lock for all of them, also while a finished one is
-/// being sent.
+/// The open subscriptions by module UUID.
+///
+/// Each has a mutex of its own, which is held while it is being sent: calls for the same module
+/// wait for the module's answer, those for others and erase() do not.
 class SubscriptionTable {
 public:
     /// A larger record is quietly cut down to this many elements.
     static constexpr std::uint64_t kLargestBlock = 2'000'000;
+    /// Subscriptions may be opened for modules that do not exist: of so many the oldest goes.
+    static constexpr std::size_t kMostSubscriptions = 1000;
 
     SubscriptionTable() : m_entries(8) { m_entries.max_load_factor(1.0F); }
 
@@ -28,17 +34,27 @@ public:
     std::int32_t finish(std::uint64_t uuid, std::uint64_t startTime, const RequestPath& requests);
     /// Ends what the module sends and forgets the subscription, whatever the result.
     std::int32_t clear(std::uint64_t uuid, const RequestPath& requests);
-    /// Unknown modules are ignored.
+    /// Unknown modules are ignored. Does not wait for one that is being sent.
     void erase(std::uint64_t uuid);
 
 private:
     struct Entry {
+        explicit Entry(std::uint64_t number) : openedAs(number) {}
+
+        const std::uint64_t openedAs;
+
+        // any thread, under its mutex
+        std::mutex mutex;
         pugi::xml_document document; // under construction; empty once it has been sent
         std::uint32_t signalCount = 0;
     };
 
-    // any thread, under m_mutex
-    std::unordered_map<std::uint64_t, Entry> m_entries;
+    std::shared_ptr<Entry> find(std::uint64_t uuid);
+    std::shared_ptr<Entry> findOrAdd(std::uint64_t uuid);
+
+    // any thread, under m_mutex, which is a leaf; whoever uses an entry shares it
+    std::unordered_map<std::uint64_t, std::shared_ptr<Entry>> m_entries;
+    std::uint64_t m_opened = 0;
     std::mutex m_mutex;
 };
 
