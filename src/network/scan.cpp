@@ -25,7 +25,7 @@ public:
     void responded(std::int32_t result, Bytes data, std::uint32_t,
                    const TransactionSource& source) override
     {
-        if (result != ZEL_OK)
+        if (hasFailed(result))
             return;
         auto record = readModuleRecord(data);
         // Nobody speaks for another module.

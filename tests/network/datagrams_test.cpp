@@ -21,6 +21,8 @@ using asio::ip::udp;
 
 class Datagrams : public LibraryWithModule {
 protected:
+    static constexpr const char* kModule = "00000000000000fe";
+
     void SetUp() override
     {
         LibraryWithModule::SetUp();
@@ -40,6 +42,20 @@ protected:
         std::error_code full;
         m_socket->send_to(asio::buffer(datagram), {asio::ip::address_v4::loopback(), port}, 0,
                           full);
+    }
+
+    /// Module 254's answer to the scan with this label, sent by `source`.
+    static std::string answer(unsigned label, const std::string& source,
+                              const std::string& result = "00000000",
+                              const std::string& destination = hex64(ZEL_XCOM_GetOwnUUID()),
+                              const std::string& trailer = "87654321")
+    {
+        char digits[5];
+        std::snprintf(digits, sizeof digits, "%04x", label & 0xFFFFu);
+        return unhex("12345678 10 01 0000" + source + "0002" + digits + destination + "0006 000d" +
+                     result) +
+               "<SrvParams><IpAdr>1.2.3.4</IpAdr><TcpPort>1</TcpPort><Uuid>254</Uuid></SrvParams>" +
+               unhex(trailer);
     }
 
     /// How many modules a scan finds while `work` runs.
@@ -63,23 +79,15 @@ protected:
 TEST_F(Datagrams, OfStrangersEnterNothing)
 {
     const std::string own = hex64(ZEL_XCOM_GetOwnUUID());
-    const std::string record =
-        "<SrvParams><IpAdr>1.2.3.4</IpAdr><TcpPort>1</TcpPort><Uuid>254</Uuid></SrvParams>";
-    // Every label: one of them is the scan's own. The source is another one than the record says.
-    const auto answer = [&](unsigned label, const std::string& destination,
-                            const std::string& trailer) {
-        char digits[5];
-        std::snprintf(digits, sizeof digits, "%04x", label & 0xFFFFu);
-        return unhex("12345678 10 01 0000 00000000000000aa 0002" + std::string{digits} +
-                     destination + "0006 000d 00000000") +
-               record + unhex(trailer);
-    };
+    const std::string good = "00000000";
     const std::uint32_t found = foundDuring([&] {
         for (const std::uint16_t port : {std::uint16_t{1201}, std::uint16_t{1300}}) {
+            // Every label: one of them is the scan's own.
             for (unsigned label = 0; label < 1000; ++label) {
-                send(answer(label, own, "87654321"), port);
-                send(answer(label, own, "87654320"), port);
-                send(answer(label, "0123456789abcdef", "87654321"), port);
+                send(answer(label, "00000000000000aa"), port);
+                send(answer(label, kModule, good, own, "87654320"), port);
+                send(answer(label, kModule, good, "0123456789abcdef"), port);
+                send(answer(label, kModule, "ffffffff"), port);
             }
             send("", port);
             send(std::string(19, 'x'), port);
@@ -89,6 +97,18 @@ TEST_F(Datagrams, OfStrangersEnterNothing)
     });
     EXPECT_EQ(found, 0u);
     EXPECT_EQ(echo(m_uuid), ZEL_OK);
+}
+
+TEST_F(Datagrams, OfAModuleCountAlsoWithAWarning)
+{
+    const std::uint32_t found = foundDuring([&] {
+        // Again and again: the scan may not have begun yet.
+        for (const Stopwatch watch; watch.elapsed() < 1000ms;) {
+            for (unsigned label = 0; label < 1000; ++label)
+                send(answer(label, kModule, "00000001"), 1201);
+        }
+    });
+    EXPECT_EQ(found, 1u);
 }
 
 TEST_F(Datagrams, InAFloodLeaveTheConnectionsServed)
