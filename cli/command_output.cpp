@@ -6,10 +6,34 @@
 #include <nlohmann/json.hpp>
 
 #include "console.h"
+#include "number_text.h"
 #include "printable.h"
 #include "xml_layout.h"
 
 namespace zel::cli {
+
+namespace {
+
+/// DEL and U+0080 to U+009F, which JSON lets stand and terminals obey, as the same JSON value in
+/// other words.
+std::string withoutControls(std::string_view json)
+{
+    std::string text;
+    text.reserve(json.size());
+    for (std::size_t i = 0; i < json.size(); ++i) {
+        const auto two = json.substr(i, 2);
+        const bool isHighControl = two >= "\xC2\x80" && two < "\xC2\xA0";
+        if (isHighControl || json[i] == '\x7F') {
+            i += isHighControl ? 1 : 0;
+            text += "\\u00" + hexDigits(json.substr(i, 1));
+        } else {
+            text += json[i];
+        }
+    }
+    return text;
+}
+
+} // namespace
 
 void CommandOutput::separateFromLog()
 {
@@ -70,7 +94,7 @@ void CommandOutput::table(const TextTable& table, std::string_view whenEmpty, st
 void CommandOutput::json(const nlohmann::json& result)
 {
     // Modules may send bytes that are no UTF-8; they must not cost the whole answer.
-    line(result.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+    line(withoutControls(result.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace)));
 }
 
 void CommandOutput::json(nlohmann::json identity, const nlohmann::json& result)

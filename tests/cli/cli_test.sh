@@ -115,6 +115,8 @@ json_holds 0x0000001234AB0001 uuid -- get "$module" System/Name
 it_works '^System/Name = Müller <"&'"'"'>$' set "$module" System/Name 'Müller <"&'"'"'>'
 it_works '^Müller <"&'"'"'>$' get "$module" System/Name
 json_holds 'Müller <"&'"'"'>' value -- get "$module" System/Name
+run set "$module" System/Name $'a\x7f\xc2\x9b2J\xc2\xa0b' # terminals obey some of it
+it_works '"value":"a\\u007F\\u009B2J'$'\xc2\xa0''b"' get "$module" System/Name --json
 it_works . set "$module" System/Name xml # a value that is also a command
 json_holds -3 written -- set "$module" Amplifier/Connector[@address=\"1\"]/Mode/AnalogInChannel/ZeroOffset -3 --as int
 it_works . set "$module" Amplifier/Range 2.5e0 --as double
