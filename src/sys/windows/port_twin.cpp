@@ -12,6 +12,25 @@ namespace {
 constexpr ULONG_PTR kStopKey = 0;
 constexpr ULONG_PTR kWakeUpKey = 1;
 
+/// A connection is over, which its next read tells; that is no failure of the loop.
+bool tellsOfALostPeer(DWORD error)
+{
+    switch (error) {
+    case ERROR_NETNAME_DELETED:
+    case ERROR_SEM_TIMEOUT: // a peer that has fallen silent
+    case ERROR_CONNECTION_REFUSED:
+    case ERROR_NETWORK_UNREACHABLE:
+    case ERROR_HOST_UNREACHABLE:
+    case ERROR_CONNECTION_ABORTED:
+    case WSAECONNABORTED:
+    case WSAECONNRESET:
+    case WSAETIMEDOUT:
+        return true;
+    default:
+        return false;
+    }
+}
+
 } // namespace
 
 PortTwin::PortTwin() : m_port(CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 1)) {}
@@ -93,7 +112,7 @@ PortTwin::WakeUp PortTwin::wait(int limitMs, EventLog& log)
     }
     if (error == ERROR_OPERATION_ABORTED)
         return {};
-    if (error == ERROR_NETNAME_DELETED)
+    if (tellsOfALostPeer(error))
         return {Reason::last, key, {}};
     return {Reason::failed, 0, systemErrorText(static_cast<int>(error))};
 }
