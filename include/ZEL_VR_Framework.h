@@ -520,13 +520,20 @@ ZEL_API void ZEL_Unload(void);
  * Opens the TCP connection to a module and learns its UUID, by which every other export addresses
  * it. A second connect to the same address and port gives the UUID of the connection that is there.
  *
+ * A connection is kept while its module is alive, and a module that is connected by another address
+ * keeps that connection. Where nothing has been heard on such a connection for a second, the module
+ * is asked by it (service 2, method 1); one that does not answer is replaced by the new connection,
+ * and what waits on it ends with ZEL_CONN_RECEIVE_FAILED. The system notices within 12 s that a
+ * module has fallen silent.
+ *
  * @param address  IPv4 address or host name
  * @param port     TCP port of the module
  * @param uuid     receives the module's UUID
  * @return ZEL_OK; started codes; ZEL_TCP_CONNECT_FAILED (the name does not resolve, or nobody
  *         accepts within 5 s); ZEL_CONN_NO_ADDRESS_RESPONSE (connected, but no valid answer within
  *         5 s); ZEL_SYS_NO_OBJECT
- * @threads any; blocks for name resolution, then at most 10 s
+ * @threads any; blocks for name resolution, then at most 10 s, and as long as a read may for a
+ *          connection that has to be tried
  */
 ZEL_API int32_t ZEL_XCOM_ConnectToTcpIpDev(const char* address, uint16_t port, uint64_t* uuid);
 

@@ -3,7 +3,9 @@
 #include "byte_cursor.h"
 #include "native_socket.h"
 
+#include <chrono>
 #include <cstddef>
+#include <optional>
 #include <span>
 
 struct sockaddr;
@@ -25,8 +27,15 @@ enum class Wait { ready, timedOut, interrupted, failed };
 
 NativeSocket openStream(int family);
 /// Non-blocking, no delay for small telegrams, keep-alive probes after one second of silence and
-/// every second from then on.
+/// every second from then on. A peer that is silent for ten seconds ends the connection, also while
+/// data wait for it, when no probes go out.
 bool setStreamOptions(NativeSocket socket);
+/// For how long nothing has come from the peer's system, not even an answer to a probe; nothing
+/// where the system does not tell.
+std::optional<std::chrono::milliseconds> silenceOf(NativeSocket socket);
+/// The ten seconds begin with what is sent next. To be called before something is sent into a
+/// silence, which counts then, and again when that is over.
+void countSilence(NativeSocket socket);
 /// Failure::none when connected at once, wouldBlock while the connection is being made.
 Failure connect(NativeSocket socket, const sockaddr* address, std::size_t length);
 bool isConnectionMade(NativeSocket socket);

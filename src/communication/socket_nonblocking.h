@@ -64,6 +64,9 @@ public:
     const sys::Event& event() const { return m_readiness.event(); }
     /// True when a read would not need to ask the system. On the receiving thread.
     bool hasBuffered() const { return m_filled > m_position; }
+    /// See native::silenceOf and native::countSilence. Any thread.
+    auto silence() const { return native::silenceOf(m_socket); }
+    void countSilence() { native::countSilence(m_socket); }
     bool checkSockAddr(const sockaddr* address, std::size_t length) const;
 
 private:

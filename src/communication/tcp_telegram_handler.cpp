@@ -3,6 +3,7 @@
 #include "hexadecimal_text.h"
 #include "logger.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -13,6 +14,12 @@ namespace {
 
 constexpr int kSendStallMs = 3000;
 constexpr int kLoopSendStallMs = 500;
+// The system asks a module each second whether it is there.
+constexpr std::chrono::milliseconds kShortSilence{1250};
+// A system acknowledges what comes long before that.
+constexpr std::chrono::milliseconds kQuickAnswer{250};
+// Every telegram has to be answered within it.
+constexpr std::chrono::milliseconds kLongSilence{3000};
 
 std::uint64_t nextConnectionId()
 {
@@ -64,10 +71,46 @@ void clTcpTelHndlr::close()
     m_socket->retire();
 }
 
+void clTcpTelHndlr::noteSending()
+{
+    const Clock::time_point now = Clock::now();
+    const Clock::time_point heardAt = m_heardAt;
+    if (m_askedAt.load() <= heardAt)
+        m_askedAt = now;
+    if (now - heardAt < kShortSilence)
+        return;
+    m_isCountingSilence = true;
+    m_socket->countSilence();
+}
+
+void clTcpTelHndlr::noteHearing()
+{
+    m_heardAt = Clock::now();
+    if (m_isCountingSilence.load() && m_isCountingSilence.exchange(false))
+        m_socket->countSilence();
+}
+
+clTcpTelHndlr::Life clTcpTelHndlr::life() const
+{
+    const Clock::time_point now = Clock::now();
+    const Clock::time_point askedAt = m_askedAt;
+    const auto told = m_socket->silence();
+    Clock::time_point lastSign = m_heardAt;
+    if (told)
+        lastSign = std::max(lastSign, now - *told);
+    const Clock::duration silence = now - lastSign;
+    const Clock::duration unanswered = askedAt > lastSign ? now - askedAt : Clock::duration{0};
+    if ((told ? silence : unanswered) >= kLongSilence)
+        return Life::silent;
+    const bool isHeard = silence < kShortSilence && unanswered < kQuickAnswer;
+    return isHeard ? Life::heard : Life::unknown;
+}
+
 int clTcpTelHndlr::onReadable()
 {
     const int result = receiveTelegrams();
     if (result > 0) {
+        noteHearing();
         // Whoever receives on a lent connection asks the system again before it is taken back: a
         // read that finds nothing can be spared.
         const bool isLent = m_borrower.load() != std::thread::id{};
@@ -177,9 +220,11 @@ int clTcpTelHndlr::send(std::span<const Bytes> payload)
         const auto beforeWaiting = [this] { endReception(); };
         const sys::Turnstile::Pass pass{m_sendTurn, std::chrono::milliseconds{stallMs},
                                         beforeWaiting};
-        if (pass && !m_isClosed)
+        if (pass && !m_isClosed) {
+            noteSending();
             result = m_socket->sendGathered(std::span<const Bytes>{parts}.first(count), stallMs,
                                             beforeWaiting);
+        }
     }
     if (result == SocketNonblocking::SendResult::sent)
         return 0;

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <memory>
 
 namespace zel {
@@ -39,10 +40,19 @@ public:
     void receiveUntil(const sys::EventFlag& flag) override;
     void endReception() override;
 
+    using Clock = std::chrono::steady_clock;
+
+    /// Whether the module is still there, as far as that can be told without asking it.
+    enum class Life { heard, unknown, silent };
+    Life life() const;
+    bool hasHeardSince(Clock::time_point then) const { return m_heardAt.load() >= then; }
+
     std::uint64_t peer() const { return m_peer; }
     bool isConnectedTo(const sockaddr* address, std::size_t length) const;
 
 private:
+    void noteSending();
+    void noteHearing();
     bool isBorrower() const { return m_borrower.load() == std::this_thread::get_id(); }
     int onReadable();
     int receiveTelegrams();
@@ -68,6 +78,9 @@ private:
 
     // any thread
     std::atomic<bool> m_isClosed = false;
+    std::atomic<Clock::time_point> m_heardAt = Clock::now(); // last, from the module itself
+    std::atomic<Clock::time_point> m_askedAt{};              // first, since it was heard
+    std::atomic<bool> m_isCountingSilence = false;
     std::atomic<std::thread::id> m_borrower{}; // receives in the loop thread's place
     sys::Turnstile m_sendTurn;                 // one telegram at a time on the stream
 };

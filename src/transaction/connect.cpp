@@ -7,6 +7,7 @@
 #include "logger.h"
 #include "own_uuid.h"
 #include "socket_nonblocking.h"
+#include "sync_method_request.h"
 #include "ZEL_VR_Framework.h"
 
 #include <array>
@@ -18,6 +19,7 @@ namespace {
 
 using communication::AddressList;
 using communication::SocketNonblocking;
+using Life = clTcpTelHndlr::Life;
 
 constexpr int kAddressResolutionMs = 5000;
 constexpr std::size_t kRequestSize =
@@ -77,6 +79,19 @@ std::uint64_t resolveAddress(SocketNonblocking& socket)
     return response ? response->uuid : kNoUuid;
 }
 
+/// Whether the module is heard on a connection that there is: since then, or when it is asked.
+bool isAlive(const clTcpTelHndlr& connection, clTcpTelHndlr::Clock::time_point since,
+             const RequestPath& path)
+{
+    if (connection.hasHeardSince(since))
+        return true;
+    if (connection.life() == Life::silent)
+        return false;
+    // Which modules it knows: changes nothing, and any answer will do.
+    clSyncMthdReqrSrv{{connection.peer(), 2, 1}, {}, path}.execute();
+    return connection.hasHeardSince(since);
+}
+
 } // namespace
 
 std::int32_t connectToModule(clConHndlr& connections, sys::EventLoop& loop, const std::string& host,
@@ -86,9 +101,11 @@ std::int32_t connectToModule(clConHndlr& connections, sys::EventLoop& loop, cons
     if (addresses.isEmpty())
         return ZEL_TCP_CONNECT_FAILED;
     const AddressList::Entry& address = addresses.first();
-    const std::uint64_t known = connections.findByAddress(address.address(), address.length());
-    if (known != kNoUuid) {
-        uuid = known;
+    const RequestPath path{connections, loop};
+    const auto begun = clTcpTelHndlr::Clock::now();
+    const auto known = connections.findByAddress(address.address(), address.length());
+    if (known && (known->life() == Life::heard || isAlive(*known, begun, path))) {
+        uuid = known->peer();
         return ZEL_OK;
     }
     auto socket = std::make_shared<SocketNonblocking>(loop);
@@ -97,9 +114,17 @@ std::int32_t connectToModule(clConHndlr& connections, sys::EventLoop& loop, cons
     const std::uint64_t peer = resolveAddress(*socket);
     if (peer == kNoUuid)
         return ZEL_CONN_NO_ADDRESS_RESPONSE;
-    // A module that is connected already, by another address, keeps its connection.
-    connections.insert(std::make_shared<clTcpTelHndlr>(std::move(socket), peer, ownUuid(),
-                                                       connections.transactions()));
+    if (known)
+        connections.erase(*known);
+    const auto fresh = std::make_shared<clTcpTelHndlr>(std::move(socket), peer, ownUuid(),
+                                                       connections.transactions());
+    // A module that is connected already, by another address, keeps its connection while that one
+    // is alive; the one that it has answered on just now is.
+    auto kept = connections.insert(fresh);
+    while (kept != fresh && !isAlive(*kept, begun, path)) {
+        connections.erase(*kept);
+        kept = connections.insert(fresh);
+    }
     uuid = peer;
     return ZEL_OK;
 }

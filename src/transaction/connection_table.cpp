@@ -12,15 +12,16 @@ clConHndlr::~clConHndlr()
     eraseAll();
 }
 
-bool clConHndlr::insert(const std::shared_ptr<clTcpTelHndlr>& connection)
+clConHndlr::Connection clConHndlr::insert(const Connection& connection)
 {
     {
         const std::lock_guard lock{m_mutex};
-        if (!m_table.emplace(connection->peer(), connection).second)
-            return false;
+        const auto [place, isNew] = m_table.emplace(connection->peer(), connection);
+        if (!isNew)
+            return place->second;
     }
     connection->start();
-    return true;
+    return connection;
 }
 
 clConHndlr::Table::const_iterator clConHndlr::connectedToLocked(const sockaddr* address,
@@ -31,16 +32,16 @@ clConHndlr::Table::const_iterator clConHndlr::connectedToLocked(const sockaddr* 
     });
 }
 
-std::uint64_t clConHndlr::findByAddress(const sockaddr* address, std::size_t length) const
+clConHndlr::Connection clConHndlr::findByAddress(const sockaddr* address, std::size_t length) const
 {
     const std::lock_guard lock{m_mutex};
     const auto found = connectedToLocked(address, length);
-    return found == m_table.end() ? kNoUuid : found->first;
+    return found == m_table.end() ? nullptr : found->second;
 }
 
 std::uint64_t clConHndlr::eraseByAddress(const sockaddr* address, std::size_t length)
 {
-    std::shared_ptr<clTcpTelHndlr> taken;
+    Connection taken;
     {
         const std::lock_guard lock{m_mutex};
         const auto found = connectedToLocked(address, length);
@@ -68,7 +69,7 @@ bool clConHndlr::erase(std::uint64_t uuid)
 
 void clConHndlr::erase(const clTcpTelHndlr& connection)
 {
-    std::shared_ptr<clTcpTelHndlr> taken;
+    Connection taken;
     {
         const std::lock_guard lock{m_mutex};
         const auto found = m_table.find(connection.peer());
@@ -91,7 +92,7 @@ void clConHndlr::eraseAll()
         drop(connection);
 }
 
-void clConHndlr::drop(const std::shared_ptr<clTcpTelHndlr>& connection)
+void clConHndlr::drop(const Connection& connection)
 {
     // Closed first: a request that is just being sent on it then fails by itself if it comes too
     // late to be found among those that wait.

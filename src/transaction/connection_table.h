@@ -26,12 +26,14 @@ public:
     void setTransactionHandler(iTransactionHandler& handler) { m_transactions = &handler; }
     iTransactionHandler& transactions() const { return *m_transactions; }
 
-    /// Adds the connection and starts its reception; false when the module has one already, which
-    /// stays.
-    bool insert(const std::shared_ptr<clTcpTelHndlr>& connection);
-    /// The first module, in the order of UUIDs, that is connected to this peer address; else
-    /// kNoUuid.
-    std::uint64_t findByAddress(const sockaddr* address, std::size_t length) const;
+    using Connection = std::shared_ptr<clTcpTelHndlr>;
+
+    /// Adds the connection and starts its reception. Gives back the module's connection: this one,
+    /// or the one that it had already, which stays.
+    Connection insert(const Connection& connection);
+    /// That of the first module, in the order of UUIDs, that is connected to this peer address;
+    /// else null.
+    Connection findByAddress(const sockaddr* address, std::size_t length) const;
     std::uint64_t eraseByAddress(const sockaddr* address, std::size_t length);
     bool erase(std::uint64_t uuid);
     /// Takes out this very connection, not another one of the same module.
@@ -45,10 +47,10 @@ public:
                                                      sys::EventLoop& loop) override;
 
 private:
-    using Table = std::map<std::uint64_t, std::shared_ptr<clTcpTelHndlr>>;
+    using Table = std::map<std::uint64_t, Connection>;
 
     Table::const_iterator connectedToLocked(const sockaddr* address, std::size_t length) const;
-    static void drop(const std::shared_ptr<clTcpTelHndlr>& connection);
+    static void drop(const Connection& connection);
 
     // fixed before the first connection
     iTransactionHandler* m_transactions = nullptr;

@@ -8,7 +8,9 @@
 #include <chrono>
 
 #include <fcntl.h>
+#include <linux/sockios.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -17,6 +19,24 @@ namespace zel::communication::native {
 namespace {
 
 constexpr std::size_t kMaxGathered = 16;
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kLongestSilence{10000};
+// Each second the system asks.
+constexpr milliseconds kUsualSilence{1500};
+
+bool limitSilence(NativeSocket socket, milliseconds limit)
+{
+    return setOption(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, static_cast<int>(limit.count()));
+}
+
+/// Whether the peer has yet to acknowledge anything.
+bool hasDataOnTheWay(NativeSocket socket)
+{
+    int bytes = 0;
+    return ioctl(socket, SIOCOUTQ, &bytes) == 0 && bytes > 0;
+}
 
 Failure lastFailure()
 {
@@ -51,7 +71,26 @@ bool setStreamOptions(NativeSocket socket)
            setOption(socket, IPPROTO_TCP, TCP_NODELAY, 1) &&
            setOption(socket, SOL_SOCKET, SO_KEEPALIVE, 1) &&
            setOption(socket, IPPROTO_TCP, TCP_KEEPIDLE, 1) &&
-           setOption(socket, IPPROTO_TCP, TCP_KEEPINTVL, 1);
+           setOption(socket, IPPROTO_TCP, TCP_KEEPINTVL, 1) &&
+           limitSilence(socket, kLongestSilence);
+}
+
+std::optional<milliseconds> silenceOf(NativeSocket socket)
+{
+    tcp_info info{};
+    socklen_t size = sizeof info;
+    if (getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &size) != 0)
+        return {};
+    return milliseconds{std::min(info.tcpi_last_ack_recv, info.tcpi_last_data_recv)};
+}
+
+void countSilence(NativeSocket socket)
+{
+    const milliseconds silence = silenceOf(socket).value_or(milliseconds{0});
+    if (silence < kUsualSilence)
+        limitSilence(socket, kLongestSilence);
+    else if (!hasDataOnTheWay(socket))
+        limitSilence(socket, std::max(milliseconds{1000}, kLongestSilence - silence));
 }
 
 Failure connect(NativeSocket socket, const sockaddr* address, std::size_t length)

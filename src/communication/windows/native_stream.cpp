@@ -13,6 +13,10 @@ namespace zel::communication::native {
 namespace {
 
 constexpr std::size_t kMaxGathered = 16;
+constexpr DWORD kLongestSilenceSeconds = 10;
+#ifndef TCP_MAXRT
+constexpr int TCP_MAXRT = 5; // as the system's headers have it
+#endif
 
 Failure failureOf(int error)
 {
@@ -61,11 +65,20 @@ bool setStreamOptions(NativeSocket socket)
     const char noDelay = 1; // one byte long: the stack takes it
     if (!setOption(socket, IPPROTO_TCP, TCP_NODELAY, noDelay))
         return false;
+    // As well as it goes: not every version of the system knows it.
+    setOption(socket, IPPROTO_TCP, TCP_MAXRT, kLongestSilenceSeconds);
     tcp_keepalive keepAlive{1, 1000, 1000};
     DWORD returned = 0;
     return WSAIoctl(socket, SIO_KEEPALIVE_VALS, &keepAlive, sizeof keepAlive, nullptr, 0, &returned,
                     nullptr, nullptr) == 0;
 }
+
+std::optional<std::chrono::milliseconds> silenceOf(NativeSocket)
+{
+    return {};
+}
+
+void countSilence(NativeSocket) {}
 
 Failure connect(NativeSocket socket, const sockaddr* address, std::size_t length)
 {
