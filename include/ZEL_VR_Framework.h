@@ -62,6 +62,14 @@
  * is "the request time" below. All other exports return at once. Called from several threads,
  * requests to one module and to many run side by side.
  *
+ * Processes (Linux)
+ * -----------------
+ * A forked child is not started, whatever its parent was doing at the fork: it gets
+ * ZEL_SYS_NOT_STARTED until it calls ZEL_Init itself, and then has connections, subscriptions,
+ * pending reads and last errors of its own, under a UUID of its own. Nothing that it calls, and no
+ * way that it ends, touches its parent's connections. A host that becomes a daemon calls ZEL_Init
+ * after that. Between vfork and exec no export may be called.
+ *
  * "1/10" in a description is the module's service and its method.
  */
 #ifndef ZEL_VR_FRAMEWORK_H
@@ -564,7 +572,7 @@ ZEL_API void ZEL_XCOM_DisableZELDevice(void);
 
 /**
  * The library's own UUID, by which the modules address it. It is the same for the life of the
- * process.
+ * process; a forked child has another one.
  *
  * @return the UUID itself, not a result code; works before ZEL_Init
  * @threads any; the first call lists the host's adapters

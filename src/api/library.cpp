@@ -15,50 +15,49 @@ namespace zel {
 
 namespace {
 
-// Written by startLibrary and stopLibrary, under the mutex.
-std::atomic<clSystemMgr*> g_manager{nullptr};
-// Left to the end of the process.
-std::atomic<clSystemMgr*> g_abandoned{nullptr};
+// Threads that call at the same time should not fight for one counter.
+struct alignas(64) Counter {
+    std::atomic<int> calls{0};
+};
 
-struct Starter {
+/// A forked child has one of its own, and nothing of its parent's: it does not have the threads
+/// that belong to the manager, and ending the connections would end them for the parent.
+struct Frame {
     std::mutex mutex;
 
     // under mutex
     sys::clWsa wsa;
     std::uint32_t process = 0; // that has started the manager
+
+    // written under mutex, read by any thread
+    std::atomic<clSystemMgr*> manager{nullptr};
+    std::atomic<clSystemMgr*> abandoned{nullptr}; // left to the end of the process
+
+    // any thread
+    std::array<Counter, 16> callsInside;
 };
 
-Starter& starter()
-{
-    static ProcessWide<Starter> instance;
-    return *instance;
-}
-
-// Threads that call at the same time should not fight for one counter.
-struct alignas(64) Counter {
-    std::atomic<int> calls{0};
-};
-std::array<Counter, 16> g_callsInside;
+constinit ProcessWide<Frame> g_frame;
 
 /// Threads have stacks far from each other.
 Counter& counterFor(const void* onStack)
 {
     const auto address = reinterpret_cast<std::uintptr_t>(onStack);
-    return g_callsInside[(address >> 20 ^ address >> 24) % g_callsInside.size()];
+    auto& counters = g_frame->callsInside;
+    return counters[(address >> 20 ^ address >> 24) % counters.size()];
 }
 
-bool isInUse()
+bool isInUse(const Frame& frame)
 {
-    return std::ranges::any_of(g_callsInside,
+    return std::ranges::any_of(frame.callsInside,
                                [](const Counter& counter) { return counter.calls.load() != 0; });
 }
 
-/// A forked child has its parent's manager, but not its threads; ending the connections would end
-/// them for the parent.
-void abandonAnotherProcess(const Starter& start)
+/// Leaves the manager alone in a child that was made behind the C library's back.
+void abandonAnotherProcess(Frame& frame)
 {
-    if (manager() != nullptr && start.process != processId())
-        abandonLibrary();
+    if (frame.manager.load() != nullptr && frame.process != processId())
+        frame.abandoned.store(frame.manager.exchange(nullptr));
 }
 
 } // namespace
@@ -70,56 +69,59 @@ CallInside::CallInside() : m_count(counterFor(this).calls)
 
 clSystemMgr* manager()
 {
-    return g_manager.load();
+    return g_frame->manager.load();
 }
 
 void startLibrary()
 {
-    Starter& start = starter();
-    const std::lock_guard lock(start.mutex);
-    abandonAnotherProcess(start);
-    if (manager() != nullptr)
+    Frame& frame = *g_frame;
+    const std::lock_guard lock(frame.mutex);
+    abandonAnotherProcess(frame);
+    if (frame.manager.load() != nullptr)
         return;
-    start.wsa.startup();
+    frame.wsa.startup();
     try {
-        start.process = processId();
-        g_manager.store(new clSystemMgr, std::memory_order_release);
+        frame.process = processId();
+        frame.manager.store(new clSystemMgr, std::memory_order_release);
     } catch (...) {
-        start.wsa.cleanup();
+        frame.wsa.cleanup();
         throw;
     }
 }
 
 void stopLibrary()
 {
-    Starter& start = starter();
-    const std::lock_guard lock(start.mutex);
-    abandonAnotherProcess(start);
-    delete manager();
-    g_manager.store(nullptr, std::memory_order_release);
-    start.wsa.cleanup();
+    Frame& frame = *g_frame;
+    const std::lock_guard lock(frame.mutex);
+    abandonAnotherProcess(frame);
+    delete frame.manager.load();
+    frame.manager.store(nullptr, std::memory_order_release);
+    frame.wsa.cleanup();
 }
 
 void stopLibraryUnlessInUse() noexcept
 {
-    Starter& start = starter();
-    const std::unique_lock lock(start.mutex, std::try_to_lock);
+    Frame* const frame = g_frame.ifMade();
+    if (!frame)
+        return;
+    const std::unique_lock lock(frame->mutex, std::try_to_lock);
     // Whoever has the lock is starting or stopping the library right now.
     if (!lock)
         return;
-    abandonAnotherProcess(start);
+    abandonAnotherProcess(*frame);
     // Whoever comes from now on finds the library stopped; who has come before is counted.
-    clSystemMgr* const mgr = g_manager.exchange(nullptr);
-    if (isInUse())
-        g_abandoned.store(mgr);
+    clSystemMgr* const mgr = frame->manager.exchange(nullptr);
+    if (isInUse(*frame))
+        frame->abandoned.store(mgr);
     else
         delete mgr;
-    start.wsa.cleanup();
+    frame->wsa.cleanup();
 }
 
-void abandonLibrary()
+void abandonLibrary() noexcept
 {
-    g_abandoned.store(g_manager.exchange(nullptr));
+    if (Frame* const frame = g_frame.ifMade())
+        frame->abandoned.store(frame->manager.exchange(nullptr));
 }
 
 } // namespace zel

@@ -18,8 +18,8 @@ private:
     std::atomic<int>& m_count;
 };
 
-/// The one manager; null while the library is not started. Takes no lock: it is for the host not to
-/// unload while calls are running.
+/// The one manager; null while the library is not started, also in a forked child of a process that
+/// has started it. Takes no lock: it is for the host not to unload while calls are running.
 clSystemMgr* manager();
 
 /// Makes the manager unless there is one. Throws what its construction throws; there is none then.
@@ -33,6 +33,6 @@ void stopLibraryUnlessInUse() noexcept;
 
 /// Lets the manager go as it is. For the end of the process, when the other threads are gone and
 /// may have died with locks held: takes no lock and joins nothing.
-void abandonLibrary();
+void abandonLibrary() noexcept;
 
 } // namespace zel

@@ -40,7 +40,7 @@ int32_t ZEL_XUTIL_GetUnitCodeFromName(const char* name)
 const char* ZEL_XUTIL_GetUnitNameFromCode(uint32_t code)
 {
     try {
-        static ProcessWide<UnitNameBuffer> buffer;
+        static constinit ProcessWide<UnitNameBuffer> buffer;
         const UnitRow* const unit = findUnit(code);
         return buffer->hold(unit == nullptr ? "" : unit->name);
     } catch (...) {
@@ -60,8 +60,8 @@ const char* ZEL_XUTIL_GetLastXmlError()
 const char* ZEL_XUTIL_GetDllVersion()
 {
     try {
-        static ProcessWide<std::string> version{libraryVersion()};
-        return version->c_str();
+        static constinit ProcessWide<std::string, InChild::kept> version;
+        return version.get(libraryVersion).c_str();
     } catch (...) {
         return "";
     }

@@ -45,7 +45,7 @@ private:
 
 SpareBlocks& spareBlocks()
 {
-    static ProcessWide<SpareBlocks> blocks;
+    static constinit ProcessWide<SpareBlocks> blocks;
     return *blocks;
 }
 

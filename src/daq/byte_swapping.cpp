@@ -1,5 +1,7 @@
 #include "byte_swapping.h"
 
+#include "process_wide.h"
+
 #include <cstdint>
 #include <cstring>
 
@@ -198,11 +200,12 @@ std::size_t shuffle12([[maybe_unused]] const std::byte* from, [[maybe_unused]] s
 Vectors bestVectors()
 {
 #ifdef ZEL_HAS_VECTORS
-    static const Vectors best =
-        __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") ? Vectors::avx512
-        : __builtin_cpu_supports("avx2")                                        ? Vectors::avx2
-                                                                                : Vectors::none;
-    return best;
+    static constinit ProcessWide<Vectors, InChild::kept> best;
+    return best.get([] {
+        if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw"))
+            return Vectors::avx512;
+        return __builtin_cpu_supports("avx2") ? Vectors::avx2 : Vectors::none;
+    });
 #else
     return Vectors::none;
 #endif

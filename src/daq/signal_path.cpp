@@ -160,7 +160,7 @@ struct Patterns {
 /// Built by the first call, whichever thread makes it, and there until the process is gone.
 const Patterns& patterns()
 {
-    static ProcessWide<Patterns> built;
+    static constinit ProcessWide<Patterns, InChild::kept> built;
     return *built;
 }
 

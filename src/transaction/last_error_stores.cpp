@@ -6,18 +6,18 @@ namespace zel {
 
 LastErrorStore<std::string>& messageStore()
 {
-    static ProcessWide<LastErrorStore<std::string>> store{
-        [](const std::string& words) { return words.size(); }};
-    return *store;
+    using Store = LastErrorStore<std::string>;
+    static constinit ProcessWide<Store> store;
+    return store.get([] { return Store{[](const std::string& words) { return words.size(); }}; });
 }
 
 LastErrorStore<std::unique_ptr<clRxTelContainer>>& dataStore()
 {
-    static ProcessWide<LastErrorStore<std::unique_ptr<clRxTelContainer>>> store{
-        [](const std::unique_ptr<clRxTelContainer>& answer) {
-            return answer ? answer->size() : 0;
-        }};
-    return *store;
+    using Answer = std::unique_ptr<clRxTelContainer>;
+    using Store = LastErrorStore<Answer>;
+    static constinit ProcessWide<Store> store;
+    return store.get(
+        [] { return Store{[](const Answer& answer) { return answer ? answer->size() : 0; }}; });
 }
 
 void dropHugeErrors(std::uint64_t uuid)

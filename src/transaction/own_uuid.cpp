@@ -2,6 +2,7 @@
 
 #include "host_adapters.h"
 #include "host_facts.h"
+#include "process_wide.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -28,8 +29,8 @@ std::uint64_t makeOwnUuid()
 
 std::uint64_t ownUuid()
 {
-    static const std::uint64_t uuid = makeOwnUuid();
-    return uuid;
+    static constinit ProcessWide<std::uint64_t> uuid;
+    return uuid.get(makeOwnUuid);
 }
 
 } // namespace zel

@@ -57,11 +57,12 @@ void put(std::FILE* stream, std::string_view text)
     std::fwrite(text.data(), 1, text.size(), stream);
 }
 
-Logger* makeLogger(Logger& made)
-{
-    made.configure(std::getenv("ZEL_LOG_CATEGORIES"), std::getenv("ZEL_LOG_LEVEL"));
-    return &made;
-}
+struct LoggerOfTheProcess : Logger {
+    LoggerOfTheProcess()
+    {
+        configure(std::getenv("ZEL_LOG_CATEGORIES"), std::getenv("ZEL_LOG_LEVEL"));
+    }
+};
 
 } // namespace
 
@@ -135,9 +136,8 @@ void Logger::output(LogLevel level, std::string_view start, std::string_view tex
 
 Logger& logger()
 {
-    static ProcessWide<Logger> instance;
-    static Logger* const configured = makeLogger(*instance);
-    return *configured;
+    static constinit ProcessWide<LoggerOfTheProcess> instance;
+    return *instance;
 }
 
 } // namespace zel

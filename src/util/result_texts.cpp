@@ -441,7 +441,7 @@ private:
 
 const TextTable& resultTexts()
 {
-    static ProcessWide<TableInPlace> instance;
+    static constinit ProcessWide<TableInPlace, InChild::kept> instance;
     return instance->table();
 }
 

@@ -1,5 +1,7 @@
 #include "text_handler.h"
 
+#include "process_wide.h"
+
 #include <algorithm>
 #include <atomic>
 #include <thread>
@@ -8,15 +10,25 @@ namespace zel {
 
 namespace {
 
-std::atomic<clTextHandler*> g_firstHandler{nullptr};
-std::atomic<int> g_lookUps{0};
+struct Chain {
+    std::atomic<clTextHandler*> first{nullptr};
+    std::atomic<int> lookUps{0};
+};
+
+Chain& chain()
+{
+    static constinit ProcessWide<Chain> instance;
+    return *instance;
+}
 
 /// A look-up that is going on, which a handler outlives.
 struct LookUp {
-    LookUp() { ++g_lookUps; }
-    ~LookUp() { --g_lookUps; }
+    explicit LookUp(Chain& used) : chain(used) { ++chain.lookUps; }
+    ~LookUp() { --chain.lookUps; }
     LookUp(const LookUp&) = delete;
     LookUp& operator=(const LookUp&) = delete;
+
+    Chain& chain;
 };
 
 } // namespace
@@ -25,9 +37,9 @@ clTextHandler::clTextHandler(const TextTable& table, CodeRange range1, CodeRange
                              CodeRange range3)
     : m_table(table), m_ranges{range1, range2, range3}
 {
-    clTextHandler* last = g_firstHandler;
+    clTextHandler* last = chain().first;
     if (last == nullptr) {
-        g_firstHandler = this;
+        chain().first = this;
         return;
     }
     while (clTextHandler* next = last->m_next)
@@ -38,9 +50,9 @@ clTextHandler::clTextHandler(const TextTable& table, CodeRange range1, CodeRange
 clTextHandler::~clTextHandler()
 {
     m_next = nullptr;
-    if (g_firstHandler == this)
-        g_firstHandler = nullptr;
-    while (g_lookUps != 0)
+    if (chain().first == this)
+        chain().first = nullptr;
+    while (chain().lookUps != 0)
         std::this_thread::yield();
 }
 
@@ -56,8 +68,8 @@ const char* clTextHandler::find(std::int32_t code) const
 
 const char* resultText(std::int32_t code)
 {
-    const LookUp lookUp;
-    for (const clTextHandler* handler = g_firstHandler; handler; handler = handler->next()) {
+    const LookUp lookUp{chain()};
+    for (const clTextHandler* handler = lookUp.chain.first; handler; handler = handler->next()) {
         if (const char* text = handler->find(code))
             return text;
     }

@@ -30,7 +30,7 @@ struct Index {
 
 const Index& index()
 {
-    static ProcessWide<Index> made;
+    static constinit ProcessWide<Index, InChild::kept> made;
     return *made;
 }
 

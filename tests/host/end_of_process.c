@@ -25,15 +25,19 @@ static void* call(void* ignored)
 }
 
 #ifndef _WIN32
-/* The child has the library as its parent has started it, without the library's thread. */
-static int child_ends_well(void)
+/* The child has its parent's started library in its memory, without the library's thread. */
+static int child_ends_well(int starts_its_own)
 {
     int status = -1;
     const pid_t child = fork();
     if (child == 0) {
         alarm(20);
-        ZEL_Unload();
-        exit(0);
+        if (starts_its_own)
+            ZEL_Init();
+        else
+            ZEL_Unload();
+        exit(ZEL_XCOM_Disconnect(1) !=
+             (starts_its_own ? ZEL_CONN_UNKNOWN_UUID : ZEL_SYS_NOT_STARTED));
     }
     return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
@@ -44,7 +48,7 @@ int main(void)
     pthread_t threads[THREADS];
     ZEL_Init();
 #ifndef _WIN32
-    if (!child_ends_well()) {
+    if (!child_ends_well(0) || !child_ends_well(1)) {
         printf("FAILED: the child did not end well\n");
         return 1;
     }

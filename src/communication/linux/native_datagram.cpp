@@ -1,19 +1,19 @@
 #include "native_datagram.h"
 
+#include "own_descriptors.h"
 #include "system_sockets.h"
-
-#include <unistd.h>
 
 namespace zel::communication::native {
 
 NativeSocket openDatagram()
 {
-    return ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, IPPROTO_UDP);
+    return sys::closedInChild(
+        ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, IPPROTO_UDP));
 }
 
 void closeDatagram(NativeSocket socket)
 {
-    ::close(socket);
+    sys::closeOwn(socket);
 }
 
 bool setMulticastInterfaceIndex(NativeSocket socket, std::uint32_t index)

@@ -1,5 +1,6 @@
 #include "native_stream.h"
 
+#include "own_descriptors.h"
 #include "system_sockets.h"
 
 #include <algorithm>
@@ -12,7 +13,6 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/uio.h>
-#include <unistd.h>
 
 namespace zel::communication::native {
 
@@ -61,7 +61,7 @@ Transfer transferred(ssize_t count)
 
 NativeSocket openStream(int family)
 {
-    return ::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    return sys::closedInChild(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0));
 }
 
 bool setStreamOptions(NativeSocket socket)
@@ -147,7 +147,7 @@ void shutDown(NativeSocket socket)
 
 void close(NativeSocket socket)
 {
-    ::close(socket);
+    sys::closeOwn(socket);
 }
 
 } // namespace zel::communication::native

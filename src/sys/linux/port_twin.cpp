@@ -1,5 +1,7 @@
 #include "port_twin.h"
 
+#include "own_descriptors.h"
+
 #include <array>
 #include <cerrno>
 
@@ -27,8 +29,8 @@ struct PortTwin::Batch {
 };
 
 PortTwin::PortTwin()
-    : m_epoll(epoll_create1(EPOLL_CLOEXEC)),
-      m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+    : m_epoll(closedInChild(epoll_create1(EPOLL_CLOEXEC))),
+      m_wakeUp(closedInChild(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))),
       m_batch(std::make_unique<Batch>())
 {
     epoll_event event{};
@@ -40,10 +42,8 @@ PortTwin::PortTwin()
 
 PortTwin::~PortTwin()
 {
-    if (m_wakeUp >= 0)
-        close(m_wakeUp);
-    if (m_epoll >= 0)
-        close(m_epoll);
+    closeOwn(m_wakeUp);
+    closeOwn(m_epoll);
 }
 
 bool PortTwin::isOpen() const
