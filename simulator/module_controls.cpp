@@ -2,6 +2,7 @@
 
 #include "module_codes.h"
 #include "module_model.h"
+#include "number_forms.h"
 #include "signal_place.h"
 #include "xml_text.h"
 
@@ -9,7 +10,6 @@
 #include <charconv>
 #include <cstdlib>
 #include <limits>
-#include <sstream>
 #include <type_traits>
 
 namespace zel::simulator {
@@ -73,17 +73,23 @@ void keep(std::vector<Entry>& list, std::type_identity_t<Entry> entry)
     list.push_back(std::move(entry));
 }
 
-std::string fixed(double value)
-{
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text << std::fixed << value;
-    return text.str();
-}
-
 MethodAnswer reconnect(ModuleModel& model, const ControlTexts& texts)
 {
     ++model.controls.reconnects[asNumber(texts[0])];
+    return {};
+}
+
+/// Moves the zero of the signal's channel so that the signal shows `target` instead of what it
+/// shows now.
+MethodAnswer shiftTo(ModuleModel& model, const SignalDescription& signal, double target)
+{
+    const std::string path = channelPathOf(signal.place) + "/ZeroOffset";
+    const double zero = std::strtod(model.parameters.value(path).value_or("0").c_str(), nullptr);
+    const double shown =
+        model.measurements.currentValue(signal, ScaleType::physical).value_or(kNoValue);
+    const double wanted = zero + (target - shown) / signal.physical.factor;
+    if (shown == kNoValue || !model.parameters.set(path, plainNumber(wanted)))
+        return {kZeroNotPossible, referenceOf(signal.place) + " cannot be set to zero"};
     return {};
 }
 
@@ -96,13 +102,17 @@ MethodAnswer setZero(ModuleModel& model, const ControlTexts& texts)
         if (*end != '\0')
             return {kInvalidControlParameter, "Par3: '" + texts[2] + "' is not a number"};
     }
-    const std::uint32_t connector = asNumber(texts[0]);
-    const double value = model.simulatedValue(connector, asNumber(texts[1])).value_or(0.0);
-    const std::string channel = channelPathOf({SignalKind::analog, connector, 0, 0});
-    if (!model.parameters.set(channel + "/ZeroOffset", fixed(target - value)))
-        return {kZeroNotPossible,
-                "connector " + std::to_string(connector + 1) + " cannot be set to zero"};
-    return {};
+    const SignalPlace place{SignalKind::analog, asNumber(texts[0]), 0, asNumber(texts[1])};
+    const std::string connector = "connector " + std::to_string(place.connector + 1);
+    const std::string number = "signal " + std::to_string(place.signal + 1);
+    if (model.parameters.value(connectorPathOf(place) + "/Mode") != modeOf(place.kind))
+        return {kZeroNotPossible, connector + " cannot be set to zero"};
+    const auto signal = describeSignal(model, place);
+    if (!signal)
+        return {kSignalUnknown, connector + " has no " + number};
+    if (!signal->isEnabled)
+        return {kSignalSwitchedOff, number + " is switched off"};
+    return shiftTo(model, *signal, target);
 }
 
 MethodAnswer addCalibrationPoint(ModuleModel& model, const ControlTexts& texts)

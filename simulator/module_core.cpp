@@ -49,6 +49,8 @@ void ModuleCore::listen()
     acceptor.listen();
     if (m_settings.port == 0)
         m_settings.port = acceptor.local_endpoint().port();
+    m_model.parameters.setIdentity("Communication/Network/eth0/TcpPort",
+                                   std::to_string(m_settings.port));
     m_acceptor = std::move(acceptor);
     m_model.isLeaving = false;
     accept();

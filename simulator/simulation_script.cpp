@@ -1,5 +1,9 @@
 #include "simulation_script.h"
 
+#include "number_forms.h"
+
+#include "ZEL_VR_Framework.h"
+
 #include <algorithm>
 #include <charconv>
 #include <fstream>
@@ -253,6 +257,10 @@ std::vector<ScriptedModule> readScript(const std::filesystem::path& file,
 
 Module& addScripted(Simulator& simulator, const ScriptedModule& scripted)
 {
+    const std::uint64_t uuid = scripted.settings.uuid;
+    if (uuid == ZEL_NO_MODULE || uuid == kBroadcastNode)
+        throw std::runtime_error("the UUID " + uuidText(uuid) + " cannot be a module's: it means " +
+                                 (uuid == kBroadcastNode ? "all modules" : "no module"));
     Module& module = simulator.addModule(scripted.settings);
     for (const auto& [path, value] : scripted.parameters) {
         if (!module.parameters().set(path, value))

@@ -13,6 +13,7 @@
 #include <string.h>
 
 static uint64_t module = 0;
+static uint16_t port = 0;
 static char text[1 << 20];
 static uint64_t length = 0;
 static const char* folder = "";
@@ -70,6 +71,8 @@ static void parameters(void)
     GIVES(0, ZEL_XPAR_WriteDoublePar(module, 1, "Amplifier", "Range", 2.5));
     GIVES(0, ZEL_XPAR_ReadDoublePar(module, 1, "Amplifier", "Range", &range));
     HOLDS(range > 2.49 && range < 2.51);
+    GIVES(0, ZEL_XPAR_ReadDoublePar(module, 1, "Communication/Network/eth0", "TcpPort", &range));
+    HOLDS(range == port);
     GIVES(0, ZEL_XPAR_WriteIntPar(module, 1, "Amplifier", "Range", 10));
     GIVES(ZEL_UTIL_STRING_CONVERSION, ZEL_XPAR_ReadDoublePar(module, 1, "System", "Name", &range));
     HOLDS(ZEL_XPAR_WriteIntPar(module, 1, "Amplifier", "Range", 1000) < 0);
@@ -127,6 +130,7 @@ static void controls(void)
     const char* const torn[] = {"0", NULL};
     const float curve[] = {0.0F, 0.5F, -0.1F};
     double clock = 0;
+    double value = 99;
     GIVES(0, ZEL_XCTRL_GetControlsString(module, OUT));
     HOLDS(has("SETZERO"));
     GIVES(0, ZEL_XCTRL_GetControls(module, in_folder("controls.xml")));
@@ -143,11 +147,17 @@ static void controls(void)
     HOLDS(ZEL_XCTRL_Execute(module, "NOSUCHCONTROL", 0, 0, NULL) < 0);
     GIVES(0, ZEL_XCTRL_ExecuteXMLPars(module, "SELFTEST", 0, "", OUT));
     HOLDS(has("passed"));
-    GIVES(0, ZEL_XCTRL_SetZero(module, 0, 1));
-    GIVES(0, ZEL_XCTRL_SetZeroWithTarget(module, 0, 1, 3.25));
-    GIVES(0, ZEL_XPAR_ReadPar(module, 1, "Amplifier/Connector[@address=\"1\"]/Mode/AnalogInChannel",
-                              "ZeroOffset", OUT));
-    HOLDS(has("3.25"));
+    GIVES(0, ZEL_XSYS_SetSimValue(module, 2, 0, 1, 1, 12.5));
+    GIVES(0, ZEL_XPAR_WriteStringPar(module, 1, "Amplifier/Connector3/Mode/AnalogInChannel",
+                                     "SyncSignal2/Offset", "100"));
+    GIVES(0, ZEL_XCTRL_SetZero(module, 2, 1));
+    GIVES(0, ZEL_XDAQ_GetAnalogMeasVal(module, 3, 2, &value));
+    HOLDS(value == 0);
+    GIVES(0, ZEL_XCTRL_SetZeroWithTarget(module, 2, 1, 3.25));
+    GIVES(0, ZEL_XDAQ_GetAnalogMeasVal(module, 3, 2, &value));
+    HOLDS(value == 3.25);
+    GIVES(-1014102, ZEL_XCTRL_SetZero(module, 2, 4));
+    GIVES(-1014305, ZEL_XCTRL_SetZero(module, 8, 0));
     GIVES(0, ZEL_XCTRL_SetCalPoint(module, 0, 1, -2, 0.001));
     GIVES(0, ZEL_XCTRL_SetI2SToCal(module, 1));
     GIVES(0, ZEL_XCTRL_SetInputSource(module, 0, 1, 2));
@@ -222,9 +232,10 @@ int main(int argc, char** argv)
 {
     if (argc != 3)
         return 2;
+    port = (uint16_t)atoi(argv[1]);
     folder = argv[2];
     ZEL_Init();
-    GIVES(0, ZEL_XCOM_ConnectToTcpIpDev("127.0.0.1", (uint16_t)atoi(argv[1]), &module));
+    GIVES(0, ZEL_XCOM_ConnectToTcpIpDev("127.0.0.1", port, &module));
     parameters();
     teds();
     controls();
