@@ -38,6 +38,8 @@ struct CommandText {
     std::string examples;    ///< whole lines, indented by two blanks
 };
 
+void showVersion(CommandOutput& output);
+
 CLI::App& addCommand(CLI::App& parent, const CommandText& text);
 void addAddressArgument(CLI::App& command, std::string& address);
 void addViewOption(CLI::App& command, std::uint32_t& view);

@@ -22,6 +22,8 @@ constexpr auto kFooter = R"(Examples:
 'zel COMMAND --help' explains one command. The exit code is 0 when the command did its
 work, else 1; what went wrong is told on standard error.)";
 
+void addHelpCommand(CLI::App& app, Application& application);
+
 void defineCommandLine(CLI::App& app, Application& application)
 {
     app.name("zel");
@@ -40,6 +42,7 @@ void defineCommandLine(CLI::App& app, Application& application)
                  "Show the library's log on standard error; WHAT is transactions, measurement, "
                  "system or a mask in hexadecimal when not all of it is wanted")
         ->option_text("WHAT");
+    app.set_version_flag("--version", "", "Show the library's version");
     addNetworkCommands(app, application);
     addParameterCommands(app, application);
     addDocumentCommands(app, application);
@@ -52,6 +55,7 @@ void defineCommandLine(CLI::App& app, Application& application)
     addSystemCommands(app, application);
     addUnitCommands(app, application);
     addTextCommands(app, application);
+    addHelpCommand(app, application);
     app.footer(kFooter);
 }
 
@@ -73,8 +77,9 @@ std::string fullName(const CLI::App& command)
 
 std::string helpFor(const CLI::App& command)
 {
-    const CLI::App* const parent = command.get_parent();
-    const std::string help = command.help(parent == nullptr ? "" : fullName(*parent));
+    // CLI::App::help() would show the command that is being run instead of the one that is meant.
+    const std::string help =
+        command.get_formatter()->make_help(&command, fullName(command), CLI::AppFormatMode::Normal);
     return help.ends_with('\n') ? help : help + '\n';
 }
 
@@ -114,6 +119,31 @@ CommandFailure unknownWord(const CLI::App& command, const std::string& word)
     return CommandFailure(
         {.problem = problem,
          .advice = closest.empty() ? help : "did you mean '" + closest + "'? " + help});
+}
+
+void addHelpCommand(CLI::App& app, Application& application)
+{
+    auto& command = addCommand(app, {.name = "help",
+                                     .group = "Library",
+                                     .description = "List the commands, or explain one",
+                                     .examples = "  zel help get\n  zel help teds read"});
+    const auto words = std::make_shared<std::vector<std::string>>();
+    command.add_option("COMMAND", *words, "Command to explain; without it all are listed");
+    command.callback([&app, &application, words] {
+        const CLI::App* named = &app;
+        for (const auto& word : *words) {
+            const CLI::App* const parent = named;
+            const auto below = parent->get_subcommands(
+                [&word](const CLI::App* one) { return one->get_name() == word; });
+            if (below.empty()) {
+                throw unknownWord(*parent, word);
+            }
+            named = below.front();
+        }
+        application.work = [&application, help = helpFor(*named)] {
+            application.output.bytes(help);
+        };
+    });
 }
 
 /// Throws for options like `--section "$NAME"` whose variable is not set: without the value the
@@ -208,6 +238,8 @@ void parseCommandLine(Application& application, const std::vector<std::string>& 
         app.parse(std::move(words));
     } catch (const CLI::CallForHelp&) {
         application.work = nullptr;
+    } catch (const CLI::CallForVersion&) {
+        application.work = [&application] { showVersion(application.output); };
     } catch (const CLI::ParseError& error) {
         throw misuse(app, error);
     }

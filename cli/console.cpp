@@ -1,5 +1,6 @@
 #include "console.h"
 
+#include <csignal>
 #include <cstdlib>
 
 #ifdef _WIN32
@@ -9,7 +10,6 @@
 
 #include <shellapi.h>
 #else
-#include <csignal>
 #include <sys/ioctl.h>
 #include <unistd.h>
 #endif
@@ -21,6 +21,25 @@ namespace {
 void (*onHangUp)() = nullptr;
 
 } // namespace
+
+std::optional<std::string> askPerson(const std::string& question)
+{
+    std::FILE* const shown = isTerminal(stderr) ? stderr : stdout;
+    if (!isTerminal(stdin) || !isTerminal(shown)) {
+        return {};
+    }
+    const auto handler = std::signal(SIGINT, SIG_DFL);
+    std::fputs(question.c_str(), shown);
+    std::fflush(shown);
+    std::string answer;
+    int c = std::getc(stdin);
+    for (; c != EOF && c != '\n'; c = std::getc(stdin)) {
+        answer += static_cast<char>(c);
+    }
+    std::fputs(c == EOF ? "\n" : "", shown);
+    std::signal(SIGINT, handler);
+    return answer;
+}
 
 #ifdef _WIN32
 

@@ -167,7 +167,7 @@ void write(CommandOutput& output, const FirmwareArguments& arguments)
     }
     nlohmann::json result{{"images", names}, {"bytes", sent}, {"flashed", false}};
     std::string text =
-        "sent " + std::to_string(images.size()) + " images, " + byteCount(sent) + " in all";
+        "sent " + counted(images.size(), "image") + ", " + byteCount(sent) + " in all";
     if (!arguments.isTransferOnly) {
         const FlashStatus flash = flashUntilDone(session, arguments.stallSeconds);
         result["flashed"] = true;

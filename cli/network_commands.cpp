@@ -286,10 +286,10 @@ void doctor(CommandOutput& output, const NetworkArguments&)
         asked.push_back(entry);
         text += "  " + printable(adapter.name) + ", " + adapterText(adapter) + ": ";
         text += adapter.address.empty()
-                    ? "asked by broadcast only; " + std::to_string(heard) +
-                          " modules answered; give it an address in the modules' network\n"
+                    ? "asked by broadcast only; " + counted(heard, "module") +
+                          " answered; give it an address in the modules' network\n"
                     : "asked by multicast to 224.0.0.1:1300 and broadcast to port 1200; " +
-                          std::to_string(heard) + " modules answered\n";
+                          counted(heard, "module") + " answered\n";
     }
     text += modules.empty() ? "No module answered: is one switched on and on the same cable or "
                               "switch? Does a firewall of this host drop UDP to ports 1201 and "

@@ -61,10 +61,15 @@ std::string hexadecimal(std::int32_t code)
     return fixedWidthHex(static_cast<std::uint32_t>(code), 8);
 }
 
+std::string counted(std::uint64_t number, const std::string& what)
+{
+    return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+}
+
 std::string byteCount(std::uint64_t bytes)
 {
     if (bytes < 1024) {
-        return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
+        return counted(bytes, "byte");
     }
     const auto kibibytes = static_cast<double>(bytes) / 1024;
     return kibibytes < 1023.95 ? withOneDecimal(kibibytes) + " KiB"

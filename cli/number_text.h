@@ -40,6 +40,9 @@ std::optional<std::int32_t> resultCode(std::string_view text);
 std::string hexadecimal(std::uint64_t number);
 std::string hexadecimal(std::int32_t code);
 
+/// "1 module", "3 modules".
+std::string counted(std::uint64_t number, const std::string& what);
+
 /// "312 bytes", "1.5 KiB", "4.0 MiB".
 std::string byteCount(std::uint64_t bytes);
 

@@ -3,8 +3,10 @@
 #include <nlohmann/json.hpp>
 
 #include "application.h"
+#include "console.h"
 #include "module_session.h"
 #include "number_text.h"
+#include "printable.h"
 #include "text_reading.h"
 
 namespace zel::cli {
@@ -29,7 +31,20 @@ struct DefaultArguments {
     std::string xpath;
     std::uint32_t view = 1;
     bool isAll = false;
+    bool isAgreed = false;
 };
+
+/// Throws where a person, asked whether to reset a whole module, does not say yes.
+void requireAgreement(const ModuleSession& session)
+{
+    const std::string name = moduleName(session);
+    const auto answer =
+        askPerson(printable("Reset all parameters of " + name + (name.empty() ? "" : " (") +
+                            session.address() + (name.empty() ? "" : ")") + "? [y/N] "));
+    if (answer && *answer != "y" && *answer != "Y" && *answer != "yes") {
+        throw CommandFailure({.problem = "nothing was reset", .advice = "'y' or --yes resets"});
+    }
+}
 
 void get(CommandOutput& output, const GetArguments& arguments)
 {
@@ -127,6 +142,9 @@ void setDefault(CommandOutput& output, const DefaultArguments& arguments)
              .advice = "give an XPATH to reset what it selects, or --all to reset everything"});
     }
     const ModuleSession session(arguments.address);
+    if (arguments.isAll && !arguments.isAgreed) {
+        requireAgreement(session);
+    }
     const std::string what =
         arguments.isAll ? "all parameters" : arguments.xpath + " " + viewText(arguments.view);
     const std::int32_t code = arguments.isAll
@@ -200,7 +218,10 @@ void addDefault(CLI::App& app, Application& application)
     const auto arguments = std::make_shared<DefaultArguments>();
     addAddressArgument(command, arguments->address);
     command.add_option("XPATH", arguments->xpath, "What to reset: an XPath into the view");
-    command.add_flag("--all", arguments->isAll, "Reset every parameter of the module");
+    auto* const all =
+        command.add_flag("--all", arguments->isAll, "Reset every parameter of the module");
+    command.add_flag("--yes", arguments->isAgreed, "Do not ask before resetting everything")
+        ->needs(all);
     addViewOption(command, arguments->view);
     whenChosen(command, application, arguments, setDefault);
 }

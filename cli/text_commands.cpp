@@ -16,8 +16,6 @@ struct TextArguments {
     std::string address;
 };
 
-struct NoArguments {};
-
 std::string lookUp(std::int32_t code, const std::string& address)
 {
     if (code == ZEL_OK) {
@@ -57,7 +55,9 @@ void text(CommandOutput& output, const TextArguments& arguments)
     }
 }
 
-void version(CommandOutput& output, const NoArguments&)
+} // namespace
+
+void showVersion(CommandOutput& output)
 {
     const char* const version = ZEL_XUTIL_GetDllVersion();
     if (output.isJson) {
@@ -66,8 +66,6 @@ void version(CommandOutput& output, const NoArguments&)
         output.value(std::string("ZEL_VR_Framework ") + version);
     }
 }
-
-} // namespace
 
 void addTextCommands(CLI::App& app, Application& application)
 {
@@ -90,7 +88,8 @@ void addTextCommands(CLI::App& app, Application& application)
                                             .group = "Library",
                                             .description = "Show the library's version",
                                             .examples = ""});
-    whenChosen(versionCommand, application, std::make_shared<NoArguments>(), version);
+    versionCommand.callback(
+        [&application] { application.work = [&application] { showVersion(application.output); }; });
 }
 
 } // namespace zel::cli

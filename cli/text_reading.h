@@ -49,4 +49,14 @@ std::string readText(const ModuleConnection& module, const Attempt& attempt, Cal
     return text;
 }
 
+/// What the module calls itself; "" where it does not tell.
+inline std::string moduleName(const ModuleConnection& module)
+{
+    std::string name;
+    readGrowing(name, [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
+        return ZEL_XPAR_ReadPar(module.uuid(), 1, "System/Name", "", buffer, length, capacity);
+    });
+    return name;
+}
+
 } // namespace zel::cli

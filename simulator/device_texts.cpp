@@ -29,8 +29,7 @@ std::string moduleText(std::int32_t code)
 {
     const auto found =
         std::ranges::find(kTexts, code, [](const auto& entry) { return entry.first; });
-    return found == kTexts.end() ? "Unknown code " + std::to_string(code)
-                                 : std::string{found->second};
+    return std::string{found == kTexts.end() ? "" : found->second};
 }
 
 } // namespace zel::simulator

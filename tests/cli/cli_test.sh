@@ -96,6 +96,10 @@ start_module
 # The command line itself.
 it_works '^  get +Read one parameter' --help
 it_works '^Usage: zel ' # without arguments too
+it_works '^  get +Read one parameter' help
+it_works '^Usage: zel teds read ' help teds read
+it_fails "'gett' is no command of zel .*did you mean 'get'" help gett
+it_works '"version":"[0-9.]+"' --version --json
 it_works '^Usage: zel teds read .*ADDRESS CONNECTOR' teds read --help
 it_works '^Usage: zel teds ' teds
 it_fails "'gett' is no command of zel .*did you mean 'get'" gett "$module"
@@ -132,6 +136,7 @@ it_fails "Invalid parameter view.*zel views $module" get "$module" System/Name -
 it_works . default "$module" //Range
 it_works '^10\.0' get "$module" Amplifier/Range
 it_fails 'not said what is to be reset' default "$module"
+it_works '^reset all parameters' default "$module" --all
 
 # Documents: larger than the first buffer, byte for byte, and back again.
 run xml "$module"
@@ -208,6 +213,7 @@ it_works '^-1016035 \(0xFFF07F1D\)  SYS: Framework not started$' text 0xFFF07F1D
 it_works '^-1016035 ' text 4293951261
 it_works 'supply' text -1014999 --from "$module"
 it_fails 'no text is known .*--from ADDRESS' text -1014999
+it_fails 'no text is known .*neither here nor on' text -5 --from "$module"
 it_works '^0 \(0x00000000\)  success$' text 0
 it_fails 'too large a number in nm' convert 1e308 km nm
 for code_text in '' abc 0x 0x1FFFFFFFF 4294967296 -2147483649 1.5; do
@@ -319,6 +325,18 @@ if [ "$(head -c 2 "$zel")" != '#!' ]; then
     verdict $? "Ctrl-C is a good end of a recording"
 
     it_works '= a\\x9B\\x9Bé$' set "$module" System/Name $'a\x9b\xc2\x9bé'
+    # A person at a terminal is asked; a pipe is not, and does not wait either.
+    run set "$module" Amplifier/Range 2.5
+    ask() { TERM=dumb timeout 20 script -qec "'$zel' default $module --all $2" /dev/null <<<"$1" >out 2>err; }
+    ask n '' || code=$?
+    [ "$code" -eq 1 ] && grep -q 'nothing was reset' out
+    verdict $? "zel default --all takes no for an answer"
+    it_works '^2\.5' get "$module" Amplifier/Range
+    ask y '' && grep -q '? \[y/N\] ' out
+    verdict $? "zel default --all takes yes for an answer"
+    it_works '^10\.0' get "$module" Amplifier/Range
+    ask '' --yes && ! grep -q 'y/N' out
+    verdict $? "zel default --all --yes does not ask"
     "$zel" units >/dev/full 2>err
     code=$?
     [ "$code" -eq 1 ] && grep -q 'No space left on device' err
