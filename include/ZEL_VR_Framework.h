@@ -1148,7 +1148,7 @@ ZEL_API int32_t ZEL_XCTRL_SetArbitrarySignalGenerator(uint64_t uuid, uint32_t ge
 
 /**
  * Opens a module's subscription; nothing is sent. Every subscription of a module begins with this
- * call, also the ones after the first. Whether there is such a module is not asked; of 1000 open
+ * call, also the ones after the first. Whether there is such a module is not asked; of 4096 open
  * subscriptions the oldest goes when another one comes.
  *
  * @return ZEL_OK; ZEL_SYS_NOT_STARTED

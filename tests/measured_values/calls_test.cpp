@@ -120,10 +120,10 @@ TEST_F(MeasuredValues, SubscriptionThatAModuleDoesNotAnswerHoldsUpNoOtherAndNoDi
 
 TEST_F(MeasuredValues, SubscriptionsOfStrangersAreBounded)
 {
-    for (std::uint64_t stranger = 0; stranger < 2500; ++stranger)
+    for (std::uint64_t stranger = 0; stranger < 5500; ++stranger)
         EXPECT_EQ(ZEL_XDAQ_OpenSubscription(stranger << 20), ZEL_OK);
-    EXPECT_EQ(ZEL_XDAQ_AddSignal(2499u << 20, "A", 1, 1), ZEL_OK);
-    EXPECT_EQ(ZEL_XDAQ_AddSignal(1499u << 20, "A", 1, 1), ZEL_FAILED);
+    EXPECT_EQ(ZEL_XDAQ_AddSignal(5499u << 20, "A", 1, 1), ZEL_OK);
+    EXPECT_EQ(ZEL_XDAQ_AddSignal(1403u << 20, "A", 1, 1), ZEL_FAILED);
 }
 
 TEST_F(MeasuredValues, BlockIsCopiedWhereItFits)
