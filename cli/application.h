@@ -42,6 +42,7 @@ void showVersion(CommandOutput& output);
 
 CLI::App& addCommand(CLI::App& parent, const CommandText& text);
 void addAddressArgument(CLI::App& command, std::string& address);
+void addXmlFlag(CLI::App& command, bool& isXml);
 void addViewOption(CLI::App& command, std::uint32_t& view);
 
 std::string viewText(std::uint32_t view);

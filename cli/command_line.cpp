@@ -196,6 +196,11 @@ void addAddressArgument(CLI::App& command, std::string& address)
         ->required();
 }
 
+void addXmlFlag(CLI::App& command, bool& isXml)
+{
+    command.add_flag("--xml", isXml, "Show the document itself, as it came");
+}
+
 void addViewOption(CLI::App& command, std::uint32_t& view)
 {
     command.add_option("--view", view, "Number of the parameter view (default 1)")

@@ -3,12 +3,15 @@
 #include <vector>
 
 #include <nlohmann/json.hpp>
+#include <pugixml.hpp>
 
 #include "application.h"
 #include "file_content.h"
 #include "interrupt.h"
 #include "module_session.h"
 #include "number_text.h"
+#include "printable.h"
+#include "schema_table.h"
 #include "signal_numbers.h"
 #include "text_reading.h"
 
@@ -23,6 +26,7 @@ struct ControlsArguments {
     std::string name;
     bool isSchema = false;
     bool isStyleSheet = false;
+    bool isXml = false;
 };
 
 struct ControlArguments {
@@ -50,32 +54,102 @@ std::string controlsHint(const std::string& address)
            " NAME' shows the parameters of one";
 }
 
+using ReadControl = std::int32_t(std::uint64_t, const char*, char*, std::uint64_t*, std::uint64_t);
+
+std::string readControl(const ModuleSession& session, const std::string& name,
+                        const std::string& what, ReadControl* read)
+{
+    return readText(session,
+                    {.tried = "read the " + what + " of the control " + name,
+                     .advice = controlsHint(session.address())},
+                    [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
+                        return read(session.uuid(), name.c_str(), buffer, length, capacity);
+                    });
+}
+
+void showDocument(CommandOutput& output, const ModuleSession& session, const std::string& control,
+                  const std::string& document)
+{
+    if (output.isJson) {
+        output.json(session.identity(), {{"control", control}, {"document", document}});
+    } else {
+        output.document(document);
+    }
+}
+
+void listControls(CommandOutput& output, const ModuleSession& session, bool isXml)
+{
+    const std::string document =
+        readText(session, {.tried = "read the list of controls"},
+                 [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
+                     return ZEL_XCTRL_GetControlsString(session.uuid(), buffer, length, capacity);
+                 });
+    pugi::xml_document parsed;
+    const bool isList = bool(parsed.load_buffer(document.data(), document.size()));
+    TextTable table({{"Control"}, {"Parameters", Align::right}, {"Description"}});
+    auto entries = nlohmann::json::array();
+    for (const auto control : parsed.document_element().children("Control")) {
+        const std::string name = control.attribute("name").value();
+        const std::string count = control.attribute("parameters").value();
+        const std::string description = trimmed(control.child_value());
+        table.addRow({name, count, description});
+        entries.push_back({{"name", name}, {"description", description}});
+        if (const auto parameters = wholeNumber<std::uint32_t>(count)) {
+            entries.back()["parameters"] = *parameters;
+        }
+    }
+    // A list that is made otherwise than this program knows is shown as it is.
+    if (isXml || !isList || (table.isEmpty() && parsed.document_element().first_child())) {
+        showDocument(output, session, "", document);
+    } else if (output.isJson) {
+        output.json(session.identity(), {{"controls", entries}});
+    } else {
+        output.table(table, "the module has no controls");
+    }
+}
+
+void describeControl(CommandOutput& output, const ModuleSession& session, const std::string& name,
+                     const std::string& presentValues)
+{
+    const std::string schema = readControl(session, name, "schema", ZEL_XCTRL_ReadXSD);
+    pugi::xml_document present;
+    present.load_buffer(presentValues.data(), presentValues.size());
+    const auto parameters = schemaEntries(schema, "");
+    if (parameters.empty() && present.document_element().first_child()) {
+        showDocument(output, session, name, presentValues);
+        return;
+    }
+    TextTable table({{"Parameter"}, {"Type"}, {"Accepts"}, {"Preset"}});
+    auto entries = nlohmann::json::array();
+    for (const auto& entry : parameters) {
+        const std::string preset = present.document_element().child_value(entry.path.c_str());
+        table.addRow({entry.path, typeText(entry), acceptedText(entry), preset});
+        entries.push_back(schemaJson(entry));
+        entries.back()["preset"] = preset;
+    }
+    if (output.isJson) {
+        output.json(session.identity(), {{"control", name}, {"parameters", entries}});
+    } else {
+        output.table(table, name + " takes no parameters");
+    }
+}
+
 void controls(CommandOutput& output, const ControlsArguments& arguments)
 {
     const ModuleSession session(arguments.address);
-    const char* const name = arguments.name.c_str();
-    const std::string what = arguments.name.empty() ? "the list of controls"
-                             : arguments.isSchema   ? "the schema of the control " + arguments.name
-                             : arguments.isStyleSheet
-                                 ? "the style sheet of the control " + arguments.name
-                                 : "the description of the control " + arguments.name;
-    const std::string document = readText(
-        session,
-        {.tried = "read " + what,
-         .advice = arguments.name.empty() ? "" : controlsHint(arguments.address)},
-        [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-            if (arguments.name.empty()) {
-                return ZEL_XCTRL_GetControlsString(session.uuid(), buffer, length, capacity);
-            }
-            const auto read = arguments.isSchema       ? ZEL_XCTRL_ReadXSD
-                              : arguments.isStyleSheet ? ZEL_XCTRL_ReadXSLT
-                                                       : ZEL_XCTRL_ReadXML;
-            return read(session.uuid(), name, buffer, length, capacity);
-        });
-    if (output.isJson) {
-        output.json(session.identity(), {{"control", arguments.name}, {"document", document}});
+    const std::string& name = arguments.name;
+    if (name.empty()) {
+        listControls(output, session, arguments.isXml);
+        return;
+    }
+    const std::string document =
+        arguments.isSchema       ? readControl(session, name, "schema", ZEL_XCTRL_ReadXSD)
+        : arguments.isStyleSheet ? readControl(session, name, "style sheet", ZEL_XCTRL_ReadXSLT)
+                                 : readControl(session, name, "description", ZEL_XCTRL_ReadXML);
+    if (arguments.isXml || arguments.isSchema || arguments.isStyleSheet) {
+        showDocument(output, session, name, document);
     } else {
-        output.document(document);
+        describeControl(output, session, name, document);
     }
 }
 
@@ -203,15 +277,16 @@ void addControls(CLI::App& app, Application& application)
                                      .group = kGroup,
                                      .description = "List a module's controls, or describe one",
                                      .examples = "  zel controls 192.168.169.20\n"
-                                                 "  zel controls 192.168.169.20 SETZERO --schema"});
+                                                 "  zel controls 192.168.169.20 SETZERO"});
     const auto arguments = std::make_shared<ControlsArguments>();
     addAddressArgument(command, arguments->address);
     auto* const name = command.add_option("NAME", arguments->name, "Control to describe");
     auto* const isSchema =
-        command.add_flag("--schema", arguments->isSchema, "Show its schema")->needs(name);
-    command.add_flag("--style", arguments->isStyleSheet, "Show its style sheet")
+        command.add_flag("--schema", arguments->isSchema, "Show its schema, as XML")->needs(name);
+    command.add_flag("--style", arguments->isStyleSheet, "Show its style sheet, as XML")
         ->needs(name)
         ->excludes(isSchema);
+    addXmlFlag(command, arguments->isXml);
     whenChosen(command, application, arguments, controls);
 }
 

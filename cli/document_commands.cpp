@@ -1,11 +1,13 @@
 // zel xml, schema and views: parameters as whole documents.
 
 #include <nlohmann/json.hpp>
+#include <pugixml.hpp>
 
 #include "application.h"
 #include "file_content.h"
 #include "module_session.h"
 #include "number_text.h"
+#include "schema_table.h"
 #include "text_reading.h"
 
 namespace zel::cli {
@@ -27,10 +29,12 @@ struct SchemaArguments {
     std::uint32_t view = 1;
     std::string section;
     bool isStyleSheet = false;
+    bool isXml = false;
 };
 
 struct ViewsArguments {
     std::string address;
+    bool isXml = false;
 };
 
 std::string documentName(const std::string& section, std::uint32_t view)
@@ -116,7 +120,24 @@ void schema(CommandOutput& output, const SchemaArguments& arguments)
                        : ZEL_XPAR_ReadXSDSect(session.uuid(), arguments.view,
                                               arguments.section.c_str(), buffer, length, capacity);
         });
-    print(output, session, {{"view", arguments.view}, {"kind", kind}}, document);
+    const auto entries = schemaEntries(document, arguments.section);
+    if (arguments.isStyleSheet || arguments.isXml || entries.empty()) {
+        print(output, session, {{"view", arguments.view}, {"kind", kind}}, document);
+        return;
+    }
+    TextTable table({{"Parameter"}, {"Type"}, {"Accepts"}});
+    auto parameters = nlohmann::json::array();
+    for (const auto& entry : entries) {
+        table.addRow({entry.path, typeText(entry), acceptedText(entry)});
+        parameters.push_back(schemaJson(entry));
+    }
+    if (output.isJson) {
+        output.json(
+            session.identity(),
+            {{"view", arguments.view}, {"section", arguments.section}, {"parameters", parameters}});
+    } else {
+        output.table(table, "");
+    }
 }
 
 void views(CommandOutput& output, const ViewsArguments& arguments)
@@ -127,7 +148,27 @@ void views(CommandOutput& output, const ViewsArguments& arguments)
                  [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
                      return ZEL_XPAR_GetParViewsString(session.uuid(), buffer, length, capacity);
                  });
-    print(output, session, nlohmann::json::object(), document);
+    pugi::xml_document parsed;
+    const bool isList = bool(parsed.load_buffer(document.data(), document.size()));
+    TextTable table({{"View", Align::right}, {"Name"}});
+    auto entries = nlohmann::json::array();
+    for (const auto view : parsed.document_element().children("View")) {
+        const std::string number = view.attribute("id").value();
+        const std::string name = view.attribute("name").value();
+        table.addRow({number, name});
+        const auto id = wholeNumber<std::uint32_t>(number);
+        entries.push_back(
+            {{"view", id ? nlohmann::json(*id) : nlohmann::json(number)}, {"name", name}});
+    }
+    // A list that is made otherwise than this program knows is shown as it is.
+    const bool isOther = !isList || (table.isEmpty() && parsed.document_element().first_child());
+    if (arguments.isXml || isOther) {
+        print(output, session, nlohmann::json::object(), document);
+    } else if (output.isJson) {
+        output.json(session.identity(), {{"views", entries}});
+    } else {
+        output.table(table, "the module has no parameter views");
+    }
 }
 
 void addXml(CLI::App& app, Application& application)
@@ -159,7 +200,7 @@ void addSchema(CLI::App& app, Application& application)
     auto& command =
         addCommand(app, {.name = "schema",
                          .group = kGroup,
-                         .description = "Read a view's schema: names, ranges and choices",
+                         .description = "List a view's parameters with ranges and choices",
                          .examples = "  zel schema 192.168.169.20 --section Amplifier/Connector"});
     const auto arguments = std::make_shared<SchemaArguments>();
     addAddressArgument(command, arguments->address);
@@ -167,8 +208,9 @@ void addSchema(CLI::App& app, Application& application)
     auto* const section =
         command.add_option("--section", arguments->section, "Only what is below this path")
             ->option_text("PATH");
-    command.add_flag("--style", arguments->isStyleSheet, "Read the style sheet instead")
+    command.add_flag("--style", arguments->isStyleSheet, "Read the style sheet instead, as XML")
         ->excludes(section);
+    addXmlFlag(command, arguments->isXml);
     whenChosen(command, application, arguments, schema);
 }
 
@@ -180,6 +222,7 @@ void addViews(CLI::App& app, Application& application)
                                      .examples = "  zel views 192.168.169.20"});
     const auto arguments = std::make_shared<ViewsArguments>();
     addAddressArgument(command, arguments->address);
+    addXmlFlag(command, arguments->isXml);
     whenChosen(command, application, arguments, views);
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <nlohmann/json.hpp>
+#include <pugixml.hpp>
 
 #include "application.h"
 #include "module_session.h"
@@ -23,6 +24,7 @@ struct StateArguments {
 
 struct TopologyArguments {
     std::vector<std::string> addresses;
+    bool isXml = false;
 };
 
 /// A text of a fixed-size record, which is not terminated when it fills its field.
@@ -157,20 +159,12 @@ void modules(CommandOutput& output, const StateArguments& arguments)
     }
 }
 
-void topology(CommandOutput& output, const TopologyArguments& arguments)
+using Connections = std::vector<std::unique_ptr<ModuleConnection>>;
+
+void showTopologyDocument(CommandOutput& output, const Connections& connections,
+                          const std::string& document)
 {
-    std::vector<ModuleAddress> addresses;
-    for (const auto& address : arguments.addresses) {
-        addresses.push_back(ModuleAddress::parse(address));
-    }
-    const StartedLibrary library;
-    std::vector<std::unique_ptr<ModuleConnection>> connections;
     auto identities = nlohmann::json::array();
-    for (const auto& address : addresses) {
-        connections.push_back(std::make_unique<ModuleConnection>(address));
-    }
-    const std::string document =
-        readText(*connections.front(), {.tried = "make the topology"}, ZEL_XSTAT_GetTopologyString);
     for (const auto& connection : connections) {
         identities.push_back(connection->identity());
     }
@@ -178,6 +172,47 @@ void topology(CommandOutput& output, const TopologyArguments& arguments)
         output.json({{"modules", identities}, {"document", document}});
     } else {
         output.document(document);
+    }
+}
+
+void topology(CommandOutput& output, const TopologyArguments& arguments)
+{
+    std::vector<ModuleAddress> addresses;
+    for (const auto& address : arguments.addresses) {
+        addresses.push_back(ModuleAddress::parse(address));
+    }
+    const StartedLibrary library;
+    Connections connections;
+    for (const auto& address : addresses) {
+        connections.push_back(std::make_unique<ModuleConnection>(address));
+    }
+    const std::string document =
+        readText(*connections.front(), {.tried = "make the topology"}, ZEL_XSTAT_GetTopologyString);
+    if (arguments.isXml) {
+        showTopologyDocument(output, connections, document);
+        return;
+    }
+    pugi::xml_document parsed;
+    parsed.load_buffer(document.data(), document.size());
+    TextTable table({{"Address"}, {"Name"}, {"UUID"}, {"Type", Align::right}});
+    auto entries = nlohmann::json::array();
+    for (const auto leaf : parsed.document_element().children("Leaf")) {
+        const std::uint64_t uuid = leaf.child("Uuid").text().as_ullong();
+        const auto type = leaf.child("DevType").text().as_uint();
+        const auto found =
+            std::ranges::find(connections, uuid, [](const auto& one) { return one->uuid(); });
+        if (found == connections.end()) {
+            continue; // lost meanwhile
+        }
+        const std::string name = moduleName(**found);
+        table.addRow({(*found)->address(), name, hexadecimal(uuid), std::to_string(type)});
+        entries.push_back((*found)->identity());
+        entries.back().update({{"name", name}, {"deviceType", type}});
+    }
+    if (output.isJson) {
+        output.json({{"modules", entries}});
+    } else {
+        output.table(table, "no module is connected any more");
     }
 }
 
@@ -215,13 +250,14 @@ void addStatusCommands(CLI::App& app, Application& application)
     auto& command =
         addCommand(app, {.name = "topology",
                          .group = kGroup,
-                         .description = "Connect to modules and show them as a document",
+                         .description = "Connect to modules and list what the library has of them",
                          .examples = "  zel topology 192.168.169.20 192.168.169.21"});
     const auto arguments = std::make_shared<TopologyArguments>();
     command
         .add_option("ADDRESS", arguments->addresses,
                     "Modules, each as HOST or HOST:PORT, an IPv6 address in brackets")
         ->required();
+    addXmlFlag(command, arguments->isXml);
     whenChosen(command, application, arguments, topology);
 }
 

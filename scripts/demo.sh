@@ -117,7 +117,7 @@ try zel get $module Amplifier/Range
 [[ $answer == 2.5* ]] || fail "the refused value has changed the range to '$answer'"
 
 say "What would it take?"
-try zel schema $module --section Amplifier/Range --pretty
+try zel schema $module --section Amplifier/Range
 
 say "Any result code in words:"
 try zel text 0xFFF0ADB2

@@ -148,14 +148,21 @@ run xml "$module"
 cmp -s out.raw whole.xml
 verdict $? "what zel xml wrote is what it reads"
 it_works '^    <eth0>$' xml "$module" --section Communication --pretty
-it_works 'maxInclusive value="100"' schema "$module" --section Amplifier/Range
-it_works 'ParViews' views "$module"
+it_works 'maxInclusive value="100"' schema "$module" --section Amplifier/Range --xml
+it_works '^Amplifier/Range +number +0.1 to 100$' schema "$module" --section Amplifier/Range
+it_works '^AdditionalConnector/Connector\{9\.\.10\}/Mode +choice +CanBus, Fiber$' schema "$module" --view 2
+json_holds 64 parameters 0 maxLength -- schema "$module" --view 5
+it_works '<ParViews><View' views "$module" --xml
+json_holds Communication views 2 name -- views "$module"
 it_fails 'no-such-file: ' xml "$module" --write no-such-file
 printf '<Communication' >broken.xml
 it_fails 'could not write broken.xml to the section' xml "$module" --section Communication --write broken.xml
 
 # Controls and state.
-it_works 'name="LEDFLASH"' controls "$module" --pretty
+it_works '^  <Control name="LEDFLASH"' controls "$module" --pretty --xml
+it_works '^SETZERO +3  Sets' controls "$module"
+it_works '^Par1 +whole number +0 to 9 +0$' controls "$module" SETZERO
+json_holds 9 parameters 0 maxInclusive -- controls "$module" SETZERO
 it_works '^LEDFLASH is done$' control "$module" LEDFLASH 0 1
 it_fails 'NOPE.*the module says: .*zel controls' control "$module" NOPE
 it_fails 'the module says: .*zel controls' control "$module" SETZERO --xml broken.xml
@@ -172,7 +179,8 @@ it_works '^no errors$' errors "$module"
 it_works '^ +8 +- .* analog input$' status "$module"
 json_holds 1 status 0 statusId -- status "$module"
 it_works '"value":"[0-9]+"' status "$module" --json # 64 bits
-it_works 'Topology' topology "$module"
+it_works '<Topology><Leaf>' topology "$module" --xml
+json_holds 2 modules 0 deviceType -- topology "$module"
 
 # TEDS and files.
 it_works '^0000  .*SENSOR8$' teds read "$module" 8
@@ -269,6 +277,8 @@ cat >warning.json <<JSON
 {"modules": [{"port": 0, "answers": [
   {"method": "1/9", "result": 1004110, "data": "limited to 100"},
   {"method": "1/11", "result": 1004110, "data": "<ParViews/>"},
+  {"method": "1/3", "data": "<schema><element name='G' type='T'/><complexType name='T'><all><element name='a' type='T'/><element name='b' type='T'/><attribute name='at' type='int'/></all></complexType></schema>"},
+  {"method": "1/7", "data": "<Other>6</Other>"},
   {"method": "3/1", "data": "$(head -c 1100000 /dev/zero | tr '\0' x)"}]}]}
 JSON
 start_module --script warning.json
@@ -277,7 +287,9 @@ run set "$module" Amplifier/Range 500
     grep -q 'the module says: limited to 100$' err
 verdict $? "zel set shows a warning and the value that the module has"
 json_holds 'limited to 100' warning module -- set "$module" Amplifier/Range 500
-run views "$module"
+it_works 'at +whole number' schema "$module" # a schema without end
+it_works '^<Other>6</Other>$' schema "$module" --section Other # and none at all
+run views "$module" --xml
 [ "$code" -eq 0 ] && grep -q '^<ParViews/>$' out && grep -q 'warned' err && ! grep -q ParViews err
 verdict $? "data that come with a warning are no words of the module"
 run control "$module" SETZERO --xml whole.xml
