@@ -51,6 +51,16 @@
  * when ZEL_XCOM_Disconnect or ZEL_XCOM_DisconnectFromTcpIpDev is called for its module. Pointers
  * into them are good for as long as they are kept: copy what you need at once.
  *
+ * Files
+ * -----
+ * A host file that an export writes is opened before anything is sent, or made, and its content is
+ * replaced when the new one is there. Where the call fails, a file that was there stays as it is
+ * and one that the call made is removed. The one exception is ZEL_FILE_WRITE on a file that was
+ * there: it keeps its content where the system tells beforehand that there is no room, else it is
+ * empty. Calls of one process that write a file at the same time do not mix: it holds what one of
+ * them wrote. Only regular files can be written, on Linux terminals and the like too; anything
+ * else, a pipe for example, gives ZEL_FILE_OPEN at once. This is "the file rule" below.
+ *
  * Threads and time
  * ----------------
  * Any number of threads may call at the same time, unless an export says otherwise, but none may be
@@ -874,7 +884,7 @@ ZEL_API int32_t ZEL_XPAR_ActivateDefaultSetting(uint64_t uuid, uint32_t view, co
 ZEL_API int32_t ZEL_XPAR_ActivateAllDefaultSettings(uint64_t uuid);
 
 /**
- * Writes the list of a module's views into a host file (1/11), created or truncated.
+ * Writes the list of a module's views into a host file (1/11), by the file rule.
  *
  * @param fileName  name of the file, UTF-8
  * @return ZEL_OK; started codes; ZEL_FILE_OPEN (nothing is sent); ZEL_FILE_WRITE; request codes
@@ -994,7 +1004,7 @@ ZEL_API int32_t ZEL_XCTRL_ExecuteXMLPars(uint64_t uuid, const char* control, uin
                                          uint64_t capacity);
 
 /**
- * Writes the list of a module's controls into a host file (3/5), created or truncated.
+ * Writes the list of a module's controls into a host file (3/5), by the file rule.
  *
  * @param fileName  name of the file, UTF-8
  * @return ZEL_OK; started codes; ZEL_FILE_OPEN (nothing is sent); ZEL_FILE_WRITE; request codes
@@ -1450,8 +1460,8 @@ ZEL_API int32_t ZEL_XSTAT_GetConnectedModules(uint64_t uuid, ZEL_ConnectedModule
                                               uint64_t* count, uint64_t capacity);
 
 /**
- * Writes the topology of the library's connections into a host file, created or truncated:
- * "Topology" with one "Leaf" for each connection holding "Uuid" and "DevType".
+ * Writes the topology of the library's connections into a host file, by the file rule: "Topology"
+ * with one "Leaf" for each connection holding "Uuid" and "DevType".
  *
  * @param fileName  name of the file, UTF-8
  * @return ZEL_OK; started codes; ZEL_FILE_OPEN; ZEL_FILE_WRITE
@@ -1556,8 +1566,8 @@ ZEL_API int32_t ZEL_XSYS_WriteFile(uint64_t uuid, const char* hostFile, const ch
  *
  * @param moduleFolder  folder on the module; may be ""
  * @param moduleFile    file name on the module
- * @param hostFile      host file to write, UTF-8; created or replaced when the content has come
- * @return ZEL_OK; started codes; ZEL_FILE_OPEN; ZEL_FILE_WRITE; request codes
+ * @param hostFile      host file to write, UTF-8, by the file rule
+ * @return ZEL_OK; started codes; ZEL_FILE_OPEN (nothing is sent); ZEL_FILE_WRITE; request codes
  * @threads any; blocks for the transfer
  */
 ZEL_API int32_t ZEL_XSYS_ReadFile(uint64_t uuid, const char* moduleFolder, const char* moduleFile,

@@ -6,9 +6,9 @@
 #include "text_response.h"
 #include "ZEL_VR_Framework.h"
 
-#include <array>
-#include <functional>
 #include <limits>
+#include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -27,12 +27,23 @@ constexpr std::uint16_t kReadFile = 21;
 // The length of a request is announced in 32 bits, the method header included.
 constexpr std::uint64_t kLargestFile = std::numeric_limits<std::uint32_t>::max() - 4;
 
+struct TransferMutexes {
+    std::mutex mutex;
+    std::map<std::uint64_t, std::weak_ptr<std::mutex>> ofModules; // under mutex
+};
+
 // A module has one chosen file: choosing it and moving its bytes must not mix with another
-// thread's. Modules that share a lock only wait for each other.
-std::mutex& transferMutex(std::uint64_t uuid)
+// thread's. No module waits for another.
+std::shared_ptr<std::mutex> transferMutex(std::uint64_t uuid)
 {
-    static ProcessWide<std::array<std::mutex, 64>> mutexes;
-    return (*mutexes)[std::hash<std::uint64_t>{}(uuid) % mutexes->size()];
+    static ProcessWide<TransferMutexes> mutexes;
+    const std::lock_guard lock{mutexes->mutex};
+    std::erase_if(mutexes->ofModules, [](const auto& known) { return known.second.expired(); });
+    std::weak_ptr<std::mutex>& known = mutexes->ofModules[uuid];
+    std::shared_ptr<std::mutex> mutex = known.lock();
+    if (!mutex)
+        known = mutex = std::make_shared<std::mutex>();
+    return mutex;
 }
 
 std::int32_t choose(const RequestPath& requests, std::uint64_t uuid, const char* folder,
@@ -43,16 +54,31 @@ std::int32_t choose(const RequestPath& requests, std::uint64_t uuid, const char*
                 RequestDocument{}.addText("FilePath", path).take());
 }
 
+Response fetch(const RequestPath& requests, std::uint64_t uuid, const char* folder,
+               const char* name)
+{
+    const std::shared_ptr<std::mutex> mutex = transferMutex(uuid);
+    const std::lock_guard oneAtATime{*mutex};
+    const std::int32_t chosen = choose(requests, uuid, folder, name);
+    if (hasFailed(chosen))
+        return {chosen, nullptr};
+    Response response = sendForResponse(requests, {uuid, kService, method::kReadFile}, {});
+    response.result = firstOf(chosen, response.result);
+    return response;
+}
+
 } // namespace
 
 std::int32_t write(const RequestPath& requests, std::uint64_t uuid, const char* hostFile,
                    const char* moduleFolder, const char* moduleFile)
 {
     std::string content;
-    std::int32_t result = readHostFile(hostPath(hostFile), kLargestFile, content);
-    const std::lock_guard oneAtATime{transferMutex(uuid)};
-    if (result == ZEL_OK)
-        result = choose(requests, uuid, moduleFolder, moduleFile);
+    if (const std::int32_t result = readHostFile(hostPath(hostFile), kLargestFile, content);
+        result != ZEL_OK)
+        return result;
+    const std::shared_ptr<std::mutex> mutex = transferMutex(uuid);
+    const std::lock_guard oneAtATime{*mutex};
+    const std::int32_t result = choose(requests, uuid, moduleFolder, moduleFile);
     if (hasFailed(result))
         return result;
     return firstOf(result,
@@ -65,15 +91,11 @@ std::int32_t read(const RequestPath& requests, std::uint64_t uuid, const char* m
     HostFileWriter file{hostPath(hostFile)};
     if (!file.isOpen())
         return ZEL_FILE_OPEN;
-    const std::lock_guard oneAtATime{transferMutex(uuid)};
-    const std::int32_t result = choose(requests, uuid, moduleFolder, moduleFile);
-    if (hasFailed(result))
-        return result;
-    const Response response = sendForResponse(requests, {uuid, kService, method::kReadFile}, {});
+    const Response response = fetch(requests, uuid, moduleFolder, moduleFile);
     if (hasFailed(response.result))
         return response.result;
     const Bytes content = response.payload();
-    return firstOf(firstOf(result, response.result), file.write(content.data(), content.size()));
+    return firstOf(response.result, file.write(content.data(), content.size()));
 }
 
 } // namespace zel::module_files

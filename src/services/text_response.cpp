@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <stdexcept>
 #include <utility>
 
@@ -114,17 +113,14 @@ std::int32_t sendForFile(const RequestPath& path, const MethodAddress& method, s
                          const char* fileName)
 {
     return guarded([&] {
-        std::ofstream file(hostPath(fileName), std::ios::binary | std::ios::trunc);
-        if (!file)
+        HostFileWriter file{hostPath(fileName)};
+        if (!file.isOpen())
             return ZEL_FILE_OPEN;
         const Response response = sendForResponse(path, method, std::move(request));
         if (hasFailed(response.result))
             return response.result;
         const Bytes text = response.payload();
-        file.write(reinterpret_cast<const char*>(text.data()),
-                   static_cast<std::streamsize>(text.size()));
-        file.close();
-        return file ? response.result : ZEL_FILE_WRITE;
+        return firstOf(response.result, file.write(text.data(), text.size()));
     });
 }
 

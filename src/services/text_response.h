@@ -66,8 +66,8 @@ struct Response {
 };
 Response sendForResponse(const RequestPath& path, const MethodAddress& method, std::string request);
 
-/// Writes the response into a file, which is created or emptied before anything is sent.
-/// ZEL_FILE_OPEN, ZEL_FILE_WRITE. The name is UTF-8.
+/// Writes the response into a file. ZEL_FILE_OPEN, and nothing sent, where it cannot be opened;
+/// ZEL_FILE_WRITE. A file that was there stays as it is when the request fails. The name is UTF-8.
 std::int32_t sendForFile(const RequestPath& path, const MethodAddress& method, std::string request,
                          const char* fileName);
 

@@ -1,8 +1,11 @@
 #include "host_file.h"
 
+#include "process_wide.h"
 #include "ZEL_VR_Framework.h"
 
 #include <fstream>
+#include <map>
+#include <mutex>
 #include <system_error>
 
 namespace zel {
@@ -10,6 +13,7 @@ namespace zel {
 namespace {
 
 constexpr std::size_t kChunk = std::size_t{1} << 20;
+constexpr int kAttempts = 100; // to open what others make and remove meanwhile
 
 } // namespace
 
@@ -47,29 +51,81 @@ std::int32_t readHostFile(const std::filesystem::path& file, std::uint64_t large
     return isTooLarge ? ZEL_SYS_FILE_TOO_LARGE : ZEL_FILE_READ;
 }
 
+struct HostFileWriter::Shared {
+    std::mutex writing;
+
+    // under OpenFiles::mutex
+    unsigned writers = 0;
+    std::filesystem::path madeAs; // empty where the file was there before, or has been written
+};
+
+/// The files that writers have open.
+struct HostFileWriter::OpenFiles {
+    std::mutex mutex;
+    std::map<FileIdentity, std::shared_ptr<Shared>> files; // under mutex
+};
+
+HostFileWriter::OpenFiles& HostFileWriter::openFiles()
+{
+    static ProcessWide<OpenFiles> files;
+    return *files;
+}
+
 HostFileWriter::HostFileWriter(const std::filesystem::path& file) : m_file(file)
 {
-    std::error_code ignored;
-    // A link to nothing is there, and must not be removed either.
-    const bool existed = std::filesystem::exists(std::filesystem::symlink_status(m_file, ignored));
-    m_isOpen = !m_file.empty() && std::ofstream{m_file, std::ios::binary | std::ios::app}.is_open();
-    m_isNew = m_isOpen && !existed;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        const OutputFile::Opening opening = m_output.open(m_file);
+        if (opening == OutputFile::Opening::failed)
+            return;
+        join(m_output.identity(), opening == OutputFile::Opening::made);
+        // Whoever made it may have removed it before this writer was known to it.
+        if (m_output.isAt(m_file))
+            return;
+        leave();
+    }
 }
 
 HostFileWriter::~HostFileWriter()
 {
-    std::error_code ignored;
-    if (m_isNew)
-        std::filesystem::remove(m_file, ignored);
+    if (m_shared)
+        leave();
 }
 
 std::int32_t HostFileWriter::write(const void* data, std::size_t size)
 {
-    m_isNew = false;
-    std::ofstream out{m_file, std::ios::binary | std::ios::trunc};
-    out.write(static_cast<const char*>(data), static_cast<std::streamsize>(size));
-    out.close();
-    return out ? ZEL_OK : ZEL_FILE_WRITE;
+    const std::lock_guard oneAfterTheOther{m_shared->writing};
+    if (!m_output.replace(data, size))
+        return ZEL_FILE_WRITE;
+    const std::lock_guard lock{openFiles().mutex};
+    m_shared->madeAs.clear();
+    return ZEL_OK;
+}
+
+void HostFileWriter::join(FileIdentity identity, bool isMade)
+{
+    const std::filesystem::path madeAs = isMade ? OutputFile::realName(m_file) : m_file;
+    const std::lock_guard lock{openFiles().mutex};
+    std::shared_ptr<Shared>& shared = openFiles().files[identity];
+    if (!shared)
+        shared = std::make_shared<Shared>();
+    m_identity = identity;
+    m_shared = shared;
+    ++shared->writers;
+    if (isMade)
+        shared->madeAs = madeAs;
+}
+
+void HostFileWriter::leave()
+{
+    // Removed under the lock: a new writer either is among the writers already or finds it gone.
+    const std::lock_guard lock{openFiles().mutex};
+    if (--m_shared->writers == 0) {
+        if (!m_shared->madeAs.empty())
+            m_output.closeAndRemoveEmpty(m_shared->madeAs);
+        openFiles().files.erase(m_identity);
+    }
+    m_output.close();
+    m_shared.reset();
 }
 
 } // namespace zel

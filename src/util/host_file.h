@@ -1,7 +1,10 @@
 #pragma once
 
+#include "output_file.h"
+
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -19,23 +22,33 @@ std::int32_t readHostFile(const std::filesystem::path& file, std::uint64_t large
 
 /// A file that is written in one go at the end. Opening it finds out whether it can be written and
 /// leaves an existing one as it is, so that nothing is lost when there is nothing to write after
-/// all.
+/// all. A file that was made for it goes again unless it is written. Several writers of one file do
+/// not mix: each writes it whole, and none removes what another has made or still wants.
 class HostFileWriter {
 public:
+    /// Does not wait for anybody; see OutputFile::open for what can be opened.
     explicit HostFileWriter(const std::filesystem::path& file);
-    /// Removes the file again when it did not exist before and nothing was written.
     ~HostFileWriter();
     HostFileWriter(const HostFileWriter&) = delete;
     HostFileWriter& operator=(const HostFileWriter&) = delete;
 
-    bool isOpen() const { return m_isOpen; }
-    /// Replaces the content: 0 or ZEL_FILE_WRITE.
+    bool isOpen() const { return m_shared != nullptr; }
+    /// Replaces the content: 0 or ZEL_FILE_WRITE, after which the file is as OutputFile::replace
+    /// leaves it, or gone where it was made for this.
     std::int32_t write(const void* data, std::size_t size);
 
 private:
+    struct Shared;
+    struct OpenFiles;
+
+    static OpenFiles& openFiles();
+    void join(FileIdentity identity, bool isMade);
+    void leave();
+
     const std::filesystem::path m_file;
-    bool m_isOpen = false;
-    bool m_isNew = false;
+    OutputFile m_output;
+    FileIdentity m_identity;
+    std::shared_ptr<Shared> m_shared; // with the other writers of the file
 };
 
 } // namespace zel
