@@ -1126,7 +1126,7 @@ ZEL_API int32_t ZEL_XCTRL_TransmitUserCanMsg(uint64_t uuid, uint32_t connector, 
  * @param generator  number of the generator
  * @param frequency  receives the clock in hertz; 0 when the call fails or the answer does not tell
  * @return ZEL_OK; started codes; ZEL_SRV_BUFFER_TOO_SMALL (an answer of 1024 bytes or more);
- *         request codes
+ *         ZEL_UTIL_STRING_CONVERSION (what it tells is no number); request codes
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XCTRL_GetSignalGeneratorClock(uint64_t uuid, uint32_t generator,
@@ -1453,7 +1453,8 @@ ZEL_API int32_t ZEL_XSTAT_GetTedsStatus(uint64_t uuid, uint32_t connector, uint3
  * @param count     receives their number; 0 on every failure, also before ZEL_Init
  * @param capacity  number of records that modules can take, not 0
  * @return ZEL_OK; started codes (also for a capacity of 0); ZEL_SRV_BUFFER_TOO_SMALL (more modules
- *         than that); ZEL_PARAM_XML_ERROR (the answer makes no sense); request codes
+ *         than that); ZEL_PARAM_XML_ERROR and ZEL_UTIL_STRING_CONVERSION (the answer makes no
+ *         sense); request codes
  * @threads any; blocks for the request time; at once for the library's connections
  */
 ZEL_API int32_t ZEL_XSTAT_GetConnectedModules(uint64_t uuid, ZEL_ConnectedModule* modules,
@@ -1813,8 +1814,9 @@ ZEL_API int32_t ZEL_XUTIL_ParseSignalPath(const char* path, uint32_t ignored, ui
  * The composers write into `buffer` by the buffer rule and return ZEL_OK, ZEL_SYS_BAD_PARAMETER
  * (null pointer or a capacity of 0), ZEL_SRV_BUFFER_TOO_SMALL, ZEL_SRV_INVALID_PARAMETERS (a text
  * without NUL, a number that is not finite, a value that is none of the listed ones) or
- * ZEL_UNIT_NOT_FOUND (a unit code that is not in the table). On failure the buffer is an empty
- * text, and `length` is 0, or what is needed where the buffer is too small.
+ * ZEL_UNIT_NOT_FOUND (a unit
+ * code that is not in the table). On failure the buffer is an empty text, and `length` is 0, or
+ * what is needed where the buffer is too small.
  *
  * The parsers take a terminated document and return ZEL_OK, ZEL_SYS_BAD_PARAMETER (null pointer),
  * ZEL_PARAM_XML_ERROR (does not parse, or has another root; ZEL_XUTIL_GetLastXmlError tells why),

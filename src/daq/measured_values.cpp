@@ -19,13 +19,13 @@ constexpr std::uint16_t kReadValues = 7;
 
 void fill(ZEL_SignalInfo& info, pugi::xml_node signal)
 {
-    cutText(signal.child_value(), info.id);
+    cutText(wholeText(signal), info.id);
 }
 
 void fill(ZEL_SignalInfoEx& info, pugi::xml_node signal)
 {
     info = {};
-    const std::string_view reference = signal.child_value();
+    const std::string reference = wholeText(signal);
     cutText(reference, info.id);
     if (const auto numbers = signals::numbersOf(reference, ZEL_CONNECTOR_CAN_ADDITIONAL)) {
         info.connectorType = numbers->type;
@@ -39,9 +39,9 @@ void fill(ZEL_SignalInfoEx& info, pugi::xml_node signal)
     double rate = 0;
     if (parseNumber(signal.attribute("rate").value(), rate) == ZEL_OK && rate >= 0)
         info.sampleRate = rate;
-    info.dataType = signal.attribute("dataType").as_uint();
-    info.recordKind = signal.attribute("kind").as_uint();
-    info.isEnabled = signal.attribute("enabled").as_uint() == 1 ? 1 : 0;
+    info.dataType = numberOrZero<std::uint32_t>(signal.attribute("dataType").value());
+    info.recordKind = numberOrZero<std::uint32_t>(signal.attribute("kind").value());
+    info.isEnabled = numberOrZero<std::uint32_t>(signal.attribute("enabled").value()) == 1 ? 1 : 0;
 }
 
 /// The value that belongs to a "SigId" is the "MeasVal" right behind it.
@@ -50,8 +50,8 @@ std::int32_t fill(ZEL_MeasuredValue& value, pugi::xml_node signal)
     const pugi::xml_node measured = signal.next_sibling();
     if (std::string_view{measured.name()} != "MeasVal")
         return ZEL_PARAM_XML_ERROR;
-    cutText(signal.child_value(), value.id);
-    return parseNumber(measured.child_value(), value.value);
+    cutText(wholeText(signal), value.id);
+    return parseNumber(wholeText(measured), value.value);
 }
 
 /// Reads a list of "SigId": `take(index, node)` fills the entries that there is room for.

@@ -24,7 +24,7 @@ std::optional<ModuleRecord> readModuleRecord(Bytes document)
     if (answer.parse(document) != ZEL_OK)
         return {};
     const auto text = [&](const char* name) -> std::string {
-        return answer.root().child(name).child_value();
+        return wholeText(answer.root().child(name));
     };
     ModuleRecord record;
     record.address = text("IpAdr");

@@ -61,15 +61,6 @@ std::string samplesText(const float* samples, std::uint64_t count)
     return text;
 }
 
-double leadingNumber(std::string_view text)
-{
-    const std::size_t start = text.find_first_not_of(" \t\r\n+");
-    double value = 0;
-    if (start != std::string_view::npos)
-        std::from_chars(text.data() + start, text.data() + text.size(), value);
-    return value;
-}
-
 } // namespace
 
 std::int32_t execute(const RequestPath& requests, std::uint64_t uuid, const char* control,
@@ -196,9 +187,10 @@ std::int32_t readSignalGeneratorClock(const RequestPath& requests, std::uint64_t
     if (hasFailed(result))
         return result;
     pugi::xml_document document;
-    if (loadXml(document, asBytes(answer.data(), static_cast<std::size_t>(length))))
-        frequency = leadingNumber(document.child_value("Frequency"));
-    return result;
+    if (!loadXml(document, asBytes(answer.data(), static_cast<std::size_t>(length))))
+        return result;
+    const pugi::xml_node told = document.child("Frequency");
+    return told ? firstOf(result, parseNumber(wholeText(told), frequency)) : result;
 }
 
 std::int32_t setArbitrarySignalGenerator(const RequestPath& requests, std::uint64_t uuid,

@@ -7,10 +7,10 @@ namespace zel {
 
 namespace {
 
-const char* typeOf(const pugi::xml_node& message)
+std::string typeOf(const pugi::xml_node& message)
 {
     const pugi::xml_attribute attribute = message.attribute("Type");
-    return attribute ? attribute.value() : message.child_value("Type");
+    return attribute ? attribute.value() : wholeText(message.child("Type"));
 }
 
 } // namespace
@@ -29,7 +29,7 @@ std::int32_t parseErrorReply(std::string_view document, ZEL_ReplyMessage* messag
         if (count < capacity) {
             ZEL_ReplyMessage& record = messages[count];
             cutText(typeOf(message), record.type);
-            cutText(message.child_value(), record.text);
+            cutText(wholeText(message), record.text);
         }
         ++count;
     }

@@ -30,10 +30,10 @@ const char* textFromModule(const RequestPath& requests, std::uint64_t uuid, std:
         sendForResponse(requests, {uuid, kSystemService, kReadText},
                         RequestDocument().addVerbatim("TextHandle", std::to_string(code)).take());
     ResponseDocument document;
-    const char* text = nullptr;
+    std::string text;
     if (!hasFailed(response.result) && document.parse(response.payload()) == ZEL_OK &&
         document.requireText("Text", text) == ZEL_OK)
-        shared = text;
+        shared = std::move(text);
     return shared.c_str();
 }
 

@@ -119,23 +119,22 @@ std::int32_t maxOccurs(Bytes schema)
     if (!loadXml(document, schema))
         return 0;
     const pugi::xml_node element = document.first_child().first_child();
-    return std::max(0, element.attribute("maxOccurs").as_int());
+    return std::max(0, numberOrZero<std::int32_t>(element.attribute("maxOccurs").value()));
 }
 
 std::int32_t TedsAnswer::readData(Bytes payload, char* data, std::uint64_t capacity)
 {
     ResponseDocument response;
-    const char* identifierText = nullptr;
-    const char* dataText = nullptr;
+    std::string identifierText;
+    std::string digits;
     if (response.parse(payload) != ZEL_OK ||
         response.requireText("Tid", identifierText) != ZEL_OK ||
-        response.requireText("BinData", dataText) != ZEL_OK)
+        response.requireText("BinData", digits) != ZEL_OK)
         return ZEL_PARAM_XML_ERROR;
     std::uint64_t number = 0;
     const std::int32_t result = parseNumber(identifierText, number);
     if (result != ZEL_OK)
         return result;
-    const std::string_view digits = dataText;
     if (digits.size() % 2 != 0)
         return ZEL_UTIL_STRING_CONVERSION;
     size = digits.size() / 2;

@@ -119,7 +119,7 @@ std::int32_t addFields(XmlComposer& composer, const RecordLayout& layout, const 
 // ---- from the document
 
 template <class Number>
-std::int32_t readNumber(const char* text, void* record, std::size_t offset)
+std::int32_t readNumber(std::string_view text, void* record, std::size_t offset)
 {
     Number value{};
     const std::int32_t result = parseNumber(text, value);
@@ -127,7 +127,7 @@ std::int32_t readNumber(const char* text, void* record, std::size_t offset)
     return result;
 }
 
-std::int32_t readReal(const char* text, double& value)
+std::int32_t readReal(std::string_view text, double& value)
 {
     const std::int32_t result = parseNumber(text, value);
     return result == ZEL_OK && !std::isfinite(value) ? ZEL_UTIL_STRING_CONVERSION : result;
@@ -137,18 +137,17 @@ std::int32_t readRange(const pugi::xml_node& node, ZEL_Range& range)
 {
     std::int32_t result = ZEL_OK;
     if (const pugi::xml_node minimum = node.child("Minimum"))
-        result = readReal(minimum.child_value(), range.minimum);
+        result = readReal(wholeText(minimum), range.minimum);
     if (const pugi::xml_node maximum = node.child("Maximum"); maximum && result == ZEL_OK)
-        result = readReal(maximum.child_value(), range.maximum);
+        result = readReal(wholeText(maximum), range.maximum);
     return result;
 }
 
-std::int32_t readText(const char* text, const RecordField& field, void* record)
+std::int32_t readText(const std::string& text, const RecordField& field, void* record)
 {
-    const std::size_t length = std::strlen(text);
-    if (length >= field.size)
+    if (text.size() >= field.size)
         return ZEL_SRV_INVALID_PARAMETERS;
-    std::memcpy(static_cast<char*>(record) + field.offset, text, length);
+    std::memcpy(static_cast<char*>(record) + field.offset, text.data(), text.size());
     return ZEL_OK;
 }
 
@@ -180,7 +179,7 @@ std::int32_t readField(const pugi::xml_node& root, const RecordField& field, voi
     const bool isAttribute = field.kind == FieldKind::address;
     if (isAttribute ? attribute.empty() : node.empty())
         return ZEL_OK;
-    const char* const text = isAttribute ? attribute.value() : node.child_value();
+    const std::string text = isAttribute ? attribute.value() : wholeText(node);
     double real = 0;
     ZEL_Range range{};
     std::uint32_t code = 0;

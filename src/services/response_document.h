@@ -6,10 +6,21 @@
 #include "ZEL_VR_Framework.h"
 
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 #include <pugixml.hpp>
 
 namespace zel {
+
+/// A number that may be missing; 0 also where the text is none.
+template <class Number>
+Number numberOrZero(std::string_view text)
+{
+    Number number{};
+    parseNumber(text, number);
+    return number;
+}
 
 /// Reads an XML response, root "SrvParams". What comes from the wire may be anything: nothing here
 /// walks a document recursively.
@@ -26,14 +37,13 @@ public:
 
     pugi::xml_node root() const { return m_root; }
 
-    /// The text of a required child of the root: 0 or ZEL_PARAM_XML_ERROR. It lives as long as the
-    /// document.
-    std::int32_t requireText(const char* name, const char*& text) const
+    /// The text of a required child of the root: 0 or ZEL_PARAM_XML_ERROR.
+    std::int32_t requireText(const char* name, std::string& text) const
     {
         const pugi::xml_node child = m_root.child(name);
         if (!child)
             return ZEL_PARAM_XML_ERROR;
-        text = child.child_value();
+        text = wholeText(child);
         return ZEL_OK;
     }
 
@@ -41,7 +51,7 @@ public:
     template <class Number>
     std::int32_t requireNumber(const char* name, Number& value) const
     {
-        const char* text = nullptr;
+        std::string text;
         const std::int32_t result = requireText(name, text);
         return result == ZEL_OK ? parseNumber(text, value) : result;
     }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 namespace zel::status {
@@ -27,24 +28,30 @@ void fillText(char (&field)[ZEL_STATUS_TEXT_SIZE], std::string_view text)
     std::memset(field + length, 0, sizeof field - length);
 }
 
+template <class Number>
+Number numberIn(pugi::xml_node node, const char* attribute)
+{
+    return numberOrZero<Number>(node.attribute(attribute).value());
+}
+
 void fill(ZEL_ErrorEntry& entry, pugi::xml_node node)
 {
-    entry.level = node.attribute("ErrLevel").as_uint();
-    entry.code = node.attribute("ErrCode").as_int();
-    entry.connector = node.attribute("Connector").as_uint();
-    entry.channel = node.attribute("Channel").as_uint();
-    entry.signal = node.attribute("Signal").as_uint();
+    entry.level = numberIn<std::uint32_t>(node, "ErrLevel");
+    entry.code = numberIn<std::int32_t>(node, "ErrCode");
+    entry.connector = numberIn<std::uint32_t>(node, "Connector");
+    entry.channel = numberIn<std::uint32_t>(node, "Channel");
+    entry.signal = numberIn<std::uint32_t>(node, "Signal");
     fillText(entry.text, node.attribute("Text").value());
 }
 
 void fill(ZEL_StatusEntry& entry, pugi::xml_node node)
 {
-    entry.connector = node.attribute("Connector").as_uint();
-    entry.channel = node.attribute("Channel").as_uint();
-    entry.signal = node.attribute("Signal").as_uint();
-    entry.statusId = node.attribute("StatusId").as_uint();
-    entry.value = node.attribute("Value").as_ullong();
-    fillText(entry.info, node.child_value("Info"));
+    entry.connector = numberIn<std::uint32_t>(node, "Connector");
+    entry.channel = numberIn<std::uint32_t>(node, "Channel");
+    entry.signal = numberIn<std::uint32_t>(node, "Signal");
+    entry.statusId = numberIn<std::uint32_t>(node, "StatusId");
+    entry.value = numberIn<std::uint64_t>(node, "Value");
+    fillText(entry.info, wholeText(node.child("Info")));
 }
 
 template <class Entry>
@@ -116,8 +123,8 @@ std::int32_t readTedsStatus(const RequestPath& requests, std::uint64_t uuid,
         result = firstOf(result, document.parse(response.payload()));
     if (!hasFailed(result))
         result = firstOf(result, document.requireNumber("Status", status));
-    const std::string_view errorText = document.root().child_value("error");
-    const std::string_view warningText = document.root().child_value("warning");
+    const std::string errorText = wholeText(document.root().child("error"));
+    const std::string warningText = wholeText(document.root().child("warning"));
     copyCut(errorText, error);
     copyCut(warningText, warning);
     const bool isCut = errorText.size() >= error.capacity || warningText.size() >= warning.capacity;

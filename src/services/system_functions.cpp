@@ -3,7 +3,7 @@
 #include "request_document.h"
 #include "response_document.h"
 
-#include <string_view>
+#include <string>
 
 namespace zel::system_functions {
 
@@ -109,12 +109,11 @@ std::int32_t requestDebugInfo(const RequestPath& requests, std::uint64_t uuid,
         return response.result;
     ResponseDocument document;
     std::int32_t result = document.parse(response.payload());
-    const char* text = nullptr;
+    std::string answer;
     if (result == ZEL_OK)
-        result = document.requireText("RetPar1", text);
+        result = document.requireText("RetPar1", answer);
     if (result != ZEL_OK)
         return result;
-    const std::string_view answer = text;
     return firstOf(response.result,
                    copyText(asBytes(answer.data(), answer.size()), buffer, capacity).result);
 }

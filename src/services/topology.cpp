@@ -21,9 +21,9 @@ constexpr std::uint32_t kConnectedDeviceType = 2;
 constexpr std::uint32_t kEthernetInterface = 1;
 
 struct ConnectedModule {
-    std::uint64_t uuid;
-    std::uint32_t deviceType;
-    std::uint32_t activeInterface;
+    std::uint64_t uuid = 0;
+    std::uint32_t deviceType = 0;
+    std::uint32_t activeInterface = 0;
 };
 
 std::vector<ConnectedModule> ownConnections(const clConHndlr& connections)
@@ -32,6 +32,12 @@ std::vector<ConnectedModule> ownConnections(const clConHndlr& connections)
     for (const std::uint64_t uuid : connections.uuids())
         modules.push_back({uuid, kConnectedDeviceType, kEthernetInterface});
     return modules;
+}
+
+template <class Number>
+Number numberIn(pugi::xml_node node, const char* child)
+{
+    return numberOrZero<Number>(wholeText(node.child(child)));
 }
 
 std::int32_t modulesBehind(const RequestPath& requests, std::uint64_t uuid,
@@ -43,10 +49,15 @@ std::int32_t modulesBehind(const RequestPath& requests, std::uint64_t uuid,
     ResponseDocument document;
     if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
         return result;
-    for (const pugi::xml_node node : document.root().children("ConnectedModule"))
-        modules.push_back({node.child("Uuid").text().as_ullong(),
-                           node.child("DevType").text().as_uint(),
-                           node.child("ActiveInterface").text().as_uint()});
+    for (const pugi::xml_node node : document.root().children("ConnectedModule")) {
+        ConnectedModule& module = modules.emplace_back();
+        module.deviceType = numberIn<std::uint32_t>(node, "DevType");
+        module.activeInterface = numberIn<std::uint32_t>(node, "ActiveInterface");
+        // Without it the record would stand for nobody.
+        if (const std::int32_t result = parseNumber(wholeText(node.child("Uuid")), module.uuid);
+            result != ZEL_OK)
+            return result;
+    }
     return response.result;
 }
 

@@ -66,6 +66,15 @@ pugi::xml_node requireRoot(const pugi::xml_document& document, const char* name)
     return root;
 }
 
+std::string wholeText(const pugi::xml_node& element)
+{
+    std::string text;
+    for (const pugi::xml_node& part : element.children())
+        if (part.type() == pugi::node_pcdata || part.type() == pugi::node_cdata)
+            text += part.value();
+    return text;
+}
+
 const char* lastXmlError()
 {
     return lastError().text();

@@ -2,6 +2,8 @@
 
 #include "byte_cursor.h"
 
+#include <string>
+
 #include <pugixml.hpp>
 
 namespace zel {
@@ -15,6 +17,10 @@ bool loadXml(pugi::xml_document& document, Bytes text, unsigned options = pugi::
 
 /// The document's root; null, with the reason noted, where it has another name.
 pugi::xml_node requireRoot(const pugi::xml_document& document, const char* name);
+
+/// The whole text of an element, also where comments or CDATA sections part it; without that of its
+/// child elements.
+std::string wholeText(const pugi::xml_node& element);
 
 /// What was wrong with the last document that failed, and at which byte; empty before the first.
 /// Always at the same address; any failure, on any thread, replaces the text.

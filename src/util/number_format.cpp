@@ -31,9 +31,11 @@ void appendPadded(std::string& text, Number number, std::size_t width)
     text.append(width > size ? width - size : 0, '0').append(digits.data(), size);
 }
 
+/// What is left of a text, which ends at a zero byte, without the blanks around it.
 std::string_view trimmed(std::string_view text)
 {
-    constexpr std::string_view kBlanks = " \t\r\n";
+    constexpr std::string_view kBlanks = " \t\r\n\v\f";
+    text = text.substr(0, text.find('\0'));
     const std::size_t first = text.find_first_not_of(kBlanks);
     if (first == std::string_view::npos)
         return {};

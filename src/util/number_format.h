@@ -25,8 +25,9 @@ std::string formatParameterDouble(double value);
 /// zero, scientific; else fixed; with `decimals` digits either way.
 std::string formatCalibrationDouble(double value, unsigned decimals, bool mayBeScientific);
 
-// Number texts of responses: "0x" and hexadecimal digits, else decimal; white space may stand
-// around the number, anything else may not. All return 0 and set `value`, or return
+// Number texts of responses: "0x" and hexadecimal digits, else decimal, as the C library reads
+// them. White space may stand around the number and a zero byte behind it, which ends the text;
+// nothing else may, and the type must hold the number. All return 0 and set `value`, or return
 // ZEL_UTIL_STRING_CONVERSION and leave it alone.
 
 std::int32_t parseNumber(std::string_view text, double& value);

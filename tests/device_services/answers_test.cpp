@@ -106,6 +106,50 @@ TEST_F(Answers, WithAWarningAreHandedOutBesideIt)
     EXPECT_EQ(module.uuid, 7u);
 }
 
+TEST_F(Answers, AreReadWholeAndTheirNumbersByOneRule)
+{
+    const auto read = [this](const std::string& number) {
+        double value = 77;
+        answer(1, 10, number);
+        const std::int32_t result = ZEL_XPAR_ReadDoublePar(m_uuid, 1, "a", "b", &value);
+        return result == ZEL_OK ? value : result;
+    };
+    EXPECT_EQ(read(std::string{"1.5\0", 4}), 1.5);
+    EXPECT_EQ(read("\v+1.5e0 \n"), 1.5);
+    EXPECT_EQ(read("1.5x"), ZEL_UTIL_STRING_CONVERSION);
+
+    const auto clock = [this](const std::string& content) {
+        double value = 77;
+        answer(3, 1, content);
+        const std::int32_t result = ZEL_XCTRL_GetSignalGeneratorClock(m_uuid, 1, &value);
+        return result == ZEL_OK ? value : result;
+    };
+    EXPECT_EQ(clock("<Frequency>12<!-- x -->3<![CDATA[4]]></Frequency>"), 1234);
+    EXPECT_EQ(clock("<Frequency>1,5</Frequency>"), ZEL_UTIL_STRING_CONVERSION);
+
+    const auto list = std::make_unique<ZEL_StatusList>();
+    answer(2, 3,
+           inParams("<Status StatusId='0x10' Connector='12x' Channel='-1' Value=' 7 '>"
+                    "<Info>in<!-- -->side</Info></Status>"));
+    EXPECT_EQ(ZEL_XSTAT_GetModuleStatus(m_uuid, list.get()), ZEL_OK);
+    const ZEL_StatusEntry& entry = list->entries[0];
+    EXPECT_EQ((std::array{entry.statusId, entry.connector, entry.channel}),
+              (std::array<std::uint32_t, 3>{16, 0, 0}));
+    EXPECT_EQ(std::uint64_t{entry.value}, 7u);
+    EXPECT_STREQ(entry.info, "inside");
+
+    ZEL_ConnectedModule module = {};
+    std::uint64_t count = 0;
+    for (const char* const uuid : {"7x", "-7", ""}) {
+        answer(
+            2, 1,
+            inParams("<ConnectedModule><Uuid>" + std::string{uuid} + "</Uuid></ConnectedModule>"));
+        EXPECT_EQ(ZEL_XSTAT_GetConnectedModules(m_uuid, &module, &count, 1),
+                  ZEL_UTIL_STRING_CONVERSION);
+        EXPECT_EQ(count, 0u);
+    }
+}
+
 TEST_F(Answers, CutTextsToTheirFields)
 {
     const auto list = std::make_unique<ZEL_StatusList>();

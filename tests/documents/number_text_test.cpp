@@ -143,7 +143,9 @@ TEST(NumberTexts, AreReadWholeOrNotAtAll)
     expectNumber<std::uint64_t>("0", 0);
     expectNumber<std::uint64_t>("18446744073709551615", 18446744073709551615U);
     expectNumber<std::uint64_t>("0x0102030405060708", 0x0102030405060708U);
-    expectNumber<std::uint64_t>(" \n+12\t", 12);
+    expectNumber<std::uint64_t>(" \n+12\t\v\f", 12);
+    expectNumber<std::uint32_t>({"1\0x", 3}, 1);
+    expectNumber<double>({"1.5 \0", 5}, 1.5);
     expectNumber<std::uint32_t>("0xffFFffFF", 0xFFFFFFFFU);
     expectNumber<std::int32_t>("-2147483648", std::numeric_limits<std::int32_t>::min());
     expectNumber<std::int32_t>("0x10", 16);
@@ -165,7 +167,7 @@ TEST(NumberTexts, AreReadWholeOrNotAtAll)
         expectNoNumber<std::int32_t>(text);
     for (const char* text : {"1,5", "1e999", "0xinf", "1.5 mV"})
         expectNoNumber<double>(text);
-    expectNoNumber<std::uint32_t>(std::string_view("1\0", 2));
+    expectNoNumber<std::uint32_t>(std::string_view("\0001", 2));
 }
 
 } // namespace

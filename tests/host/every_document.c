@@ -72,9 +72,11 @@ static void sensors(void)
     memset(sensor.model, 'm', sizeof sensor.model);
     GIVES(ZEL_SRV_INVALID_PARAMETERS, ZEL_XUTIL_ComposeSensor(&sensor, text, &length, 4096));
 
-    GIVES(ZEL_OK, ZEL_XUTIL_ParseSensor("<Sensor><New/><Resistance> 0x15E </Resistance></Sensor>",
+    GIVES(ZEL_OK, ZEL_XUTIL_ParseSensor("<Sensor><New/><Name>a<!-- x --><![CDATA[<b>]]></Name>"
+                                        "<Resistance> 0x15E </Resistance></Sensor>",
                                         &sensor));
-    HOLDS(sensor.resistance == 350 && sensor.model[0] == '\0' && sensor.physicalUnit == 0);
+    HOLDS(sensor.resistance == 350 && strcmp(sensor.name, "a<b>") == 0 && sensor.model[0] == '\0' &&
+          sensor.physicalUnit == 0);
     GIVES(ZEL_UTIL_STRING_CONVERSION,
           ZEL_XUTIL_ParseSensor("<Sensor><Resistance>inf</Resistance></Sensor>", &sensor));
     HOLDS(sensor.resistance == 0);
