@@ -616,7 +616,8 @@ ZEL_API int32_t ZEL_XCOM_GetSyncReqrSrvLastErrDatByUuid(uint64_t uuid, const cha
  * "Module" each (attribute "address" counts from 0) holding "IpAdr", "SubMask", "TcpPort", "Name",
  * "Uuid", "ModuleType" and "FirmwareVersion". Modules are found even when their address does not
  * fit the host's subnet (broadcast and multicast of 6/13). Scans may overlap: each lists what has
- * answered since it began.
+ * answered since it began. The document is well-formed XML 1.0 whatever modules say: U+FFFD stands
+ * for what is not UTF-8 and for characters that XML does not have.
  *
  * @param adapter   number of the adapter in the document of ZEL_XCOM_GetNetAdapter;
  *                  ZEL_ALL_ADAPTERS, or any number that is not in that list, scans all
@@ -1813,15 +1814,16 @@ ZEL_API int32_t ZEL_XUTIL_ParseSignalPath(const char* path, uint32_t ignored, ui
  *
  * The composers write into `buffer` by the buffer rule and return ZEL_OK, ZEL_SYS_BAD_PARAMETER
  * (null pointer or a capacity of 0), ZEL_SRV_BUFFER_TOO_SMALL, ZEL_SRV_INVALID_PARAMETERS (a text
- * without NUL, a number that is not finite, a value that is none of the listed ones) or
- * ZEL_UNIT_NOT_FOUND (a unit
+ * without NUL, one that is not UTF-8 or holds control characters other than tabs and line ends, a
+ * number that is not finite, a value that is none of the listed ones) or ZEL_UNIT_NOT_FOUND (a unit
  * code that is not in the table). On failure the buffer is an empty text, and `length` is 0, or
  * what is needed where the buffer is too small.
  *
  * The parsers take a terminated document and return ZEL_OK, ZEL_SYS_BAD_PARAMETER (null pointer),
  * ZEL_PARAM_XML_ERROR (does not parse, or has another root; ZEL_XUTIL_GetLastXmlError tells why),
  * ZEL_UTIL_STRING_CONVERSION (a number that is none), ZEL_SRV_INVALID_PARAMETERS (a value that is
- * none of the listed ones, or a text that does not fit its field) or ZEL_UNIT_NOT_FOUND. An element
+ * none of the listed ones, or a text that does not fit its field or could not be composed again) or
+ * ZEL_UNIT_NOT_FOUND. An element
  * that is missing gives 0 or an empty text; unknown elements are skipped. On failure the record is
  * zeroed.
  *

@@ -2,6 +2,7 @@
 
 #include "cut_text.h"
 #include "response_document.h"
+#include "xml_characters.h"
 
 namespace zel {
 
@@ -24,7 +25,7 @@ std::optional<ModuleRecord> readModuleRecord(Bytes document)
     if (answer.parse(document) != ZEL_OK)
         return {};
     const auto text = [&](const char* name) -> std::string {
-        return wholeText(answer.root().child(name));
+        return xmlText(wholeText(answer.root().child(name)));
     };
     ModuleRecord record;
     record.address = text("IpAdr");

@@ -1,6 +1,7 @@
 #include "pugi_xml_composer.h"
 
 #include "number_format.h"
+#include "xml_characters.h"
 #include "ZEL_VR_Framework.h"
 
 namespace zel {
@@ -71,7 +72,7 @@ std::int32_t PugiXmlComposer::addText(const char* text)
 {
     if (text == nullptr)
         return ZEL_OK;
-    return added(m_current.append_child(pugi::node_pcdata).set_value(text));
+    return added(m_current.append_child(pugi::node_pcdata).set_value(xmlText(text).c_str()));
 }
 
 std::int32_t PugiXmlComposer::addAttribute(const char* name, const std::string& value)
@@ -103,7 +104,7 @@ std::int32_t PugiXmlComposer::addAttribute(const char* name, const char* value)
 {
     if (name == nullptr || value == nullptr)
         return ZEL_FAILED;
-    return added(m_current.append_attribute(name).set_value(value));
+    return added(m_current.append_attribute(name).set_value(xmlText(value).c_str()));
 }
 
 std::int32_t PugiXmlComposer::addElement(const char* name, std::uint32_t value)
@@ -127,12 +128,14 @@ std::int32_t PugiXmlComposer::addElement(const char* name, const char* value)
         return ZEL_FAILED;
     if (isEmpty(name))
         return ZEL_XML_TAG_NOT_DEFINED;
-    return added(m_current.append_child(name).append_child(pugi::node_pcdata).set_value(value));
+    return added(m_current.append_child(name)
+                     .append_child(pugi::node_pcdata)
+                     .set_value(xmlText(value).c_str()));
 }
 
 std::int32_t PugiXmlComposer::addComment(const std::string& text)
 {
-    return added(m_current.append_child(pugi::node_comment).set_value(text.c_str()));
+    return added(m_current.append_child(pugi::node_comment).set_value(xmlText(text).c_str()));
 }
 
 void PugiXmlComposer::saveDocument(pugi::xml_writer& writer) const

@@ -6,7 +6,8 @@
 
 namespace zel {
 
-/// What the composers share that build a pugixml document.
+/// What the composers share that build a pugixml document. Texts, values and comments may hold
+/// anything: what XML cannot carry is replaced.
 class PugiXmlComposer : public XmlComposer {
 public:
     std::int32_t openElement(const char* name) override;

@@ -4,6 +4,7 @@
 #include "number_format.h"
 #include "pugi_xml_buffer_composer.h"
 #include "units.h"
+#include "xml_characters.h"
 #include "xml_loading.h"
 #include "ZEL_VR_Framework.h"
 
@@ -72,7 +73,8 @@ std::int32_t addUnit(XmlComposer& composer, const char* name, std::uint32_t code
 
 std::int32_t addText(XmlComposer& composer, const RecordField& field, const char* text)
 {
-    if (std::memchr(text, '\0', field.size) == nullptr)
+    // A text that the document cannot carry would not come back as it is.
+    if (std::memchr(text, '\0', field.size) == nullptr || !isXmlText(text))
         return ZEL_SRV_INVALID_PARAMETERS;
     return composer.addElement(field.name, text);
 }
@@ -145,7 +147,7 @@ std::int32_t readRange(const pugi::xml_node& node, ZEL_Range& range)
 
 std::int32_t readText(const std::string& text, const RecordField& field, void* record)
 {
-    if (text.size() >= field.size)
+    if (text.size() >= field.size || !isXmlText(text))
         return ZEL_SRV_INVALID_PARAMETERS;
     std::memcpy(static_cast<char*>(record) + field.offset, text.data(), text.size());
     return ZEL_OK;

@@ -93,6 +93,37 @@ TEST(Composers, BuildTheSameDocumentInABufferAndOnAStream)
     EXPECT_EQ(onStream.save(), ZEL_FILE_WRITE);
 }
 
+TEST(Composers, ReplaceWhatXmlCannotCarry)
+{
+#define BAD "\xEF\xBF\xBD"
+    constexpr const char* kTexts[][2] = {
+        {"plain \x7F\xC2\x85\xED\x9F\xBF\xEF\xBF\xBD\xF4\x8F\xBF\xBF",
+         "plain \x7F\xC2\x85\xED\x9F\xBF\xEF\xBF\xBD\xF4\x8F\xBF\xBF"},
+        {"A\x1B"
+         "B\x01",
+         "A" BAD "B" BAD},
+        {"\xFF-\x80-\xC0\x80", BAD "-" BAD "-" BAD BAD},
+        {"\xE0\x9F\xBF\xF0\x8F\xBF\xBF", BAD BAD BAD BAD BAD BAD BAD},
+        {"\xED\xA0\x80 \xF4\x90\x80\x80", BAD BAD BAD " " BAD BAD BAD BAD},
+        {"\xEF\xBF\xBE\xEF\xBF\xBF", BAD BAD},
+        {"\xC3- \xE2\x82- \xF0\x9F\x98", BAD "- " BAD "- " BAD},
+    };
+    for (const auto& [given, shown] : kTexts) {
+        std::ostringstream stream;
+        PugiXmlStreamComposer composer(stream);
+        composer.openElement("R");
+        composer.addAttribute("a", given);
+        composer.addText(given);
+        composer.addElement("E", given);
+        composer.addComment(given);
+        composer.save();
+        const std::string text = shown;
+        EXPECT_EQ(stream.str(), "<?xml version=\"1.0\"?><R a=\"" + text + "\">" + text + "<E>" +
+                                    text + "</E><!--" + text + "--></R>");
+    }
+#undef BAD
+}
+
 TEST(Composers, StartAgainAfterAReset)
 {
     std::vector<char> buffer(100, '#');

@@ -69,6 +69,12 @@ static void sensors(void)
     sensor.physicalRange.maximum = NAN;
     GIVES(ZEL_SRV_INVALID_PARAMETERS, ZEL_XUTIL_ComposeSensor(&sensor, text, &length, 4096));
     sensor.physicalRange.maximum = 1;
+    strcpy(sensor.model, "\x1B");
+    GIVES(ZEL_SRV_INVALID_PARAMETERS, ZEL_XUTIL_ComposeSensor(&sensor, text, &length, 4096));
+    strcpy(sensor.model, "\xE4");
+    GIVES(ZEL_SRV_INVALID_PARAMETERS, ZEL_XUTIL_ComposeSensor(&sensor, text, &length, 4096));
+    GIVES(ZEL_SRV_INVALID_PARAMETERS,
+          ZEL_XUTIL_ParseSensor("<Sensor><Model>&#27;</Model></Sensor>", &sensor));
     memset(sensor.model, 'm', sizeof sensor.model);
     GIVES(ZEL_SRV_INVALID_PARAMETERS, ZEL_XUTIL_ComposeSensor(&sensor, text, &length, 4096));
 
