@@ -56,7 +56,9 @@ nlohmann::json CommandFailure::asJson() const
     if (!m_report.advice.empty()) {
         error["advice"] = m_report.advice;
     }
-    return {{"error", error}};
+    nlohmann::json whole = m_report.result ? *m_report.result : nlohmann::json::object();
+    whole["error"] = error;
+    return whole;
 }
 
 std::string adviceFor(std::int32_t code)

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -16,6 +17,8 @@ struct FailureReport {
     std::string codeText{};             ///< the library's text for the code
     std::string moduleText{};           ///< the module's own words; "" when it said nothing
     std::string advice{};               ///< what to do next
+    /// What programs get besides, where a part of the work was done; null for nothing.
+    std::shared_ptr<const nlohmann::json> result{};
 };
 
 class CommandFailure : public std::exception {

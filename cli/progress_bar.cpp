@@ -13,9 +13,16 @@ ProgressBar::ProgressBar() : m_isTerminal(isTerminal(stderr)) {}
 
 ProgressBar::~ProgressBar()
 {
+    end();
+}
+
+void ProgressBar::end()
+{
     if (m_isDrawn) {
         std::fputs("\n", stderr);
     }
+    m_isDrawn = false;
+    m_drawnColumns = 0;
 }
 
 void ProgressBar::beginStep(const std::string& text)

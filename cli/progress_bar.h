@@ -23,6 +23,9 @@ public:
     /// Where nobody knows how much is still to come.
     void draw(const std::string& text);
 
+    /// What was drawn stays; the next line begins below it.
+    void end();
+
     /// A line for people that stays, also where there is no terminal.
     void tell(const std::string& text);
 

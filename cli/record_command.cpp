@@ -1,22 +1,22 @@
 // zel record: measured values into a file.
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <memory>
 #include <thread>
 
 #include <nlohmann/json.hpp>
 
 #include "application.h"
-#include "file_content.h"
 #include "interrupt.h"
 #include "measured_signal.h"
 #include "module_session.h"
 #include "number_text.h"
 #include "progress_bar.h"
 #include "recording.h"
+#include "recording_file.h"
 #include "ZEL_VR_Framework.h"
 
 namespace zel::cli {
@@ -34,55 +34,10 @@ struct RecordArguments {
     bool mayReplace = false;
 };
 
-/// Where the rows go: a file, or the command's own output.
-class Destination {
-public:
-    Destination(CommandOutput& output, const std::string& name, bool mayReplace)
-        : m_output(output), m_name(name)
-    {
-        if (name.empty()) {
-            return;
-        }
-        requireNewFile(name, mayReplace);
-        m_file.open(hostPath(name), std::ios::binary | std::ios::trunc);
-        if (!m_file) {
-            throw CommandFailure({.problem = "could not create " + name,
-                                  .advice = "does the folder exist, and may you write there?"});
-        }
-    }
-
-    void write(std::string_view text)
-    {
-        if (m_name.empty()) {
-            m_output.bytes(text);
-            m_output.finish();
-        } else {
-            m_file.write(text.data(), static_cast<std::streamsize>(text.size()));
-            failUnlessGood();
-        }
-    }
-
-    void close()
-    {
-        if (m_file.is_open()) {
-            m_file.close();
-            failUnlessGood();
-        }
-    }
-
-private:
-    void failUnlessGood() const
-    {
-        if (!m_file) {
-            throw CommandFailure({.problem = "could not write to " + m_name,
-                                  .advice = "is the disk full? What was written before is in it"});
-        }
-    }
-
-    CommandOutput& m_output;
-    const std::string m_name;
-    std::ofstream m_file;
-};
+std::string countOf(std::uint64_t number, const std::string& what)
+{
+    return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+}
 
 /// The module records as long as this lives.
 class Subscription {
@@ -145,84 +100,219 @@ std::vector<std::string> headingOf(const ModuleSession& session)
     return {"recorded by zel", module};
 }
 
-/// Fetches blocks until what was wanted has come, or Ctrl-C, which is as good an end.
-class Recorder {
+/// Gaps as they come, for people: one line a second at most.
+class GapReport {
 public:
-    Recorder(const ModuleSession& session, Recording& recording)
-        : m_session(session), m_recording(recording), m_buffer(kBufferSize)
+    explicit GapReport(ProgressBar& bar) : m_bar(bar) {}
+
+    void note(const std::string& gap, std::uint64_t lost)
     {
+        ++m_gaps;
+        m_lost += lost;
+        m_last = gap;
     }
 
-    void run(double seconds)
+    void tellNowAndThen()
     {
-        const auto start = Clock::now();
-        while (!isInterrupted()) {
-            const double elapsed = secondsSince(start);
-            if (seconds > 0 && isOver(elapsed - seconds)) {
-                break;
-            }
-            const double fill = fetch();
-            draw(elapsed, seconds, fill);
-            if (fill < kBusy) {
-                std::this_thread::sleep_for(std::chrono::duration<double>(kPause));
-            }
+        constexpr std::chrono::seconds kPause{1};
+        const auto now = Clock::now();
+        if (m_gaps > 0 && now - m_toldAt >= kPause) {
+            m_toldAt = now;
+            tell();
         }
-        fetch(); // what was sampled since the last one
+    }
+
+    void tell()
+    {
+        if (m_gaps > 0) {
+            m_bar.tell("zel: " + (m_gaps == 1 ? m_last
+                                              : std::to_string(m_gaps) + " gaps, " +
+                                                    countOf(m_lost, "sample") +
+                                                    " lost; the last: " + m_last));
+        }
+        m_gaps = 0;
+        m_lost = 0;
     }
 
 private:
-    static constexpr std::size_t kBufferSize = 4U << 20U;
-    static constexpr double kBusy = 0.25;
-    static constexpr double kPause = 0.02;
+    ProgressBar& m_bar;
+    Clock::time_point m_toldAt;
+    std::uint64_t m_gaps = 0; // not told yet
+    std::uint64_t m_lost = 0;
+    std::string m_last;
+};
 
-    static double secondsSince(Clock::time_point start)
+/// Fetches blocks until what was wanted has come, or until Ctrl-C, which is as good an end.
+class Recorder {
+public:
+    Recorder(const ModuleSession& session, const std::vector<MeasuredSignal>& signals,
+             RecordingFile& file, bool isDrawn)
+        : m_session(session),
+          m_file(file),
+          m_recording(
+              signals, headingOf(session),
+              [this](auto lines, auto rows) { m_file.write(lines, rows); },
+              [this](const auto& gap, auto lost) { m_gaps.note(gap, lost); }),
+          m_buffer(kBufferSize),
+          m_isDrawn(isDrawn)
     {
-        return std::chrono::duration<double>(Clock::now() - start).count();
     }
 
-    /// Values come some time after they were measured, and not at all from a signal that rests.
-    bool isOver(double secondsBeyond) const
+    /// Seconds, or 0 for no end but Ctrl-C.
+    void run(double seconds)
     {
-        constexpr double kLongestDelay = 1;
-        return secondsBeyond >= (m_recording.isComplete() ? 0 : kLongestDelay);
-    }
-
-    /// How full the buffer came back, 0 to 1.
-    double fetch()
-    {
-        std::uint64_t received = 0;
-        m_session.judge(
-            ZEL_XDAQ_GetMeasValBlock(m_session.uuid(), m_buffer.data(), &received, m_buffer.size()),
-            "fetch measured values", "what was recorded before is in the file", Answer::data);
-        const double fill = static_cast<double>(received) / kBufferSize;
-        m_recording.take(m_buffer.data(), received, fill < kBusy);
-        return fill;
-    }
-
-    void draw(double elapsed, double seconds, double fill)
-    {
-        constexpr double kRedraw = 0.2;
-        if (elapsed - m_drawn < kRedraw) {
-            return;
+        if (seconds > 0) {
+            m_recording.limit(static_cast<std::uint64_t>(std::llround(seconds * 1e9)));
         }
-        const auto rate =
-            static_cast<double>(m_recording.samples() - m_drawnSamples) / (elapsed - m_drawn);
-        m_drawn = elapsed;
-        m_drawnSamples = m_recording.samples();
-        char text[128];
-        std::snprintf(text, sizeof text, "%.1f s, %.0f samples/s, buffer %.0f %% full, %llu lost",
-                      elapsed, rate, fill * 100,
-                      static_cast<unsigned long long>(m_recording.lost()));
-        m_bar.draw(seconds > 0 ? std::min(elapsed / seconds, 1.0) : 0, text);
+        bool isStopping = false;
+        for (bool hasMore = true; !m_recording.isOver(hasMore);) {
+            if (isInterrupted() && !isStopping) {
+                isStopping = true;
+                m_recording.stopNow();
+            }
+            hasMore = fetch();
+            m_gaps.tellNowAndThen();
+            draw(seconds);
+            if (!hasMore) {
+                std::this_thread::sleep_for(kPause);
+            }
+        }
+        fetch(); // what has no even times may have come until the very end
     }
+
+    void finish()
+    {
+        m_recording.finish();
+        m_file.close();
+        m_gaps.tell();
+        m_bar.end();
+    }
+
+    /// Keeps what there is, and gives the cause with what that is.
+    CommandFailure breakOff(const CommandFailure& cause);
+
+    /// Throws CommandFailure for a recording that is empty or has gaps.
+    void requireWhole() const;
+
+    std::string summary() const
+    {
+        return "recorded " + countOf(m_recording.samples(), "sample") + " in " +
+               countOf(m_file.rows(), "row") + " to " + m_file.name();
+    }
+
+    nlohmann::json result() const;
+
+private:
+    static constexpr std::size_t kBufferSize = 4U << 20U;
+    static constexpr std::chrono::milliseconds kPause{20};
+
+    bool fetch();
+    void draw(double seconds);
 
     const ModuleSession& m_session;
-    Recording& m_recording;
-    std::vector<unsigned char> m_buffer;
+    RecordingFile& m_file;
     ProgressBar m_bar;
-    double m_drawn = 0;
+    GapReport m_gaps{m_bar};
+    Recording m_recording;
+    std::vector<unsigned char> m_buffer;
+    const bool m_isDrawn;
+    std::uint64_t m_largest = 0;
+    Clock::time_point m_drawnAt = Clock::now();
+    std::uint64_t m_drawnRows = 0;
     std::uint64_t m_drawnSamples = 0;
 };
+
+/// Whether the module may have more: it gave a block as full as the buffer, or a limit of its own,
+/// allows.
+bool Recorder::fetch()
+{
+    constexpr std::uint64_t kSmallestLimit = 16384;
+    std::uint64_t received = 0;
+    m_session.judge(
+        ZEL_XDAQ_GetMeasValBlock(m_session.uuid(), m_buffer.data(), &received, m_buffer.size()),
+        "fetch measured values", {}, Answer::data);
+    m_largest = std::max(m_largest, received);
+    const bool hasMore = received >= kSmallestLimit && received >= m_largest / 2;
+    m_recording.take(m_buffer.data(), received, hasMore);
+    return hasMore;
+}
+
+void Recorder::draw(double seconds)
+{
+    constexpr std::chrono::milliseconds kRedraw{200};
+    const auto now = Clock::now();
+    const std::chrono::duration<double> since = now - m_drawnAt;
+    if (!m_isDrawn || since < kRedraw) {
+        return;
+    }
+    const auto inASecond = [&](std::uint64_t number, std::uint64_t before) {
+        return std::llround(static_cast<double>(number - before) / since.count());
+    };
+    char text[160];
+    std::snprintf(text, sizeof text, "%.1f s, %llu rows, %lld rows/s, %lld samples/s, %llu lost",
+                  m_recording.seconds(), static_cast<unsigned long long>(m_recording.rows()),
+                  inASecond(m_recording.rows(), m_drawnRows),
+                  inASecond(m_recording.samples(), m_drawnSamples),
+                  static_cast<unsigned long long>(m_recording.lost()));
+    m_drawnAt = now;
+    m_drawnRows = m_recording.rows();
+    m_drawnSamples = m_recording.samples();
+    if (seconds > 0) {
+        m_bar.draw(m_recording.seconds() / seconds, text);
+    } else {
+        m_bar.draw(text);
+    }
+}
+
+CommandFailure Recorder::breakOff(const CommandFailure& cause)
+{
+    if (!m_file.hasFailed()) {
+        try {
+            m_recording.breakOff();
+        } catch (const CommandFailure&) {
+            // There is one cause.
+        }
+    }
+    constexpr std::size_t kName = 5; // "zel: "
+    const std::string why = cause.message();
+    m_file.breakOff("# broken off: " + why.substr(kName, why.find('\n') - kName) + "\n");
+    FailureReport report = cause.report();
+    report.advice = countOf(m_file.rows(), "row") + " went to " + m_file.name() +
+                    (report.advice.empty() ? "" : "; " + report.advice);
+    report.result = std::make_shared<nlohmann::json>(result());
+    return CommandFailure(report);
+}
+
+void Recorder::requireWhole() const
+{
+    FailureReport report;
+    if (m_recording.rows() == 0) {
+        report.problem = "nothing was recorded: no values came";
+        report.advice = "'zel read " + m_session.address() + "' shows what the signals have now";
+    } else if (m_recording.gaps() > 0) {
+        report.problem = summary() + ", but with " + countOf(m_recording.gaps(), "gap") + ": " +
+                         countOf(m_recording.lost(), "sample") + " lost";
+        report.advice = "lines '# gap:' tell where; fewer signals or a lower --rate give this host "
+                        "less to do";
+    } else {
+        return;
+    }
+    report.result = std::make_shared<nlohmann::json>(result());
+    throw CommandFailure(report);
+}
+
+nlohmann::json Recorder::result() const
+{
+    nlohmann::json result = m_session.identity();
+    result.update({{"file", m_file.name()},
+                   {"rows", m_file.rows()},
+                   {"lost", m_recording.lost()},
+                   {"gaps", m_recording.gaps()}});
+    if (!m_file.hasFailed()) {
+        result["samples"] = m_recording.samples(); // else nobody knows how many arrived
+    }
+    return result;
+}
 
 void record(CommandOutput& output, const RecordArguments& arguments)
 {
@@ -235,40 +325,23 @@ void record(CommandOutput& output, const RecordArguments& arguments)
     const auto signals = signalsWithRate(session, arguments);
     // Before the file is made: what cannot begin leaves none.
     auto subscription = std::make_unique<Subscription>(session, signals);
-    Destination destination(output, arguments.file, arguments.mayReplace);
-    Recording recording(
-        signals, headingOf(session), [&](std::string_view text) { destination.write(text); },
-        [](const std::string& note) { std::fprintf(stderr, "\nzel: %s\n", note.c_str()); });
-    if (arguments.duration > 0) {
-        recording.limit(static_cast<std::uint64_t>(std::llround(arguments.duration * 1e9)));
-    }
+    RecordingFile file(output, arguments.file, arguments.mayReplace);
+    const bool isOnScreen = arguments.file.empty() && output.isOnTerminal();
+    Recorder recorder(session, signals, file, !isOnScreen);
     try {
-        Recorder(session, recording).run(arguments.duration);
-    } catch (...) {
-        // Whatever ended it: what has come is kept.
-        recording.finish();
-        destination.close();
-        throw;
+        recorder.run(arguments.duration);
+        subscription.reset();
+        recorder.finish();
+    } catch (const CommandFailure& failure) {
+        throw recorder.breakOff(failure);
+    } catch (const std::exception& error) {
+        throw recorder.breakOff(CommandFailure({.problem = error.what()}));
     }
-    subscription.reset();
-    recording.finish();
-    destination.close();
-    if (arguments.file.empty()) {
-        return;
-    }
+    recorder.requireWhole();
     if (output.isJson) {
-        output.json(session.identity(), {{"file", arguments.file},
-                                         {"rows", recording.rows()},
-                                         {"samples", recording.samples()},
-                                         {"lost", recording.lost()},
-                                         {"gaps", recording.gaps()}});
-    } else {
-        output.line("recorded " + std::to_string(recording.samples()) + " samples in " +
-                    std::to_string(recording.rows()) + " rows to " + arguments.file +
-                    (recording.gaps() > 0
-                         ? ", with " + std::to_string(recording.gaps()) +
-                               " gaps: " + std::to_string(recording.lost()) + " samples lost"
-                         : ", without a gap"));
+        output.json(recorder.result());
+    } else if (!arguments.file.empty()) {
+        output.line(recorder.summary() + ", without a gap");
     }
 }
 

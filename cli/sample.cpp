@@ -1,5 +1,6 @@
 #include "sample.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cmath>
@@ -92,6 +93,13 @@ std::uint64_t timeOfIndex(std::uint64_t index, std::uint64_t millihertz)
     // index * 10^12 / rate without leaving 64 bits: the whole seconds first.
     const std::uint64_t turned = index * 1000;
     return turned / millihertz * kNanoseconds + turned % millihertz * kNanoseconds / millihertz;
+}
+
+double samplesIn(std::uint64_t nanoseconds, std::uint64_t millihertz)
+{
+    constexpr double kMost = 1e15; // whatever a module says, a number that can be counted with
+    return std::min(static_cast<double>(nanoseconds) * static_cast<double>(millihertz) / 1e12,
+                    kMost);
 }
 
 bool decodeRecord(const void* block, const ZEL_DaqHeader& header, std::uint64_t offset,

@@ -268,6 +268,14 @@ verdict $? "run.csv holds the counter"
 it_works '^recorded 10 samples in 10 rows ' record "$module" Torque --duration 0.01 --out short.csv
 it_fails "'0' is no number above 0" record "$module" Torque --duration 0
 it_works '"lost":0' record "$module" Torque --duration 0.1 --out run.csv --force --json
+mkdir small
+mount -t tmpfs -o size=64k none small
+it_fails 'could not write to small/r.csv: No space left .* [0-9]{4} rows went to small/r.csv' \
+    record "$module" Torque --out small/r.csv
+tr -d '\r' <small/r.csv | awk -F, '/^[0-9]/ && !/^[0-9.]+,[-0-9.e+]+$/ { cut = 1 }
+    END { exit cut || !/^# broken off: .*No space left/ }'
+verdict $? "a full disk leaves whole lines and the reason"
+umount small
 run watch "$module" Torque --count 2 --interval 0.05
 [ "$code" -eq 0 ] && [ "$(grep -c "^$signal" out)" -eq 2 ]
 verdict $? "zel watch shows values twice"
@@ -300,6 +308,15 @@ verdict $? "an answer of a control that is too long for the buffer is not lost"
 start_module --fault disconnect:6/12
 it_works 'is back; it gave no answer' restart "$module" --wait 30
 it_fails 'could not connect to 127.0.0.1:1: TCP: Connect failed .*switched on' get 127.0.0.1:1 x
+start_module --fault disconnect:5/1
+it_fails 'connection was lost' record "$module" AnalogIn_Connector0.Signal0 --out lost.csv
+grep -q '^# broken off: could not fetch' lost.csv
+verdict $? "a recording says that it was broken off"
+start_module --buffer-time 1
+run record "$module" AnalogIn_Connector{0..1}.Signal0 --rate 1000 --duration 0.5 --out x.csv --json
+[ "$code" -eq 1 ] && grep -q 'gaps: .* lost' err && tr -d '{}"' <out | tr ',' '\n' |
+    awk -F: '/^(samples|lost):/ { sum += $2 } /^lost:0/ { sum = 0 } END { exit sum != 1000 }'
+verdict $? "samples and lost samples are all that there were, and losses a failure"
 start_module --fault disconnect:1/10
 it_fails 'could not read System/Name .*connection was lost' get "$module" System/Name
 start_module --fault silence:1/10
@@ -322,19 +339,24 @@ if [ "$(head -c 2 "$zel")" != '#!' ]; then
     [ "$code" -eq 1 ] && [ ! -s out ] && grep -q '^zel: stopped' err
     verdict $? "an interrupted command stops cleanly"
 
-    "$zel" record "$module" AnalogIn_Connector0.Signal0 --out stopped.csv >out 2>err &
-    process=$!
-    for _ in $(seq 1200); do
-        [ -e stopped.csv ] && break
-        sleep 0.05
+    for signal in TERM HUP KILL; do
+        "$zel" record "$module" AnalogIn_Connector0.Signal0 --out $signal.csv >out 2>err &
+        process=$!
+        for _ in $(seq 1200); do
+            [ -s $signal.csv ] && break
+            sleep 0.05
+        done
+        sleep 1
+        kill -$signal $process
+        wait $process 2>/dev/null
+        code=$?
+        [ "$(grep -c '^[0-9]' $signal.csv)" -gt 600 ] && [ -z "$(tail -c 1 $signal.csv)" ] &&
+            if [ $signal != KILL ]; then
+                [ "$code" -eq 0 ] && tail -n 1 $signal.csv | grep -q '^# end: ' &&
+                    grep -q "^recorded .* rows to $signal.csv" out
+            fi
+        verdict $? "a recording that SIG$signal ends is in the file"
     done
-    sleep 0.3
-    kill -TERM $process
-    wait $process
-    code=$?
-    [ "$code" -eq 0 ] && grep -q '^recorded .* rows to stopped.csv' out &&
-        [ "$(grep -c '^[0-9]' stopped.csv)" -gt 100 ]
-    verdict $? "Ctrl-C is a good end of a recording"
 
     it_works '= a\\x9B\\x9Bé$' set "$module" System/Name $'a\x9b\xc2\x9bé'
     # A person at a terminal is asked; a pipe is not, and does not wait either.
