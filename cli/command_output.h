@@ -7,6 +7,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "command_failure.h"
+#include "console.h"
 #include "text_table.h"
 
 namespace zel::cli {
@@ -46,6 +47,7 @@ public:
     void json(nlohmann::json identity, const nlohmann::json& result);
 
     bool isOnTerminal() const;
+    TerminalSize terminalSize() const { return zel::cli::terminalSize(m_results); }
 
     /// Writes out what is buffered; throws CommandFailure when the result could not be written, or
     /// ReaderGone.

@@ -65,6 +65,12 @@ std::vector<std::string> utf8Arguments(int argc, char** argv)
 void prepareConsole()
 {
     SetConsoleOutputCP(CP_UTF8);
+    // What moves the cursor is text like any other until it is asked for.
+    const HANDLE console = GetStdHandle(STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    if (GetConsoleMode(console, &mode) != 0) {
+        SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    }
 }
 
 void setEnvironment(const char* name, const std::string& value)

@@ -12,8 +12,8 @@ namespace zel::cli {
 /// The command line as UTF-8, without the program's name.
 std::vector<std::string> utf8Arguments(int argc, char** argv);
 
-/// Prepares the streams: UTF-8 on a Windows console, and a reader that goes away gives an error
-/// when writing instead of ending the process with its connections open.
+/// Prepares the streams: UTF-8 and cursor movements on a Windows console, and a reader that goes
+/// away gives an error when writing instead of ending the process with its connections open.
 void prepareConsole();
 
 void setEnvironment(const char* name, const std::string& value);

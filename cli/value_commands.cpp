@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <memory>
+#include <sstream>
 #include <thread>
 
 #include <nlohmann/json.hpp>
@@ -11,6 +12,9 @@
 #include "interrupt.h"
 #include "measured_signal.h"
 #include "module_session.h"
+#include "number_text.h"
+#include "printable.h"
+#include "sample.h"
 #include "ZEL_VR_Framework.h"
 
 namespace zel::cli {
@@ -178,24 +182,94 @@ void read(CommandOutput& output, const ValueArguments& arguments)
     }
 }
 
-/// Draws the table over the one before, on a terminal.
+std::uint64_t hostTime()
+{
+    using namespace std::chrono;
+    return static_cast<std::uint64_t>(
+        duration_cast<nanoseconds>(system_clock::now().time_since_epoch()).count());
+}
+
+/// "2026-11-21T05:46:00.123Z", the host's time
+std::string hostTimeText()
+{
+    constexpr std::size_t kSmallerThanMilliseconds = 6;
+    std::string text = utcText(hostTime());
+    return text.erase(text.size() - 1 - kSmallerThanMilliseconds, kSmallerThanMilliseconds);
+}
+
+/// Values again and again: on a terminal in the place of the ones before, else as lines below one
+/// heading.
 class Screen {
 public:
-    void show(CommandOutput& output, const TextTable& table)
+    explicit Screen(CommandOutput& output) : m_output(output) {}
+
+    void show(const std::string& time, const std::vector<Reading>& readings)
     {
-        if (output.isOnTerminal() && m_lines > 0) {
-            output.bytes("\x1b[" + std::to_string(m_lines) + "A\x1b[J");
+        if (m_output.isOnTerminal()) {
+            draw(time, readings);
+        } else {
+            append(time, readings);
         }
-        output.table(table, "no signal is switched on");
-        output.finish();
-        const std::string text = table.text();
-        m_lines = table.isEmpty()
-                      ? 1
-                      : static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+        m_output.finish();
     }
 
 private:
-    std::size_t m_lines = 0;
+    void append(const std::string& time, const std::vector<Reading>& readings)
+    {
+        TextTable table({{"Time"}, {"Signal"}, {"Name"}, {"Value", Align::right}, {"Unit"}});
+        for (const Reading& reading : readings) {
+            table.addRow({time, reading.signal.reference, reading.signal.name,
+                          valueText(reading.value), unitOf(reading)});
+        }
+        const std::string text = table.text();
+        m_output.bytes(text.substr(m_hasHeading ? text.find('\n') + 1 : 0));
+        m_hasHeading = true;
+    }
+
+    /// What a narrow terminal cuts off must not be the values.
+    static std::string linesOf(const std::vector<Reading>& readings)
+    {
+        TextTable table({{"Value", Align::right}, {"Unit"}, {"Signal"}, {"Name"}});
+        for (const Reading& reading : readings) {
+            table.addRow({valueText(reading.value), unitOf(reading), reading.signal.reference,
+                          reading.signal.name});
+        }
+        return readings.empty() ? "no signal is switched on\n" : table.text();
+    }
+
+    void draw(const std::string& time, const std::vector<Reading>& readings)
+    {
+        const TerminalSize size = m_output.terminalSize();
+        // What was drawn for another width may have wrapped: nobody knows where it is now.
+        const bool isResized = size.columns != m_size.columns || size.lines != m_size.lines;
+        m_output.bytes(m_lines == 0 ? ""
+                       : isResized  ? "\x1b[2J\x1b[H"
+                                    : "\x1b[" + std::to_string(m_lines) + "A");
+        m_size = size;
+        std::istringstream lines(time + '\n' + linesOf(readings));
+        const std::size_t count = readings.empty() ? 2 : readings.size() + 2;
+        m_lines = std::min(count, size.lines - 1); // the last one is the cursor's
+        const bool isCut = m_lines < count;
+        std::string line;
+        for (std::size_t i = 0; i + (isCut ? 1 : 0) < m_lines && std::getline(lines, line); ++i) {
+            putLine(line);
+        }
+        if (isCut) {
+            putLine("... " + std::to_string(count - m_lines + 1) + " more: name those to watch");
+        }
+        m_output.bytes("\x1b[J");
+    }
+
+    void putLine(const std::string& line)
+    {
+        m_output.bytes(firstColumns(line, m_size.columns - 1));
+        m_output.bytes("\x1b[K\n");
+    }
+
+    CommandOutput& m_output;
+    bool m_hasHeading = false;
+    TerminalSize m_size;
+    std::size_t m_lines = 0; // drawn
 };
 
 void watch(CommandOutput& output, const ValueArguments& arguments)
@@ -205,7 +279,7 @@ void watch(CommandOutput& output, const ValueArguments& arguments)
     const Reader reader(session, arguments.signals);
     const auto interval = std::chrono::duration_cast<Clock::duration>(
         std::chrono::duration<double>(arguments.interval));
-    Screen screen;
+    Screen screen(output);
     auto next = Clock::now();
     for (std::uint64_t shown = 0; arguments.count == 0 || shown < arguments.count; ++shown) {
         while (Clock::now() < next && !isInterrupted()) {
@@ -217,11 +291,12 @@ void watch(CommandOutput& output, const ValueArguments& arguments)
         }
         session.forgetWarning();
         const auto readings = reader.read();
+        const std::string time = hostTimeText();
         if (output.isJson) {
-            output.json(session.identity(), {{"values", jsonOf(readings)}});
+            output.json(session.identity(), {{"time", time}, {"values", jsonOf(readings)}});
             output.finish();
         } else {
-            screen.show(output, tableOf(readings));
+            screen.show(time, readings);
         }
         next = std::max(next + interval, Clock::now());
     }
@@ -264,6 +339,13 @@ void addValueCommands(CLI::App& app, Application& application)
         ->check(CLI::Range(0.01, 3600.0))
         ->option_text("SECONDS");
     live.add_option("--count", toWatch->count, "End after so many; otherwise Ctrl-C ends it")
+        ->check(CLI::Validator(
+            [](const std::string& text) {
+                return wholeNumber<std::uint64_t>(text).value_or(0) > 0
+                           ? ""
+                           : "'" + text + "' is no whole number above 0";
+            },
+            ""))
         ->option_text("N");
     whenChosen(live, application, toWatch, watch);
 }

@@ -277,8 +277,11 @@ tr -d '\r' <small/r.csv | awk -F, '/^[0-9]/ && !/^[0-9.]+,[-0-9.e+]+$/ { cut = 1
 verdict $? "a full disk leaves whole lines and the reason"
 umount small
 run watch "$module" Torque --count 2 --interval 0.05
-[ "$code" -eq 0 ] && [ "$(grep -c "^$signal" out)" -eq 2 ]
-verdict $? "zel watch shows values twice"
+[ "$code" -eq 0 ] && [ "$(grep -cE "^20[-0-9]+T[:.0-9]+Z  $signal " out)" -eq 2 ] &&
+    [ "$(wc -l <out)" -eq 3 ]
+verdict $? "zel watch shows values and their times twice, below one heading"
+json_holds Torque values 0 name -- watch "$module" Torque --count 1
+it_fails "'0' is no whole number above 0" watch "$module" --count 0
 
 # Warnings: the result is there, and the module's words are.
 cat >warning.json <<JSON
@@ -357,6 +360,12 @@ if [ "$(head -c 2 "$zel")" != '#!' ]; then
             fi
         verdict $? "a recording that SIG$signal ends is in the file"
     done
+
+    script -qec "stty rows 8 cols 30; '$zel' watch $module --count 1" /dev/null </dev/null >out
+    code=$?
+    [ "$code" -eq 0 ] && [ "$(wc -l <out)" -eq 7 ] && grep -q '^[.]\{3\} 44 more' out &&
+        [ -z "$(sed 's/\x1b[^A-Z]*[A-Z]//g; s/\r//' out | grep -E '.{30}')" ]
+    verdict $? "zel watch fills the terminal and no more"
 
     it_works '= a\\x9B\\x9Bé$' set "$module" System/Name $'a\x9b\xc2\x9bé'
     # A person at a terminal is asked; a pipe is not, and does not wait either.
