@@ -37,8 +37,9 @@ static unsigned long print_block(uint64_t size, float* latest)
     for (uint32_t index = 0;
          ZEL_XUTIL_GetDaqHeader(ZEL_DAQ_BY_INDEX, index, block, size, &header, &offset) == ZEL_OK;
          ++index) {
-        /* Kind 1: evenly sampled; 36: 32-bit floats. Others are taken apart in their own way. */
-        if (header.signalId != ID || header.kind != 1 || header.dataType != 36)
+        /* Evenly sampled 32-bit floats. Others are taken apart in their own way. */
+        if (header.signalId != ID || header.kind != ZEL_DAQ_WITH_RATE ||
+            header.dataType != ZEL_DAQ_REAL32)
             continue;
         ZEL_XUTIL_GetDaqData(offset, block, &header, values, sizeof values);
         for (uint32_t i = 0; i < header.count && i < LARGEST_RECORD; ++i) {

@@ -81,25 +81,29 @@
  * after that. Between vfork and exec no export may be called.
  *
  * "1/10" in a description is the module's service and its method.
+ *
+ * Other languages
+ * ---------------
+ * Preprocessed as C, this file is declarations that parsers of C accept, cffi's cdef among them. On
+ * Linux that is so as it stands; with ZEL_CDEF defined it is declarations of this file alone, the
+ * same ones on every platform ("cc -E -P -DZEL_CDEF"). The records of the status exports are packed
+ * to 4 bytes, which such a parser does not see; all others are laid out the same way with and
+ * without that, so tell it to pack all: ffi.cdef(text, pack=4). C++ checks the sizes of the records
+ * and the places of their members; C does so where ZEL_CHECK_LAYOUT is defined.
  */
 #ifndef ZEL_VR_FRAMEWORK_H
 #define ZEL_VR_FRAMEWORK_H
 
-#include <stddef.h>
+#ifndef ZEL_CDEF
 #include <stdint.h>
+#endif
 
-#if defined(_WIN32) && !defined(ZEL_STATIC)
+#if defined(_WIN32) && !defined(ZEL_STATIC) && !defined(ZEL_CDEF)
 #define ZEL_API __declspec(dllimport)
-#elif defined(__GNUC__) && !defined(_WIN32)
+#elif defined(ZEL_BUILDS_LIBRARY) && defined(__GNUC__) && !defined(_WIN32)
 #define ZEL_API __attribute__((visibility("default")))
 #else
 #define ZEL_API
-#endif
-
-#ifdef __cplusplus
-#define ZEL_LAYOUT(condition) static_assert(condition, #condition)
-#else
-#define ZEL_LAYOUT(condition) _Static_assert(condition, #condition)
 #endif
 
 #ifdef __cplusplus
@@ -204,7 +208,9 @@ extern "C" {
 #define ZEL_LIST_SIZE 256    /**< entries of the ordinary error and status lists */
 #define ZEL_LIST_SIZE_EX 550 /**< entries of the Ex lists */
 
+#ifndef ZEL_CDEF
 #pragma pack(push, 4)
+#endif
 
 /** One error of a module. */
 typedef struct ZEL_ErrorEntry {
@@ -254,21 +260,9 @@ typedef struct ZEL_ConnectedModule {
     uint8_t reserved[16];     /**< left as it is */
 } ZEL_ConnectedModule;
 
+#ifndef ZEL_CDEF
 #pragma pack(pop)
-
-ZEL_LAYOUT(sizeof(ZEL_ErrorEntry) == 148);
-ZEL_LAYOUT(offsetof(ZEL_ErrorEntry, text) == 20);
-ZEL_LAYOUT(sizeof(ZEL_ErrorList) == 4 + 256 * 148);
-ZEL_LAYOUT(sizeof(ZEL_ErrorListEx) == 4 + 550 * 148);
-ZEL_LAYOUT(sizeof(ZEL_StatusEntry) == 152);
-ZEL_LAYOUT(offsetof(ZEL_StatusEntry, value) == 16);
-ZEL_LAYOUT(offsetof(ZEL_StatusEntry, info) == 24);
-ZEL_LAYOUT(offsetof(ZEL_StatusList, entries) == 4);
-ZEL_LAYOUT(sizeof(ZEL_StatusList) == 4 + 256 * 152);
-ZEL_LAYOUT(sizeof(ZEL_StatusListEx) == 4 + 550 * 152);
-ZEL_LAYOUT(sizeof(ZEL_ConnectedModule) == 32);
-ZEL_LAYOUT(offsetof(ZEL_ConnectedModule, deviceType) == 8);
-ZEL_LAYOUT(offsetof(ZEL_ConnectedModule, activeInterface) == 12);
+#endif
 
 /* ------------------------------------------------------------------------------------------------
  * Records of the scans
@@ -292,14 +286,6 @@ typedef struct ZEL_SegmentArray {
     ZEL_SegmentModule modules[ZEL_SEGMENT_SIZE];
 } ZEL_SegmentArray;
 
-ZEL_LAYOUT(sizeof(ZEL_SegmentModule) == 176);
-ZEL_LAYOUT(offsetof(ZEL_SegmentModule, port) == 16);
-ZEL_LAYOUT(offsetof(ZEL_SegmentModule, uuid) == 24);
-ZEL_LAYOUT(offsetof(ZEL_SegmentModule, name) == 32);
-ZEL_LAYOUT(offsetof(ZEL_SegmentModule, moduleType) == 160);
-ZEL_LAYOUT(offsetof(ZEL_SegmentArray, modules) == 8);
-ZEL_LAYOUT(sizeof(ZEL_SegmentArray) == 22536);
-
 /* ------------------------------------------------------------------------------------------------
  * Records of the measured values
  * --------------------------------------------------------------------------------------------- */
@@ -308,30 +294,62 @@ ZEL_LAYOUT(sizeof(ZEL_SegmentArray) == 22536);
 #define ZEL_PATH_SIZE 256
 #define ZEL_UNIT_SIZE 32
 
-/** The value of a record header that belongs to the record as a whole; the kind and the data type
- *  tell which member holds it, see ZEL_DaqHeader. A 4-byte value occupies the first four bytes. */
+/**
+ * Data types: the elements of a record. The low four bits are the size of one element in bytes, 0
+ * meaning 16. The elements of evenly sampled signals are values. Those of the TIMED types begin
+ * with the 8 bytes of their own time stamp (uint64_t, as ZEL_DaqHeader::timeStamp), behind which
+ * the value follows without a gap: where it has 4 bytes, an element has 12, and every other one is
+ * not aligned (copy with memcpy).
+ *
+ * "No value" is the largest finite number of a REAL type, the largest number of an INT type, and
+ * all ones of a UINT type.
+ */
+#define ZEL_DAQ_INT32 UINT32_C(20)         /**< int32_t */
+#define ZEL_DAQ_INT64 UINT32_C(24)         /**< int64_t */
+#define ZEL_DAQ_REAL32 UINT32_C(36)        /**< float */
+#define ZEL_DAQ_REAL64 UINT32_C(40)        /**< double */
+#define ZEL_DAQ_TIMED_INT64 UINT32_C(80)   /**< time stamp and int64_t */
+#define ZEL_DAQ_TIMED_INT32 UINT32_C(92)   /**< time stamp and int32_t */
+#define ZEL_DAQ_TIMED_REAL64 UINT32_C(96)  /**< time stamp and double */
+#define ZEL_DAQ_TIMED_REAL32 UINT32_C(108) /**< time stamp and float */
+#define ZEL_DAQ_TIMED_UINT64 UINT32_C(224) /**< time stamp and uint64_t */
+#define ZEL_DAQ_TIMED_UINT32 UINT32_C(236) /**< time stamp and uint32_t */
+
+/** Kinds of records: what ZEL_DaqHeader::extra is. */
+#define ZEL_DAQ_WITH_RATE UINT32_C(1)   /**< the sample rate */
+#define ZEL_DAQ_WITH_BEFORE UINT32_C(2) /**< the value before the first element */
+
+/**
+ * The extra value of a record.
+ *
+ * In records of kind ZEL_DAQ_WITH_RATE it is in `u64`: the sample rate in millihertz, or 0 where
+ * the elements have time stamps of their own.
+ *
+ * In records of kind ZEL_DAQ_WITH_BEFORE it is the signal's value just before the first element, or
+ * "no value" where there is none, and the data type tells the member: `i32` for ZEL_DAQ_INT32,
+ * `u32` for ZEL_DAQ_TIMED_UINT32, `f32` for the REAL32 types and for ZEL_DAQ_TIMED_INT32, which
+ * gives it as a float; `i64`, `u64` and `f64` for the types of 64 bits. For a data type that is not
+ * in the list above the `bytes` are as the module sent them.
+ */
 typedef union ZEL_DaqExtra {
     uint64_t u64;
+    int64_t i64;
     double f64;
-    uint32_t u32;
+    uint32_t u32; /**< these three are the first four bytes */
+    int32_t i32;
     float f32;
     uint8_t bytes[8];
 } ZEL_DaqExtra;
 
-/**
- * Header of one record of a measured-value block, in the host's byte order.
- *
- * The low four bits of dataType are the size of one element in bytes, 0 meaning 16. The extra value
- * is `u64` in records of kind 1; in records of kind 2 it is `f32` for the data types 92 and 108,
- * `u32` for 20, 36 and 236, `f64` for 40 and 96, `u64` for 24, 80 and 224, and the unconverted
- * `bytes` for any other type.
- */
+/** Header of one record of a measured-value block, in the host's byte order. */
 typedef struct ZEL_DaqHeader {
-    uint8_t kind; /**< 1 or 2 */
-    uint8_t dataType;
+    uint8_t kind;       /**< ZEL_DAQ_WITH_RATE or ZEL_DAQ_WITH_BEFORE */
+    uint8_t dataType;   /**< ZEL_DAQ_INT32 to ZEL_DAQ_TIMED_UINT32 */
     uint16_t signalId;  /**< the user signal id given to ZEL_XDAQ_AddSignal */
     uint32_t count;     /**< number of elements */
-    uint64_t timeStamp; /**< start time of the record */
+    uint64_t timeStamp; /**< time of the first element: nanoseconds since 1970-01-01 00:00 UTC, by
+                             the module's clock. Element i of an evenly sampled record was taken
+                             i * 10^12 / rate in millihertz nanoseconds later */
     ZEL_DaqExtra extra;
 } ZEL_DaqHeader;
 
@@ -352,9 +370,9 @@ typedef struct ZEL_SignalInfoEx {
     char path[ZEL_PATH_SIZE]; /**< parameter path of the signal */
     char name[ZEL_SIGNAL_ID_SIZE];
     char unit[ZEL_UNIT_SIZE];
-    double sampleRate; /**< in hertz; 0 for time-stamped values */
-    uint32_t dataType; /**< ZEL_DaqHeader::dataType of its records; 0 where the module is silent */
-    uint32_t recordKind; /**< ZEL_DaqHeader::kind of its records */
+    double sampleRate;   /**< in hertz; 0 for time-stamped values */
+    uint32_t dataType;   /**< ZEL_DAQ_INT32 to ZEL_DAQ_TIMED_UINT32; 0 where the module is silent */
+    uint32_t recordKind; /**< ZEL_DAQ_WITH_RATE or ZEL_DAQ_WITH_BEFORE */
     uint32_t isEnabled;  /**< 1 when the signal is switched on */
     uint32_t reserved;
 } ZEL_SignalInfoEx;
@@ -370,21 +388,6 @@ typedef struct ZEL_TriggerEvent {
     double value;           /**< of the signal, or of the status */
     ZEL_StatusEntry status; /**< the status; zeroes for a signal's condition */
 } ZEL_TriggerEvent;
-
-ZEL_LAYOUT(sizeof(ZEL_DaqHeader) == 24);
-ZEL_LAYOUT(offsetof(ZEL_DaqHeader, signalId) == 2);
-ZEL_LAYOUT(offsetof(ZEL_DaqHeader, count) == 4);
-ZEL_LAYOUT(offsetof(ZEL_DaqHeader, timeStamp) == 8);
-ZEL_LAYOUT(offsetof(ZEL_DaqHeader, extra) == 16);
-ZEL_LAYOUT(sizeof(ZEL_SignalInfo) == 128);
-ZEL_LAYOUT(sizeof(ZEL_SignalInfoEx) == 584);
-ZEL_LAYOUT(offsetof(ZEL_SignalInfoEx, path) == 144);
-ZEL_LAYOUT(offsetof(ZEL_SignalInfoEx, name) == 400);
-ZEL_LAYOUT(offsetof(ZEL_SignalInfoEx, sampleRate) == 560);
-ZEL_LAYOUT(offsetof(ZEL_SignalInfoEx, isEnabled) == 576);
-ZEL_LAYOUT(sizeof(ZEL_MeasuredValue) == 136);
-ZEL_LAYOUT(offsetof(ZEL_TriggerEvent, status) == 8);
-ZEL_LAYOUT(sizeof(ZEL_TriggerEvent) == 160);
 
 /* ------------------------------------------------------------------------------------------------
  * Records of the sensor, signal and gate documents
@@ -494,16 +497,6 @@ typedef struct ZEL_ReplyMessage {
     char type[32];  /**< "Error" or "Warning", as the module words it; cut as text is */
     char text[256]; /**< terminated; what does not fit is cut off, never within a character */
 } ZEL_ReplyMessage;
-
-ZEL_LAYOUT(sizeof(ZEL_Sensor) == 424);
-ZEL_LAYOUT(offsetof(ZEL_Sensor, physicalUnit) == 368);
-ZEL_LAYOUT(offsetof(ZEL_Sensor, physicalRange) == 376);
-ZEL_LAYOUT(sizeof(ZEL_CanSensor) == 272);
-ZEL_LAYOUT(offsetof(ZEL_CanSensor, modeValue) == 224);
-ZEL_LAYOUT(sizeof(ZEL_Signal) == 112);
-ZEL_LAYOUT(sizeof(ZEL_CanSignal) == 104);
-ZEL_LAYOUT(sizeof(ZEL_GateIndex) == 224);
-ZEL_LAYOUT(sizeof(ZEL_ReplyMessage) == 288);
 
 /* ------------------------------------------------------------------------------------------------
  * Start and stop
@@ -1184,7 +1177,8 @@ ZEL_API int32_t ZEL_XDAQ_AddSignal(uint64_t uuid, const char* reference, uint16_
  * Sends the subscription to the module (5/2), which starts it. Whatever the result, the next
  * subscription begins with ZEL_XDAQ_OpenSubscription.
  *
- * @param startTime  time at which the module starts, 0 for at once
+ * @param startTime  time of the first sample, as ZEL_DaqHeader::timeStamp; 0, or a time that has
+ *                   passed, for at once
  * @return ZEL_OK; ZEL_SYS_NOT_STARTED; ZEL_FAILED (never opened); ZEL_DAQ_SUBSCRIPTION_STATE
  *         (already finished); request codes
  * @threads any; blocks for the request time, and with it the subscription calls for the same
@@ -2004,6 +1998,66 @@ ZEL_API int32_t ZEL_XUTIL_GetNilValues(double* real, int32_t* integer, uint32_t*
 
 #ifdef __cplusplus
 }
+#endif
+
+/* ------------------------------------------------------------------------------------------------
+ * Layout of the records
+ * --------------------------------------------------------------------------------------------- */
+
+#if defined(__cplusplus) || defined(ZEL_CHECK_LAYOUT)
+#include <stddef.h>
+
+#ifdef __cplusplus
+#define ZEL_LAYOUT(condition) static_assert(condition, #condition)
+#else
+#define ZEL_LAYOUT(condition) _Static_assert(condition, #condition)
+#endif
+
+ZEL_LAYOUT(sizeof(ZEL_ErrorEntry) == 148);
+ZEL_LAYOUT(offsetof(ZEL_ErrorEntry, text) == 20);
+ZEL_LAYOUT(sizeof(ZEL_ErrorList) == 4 + 256 * 148);
+ZEL_LAYOUT(sizeof(ZEL_ErrorListEx) == 4 + 550 * 148);
+ZEL_LAYOUT(sizeof(ZEL_StatusEntry) == 152);
+ZEL_LAYOUT(offsetof(ZEL_StatusEntry, value) == 16);
+ZEL_LAYOUT(offsetof(ZEL_StatusEntry, info) == 24);
+ZEL_LAYOUT(offsetof(ZEL_StatusList, entries) == 4);
+ZEL_LAYOUT(sizeof(ZEL_StatusList) == 4 + 256 * 152);
+ZEL_LAYOUT(sizeof(ZEL_StatusListEx) == 4 + 550 * 152);
+ZEL_LAYOUT(sizeof(ZEL_ConnectedModule) == 32);
+ZEL_LAYOUT(offsetof(ZEL_ConnectedModule, deviceType) == 8);
+ZEL_LAYOUT(offsetof(ZEL_ConnectedModule, activeInterface) == 12);
+ZEL_LAYOUT(sizeof(ZEL_SegmentModule) == 176);
+ZEL_LAYOUT(offsetof(ZEL_SegmentModule, port) == 16);
+ZEL_LAYOUT(offsetof(ZEL_SegmentModule, uuid) == 24);
+ZEL_LAYOUT(offsetof(ZEL_SegmentModule, name) == 32);
+ZEL_LAYOUT(offsetof(ZEL_SegmentModule, moduleType) == 160);
+ZEL_LAYOUT(offsetof(ZEL_SegmentArray, modules) == 8);
+ZEL_LAYOUT(sizeof(ZEL_SegmentArray) == 22536);
+ZEL_LAYOUT(sizeof(ZEL_DaqHeader) == 24);
+ZEL_LAYOUT(offsetof(ZEL_DaqHeader, signalId) == 2);
+ZEL_LAYOUT(offsetof(ZEL_DaqHeader, count) == 4);
+ZEL_LAYOUT(offsetof(ZEL_DaqHeader, timeStamp) == 8);
+ZEL_LAYOUT(offsetof(ZEL_DaqHeader, extra) == 16);
+ZEL_LAYOUT(sizeof(ZEL_SignalInfo) == 128);
+ZEL_LAYOUT(sizeof(ZEL_SignalInfoEx) == 584);
+ZEL_LAYOUT(offsetof(ZEL_SignalInfoEx, path) == 144);
+ZEL_LAYOUT(offsetof(ZEL_SignalInfoEx, name) == 400);
+ZEL_LAYOUT(offsetof(ZEL_SignalInfoEx, sampleRate) == 560);
+ZEL_LAYOUT(offsetof(ZEL_SignalInfoEx, isEnabled) == 576);
+ZEL_LAYOUT(sizeof(ZEL_MeasuredValue) == 136);
+ZEL_LAYOUT(offsetof(ZEL_TriggerEvent, status) == 8);
+ZEL_LAYOUT(sizeof(ZEL_TriggerEvent) == 160);
+ZEL_LAYOUT(sizeof(ZEL_Sensor) == 424);
+ZEL_LAYOUT(offsetof(ZEL_Sensor, physicalUnit) == 368);
+ZEL_LAYOUT(offsetof(ZEL_Sensor, physicalRange) == 376);
+ZEL_LAYOUT(sizeof(ZEL_CanSensor) == 272);
+ZEL_LAYOUT(offsetof(ZEL_CanSensor, modeValue) == 224);
+ZEL_LAYOUT(sizeof(ZEL_Signal) == 112);
+ZEL_LAYOUT(sizeof(ZEL_CanSignal) == 104);
+ZEL_LAYOUT(sizeof(ZEL_GateIndex) == 224);
+ZEL_LAYOUT(sizeof(ZEL_ReplyMessage) == 288);
+
+#undef ZEL_LAYOUT
 #endif
 
 #endif

@@ -2,7 +2,7 @@
 # Installs what the builds need and this machine lacks. Touches nothing when all is there.
 #
 #   install-packages.sh        to build and test on Linux
-#   install-packages.sh all    also for Windows, the fuzz targets and the format check
+#   install-packages.sh all    also for Windows, the fuzz targets, the format and the header check
 set -euo pipefail
 export LC_ALL=C DEBIAN_FRONTEND=noninteractive
 
@@ -16,7 +16,7 @@ if [ "${1:-}" = all ]; then
     packages+=(
         clang-14 libclang-rt-14-dev clang-format-14
         g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
-        wine wine64 googletest dpkg-dev ca-certificates
+        wine wine64 googletest dpkg-dev ca-certificates python3-cffi
     )
 fi
 

@@ -2,7 +2,7 @@
 # Builds and tests. On a bare Debian 12 it installs what it needs first.
 #
 #   test.sh          the Linux tests
-#   test.sh --all    also the format, the exports, the sanitizers, Windows (under Wine), the fuzz
+#   test.sh --all    also the format, the header, the sanitizers, Windows (under Wine), the fuzz
 #                    targets, the benchmarks' smoke run and the demo
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -103,6 +103,7 @@ if [ "$all" = yes ]; then
     ZEL_STRESS_SECONDS=60 stage shown "Thread sanitizer tests" run_tests linux-tsan
     stage "Windows build" scripts/build.sh windows
     stage shown "Windows exports" scripts/check-exports.sh windows
+    stage shown "Header" scripts/check-header.sh
     # Made once here, so that no test has to wait for it.
     stage "Wine" scripts/wine.sh cmd /c exit
     stage shown "Windows tests" run_tests windows

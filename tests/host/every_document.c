@@ -5,6 +5,7 @@
 #include "ZEL_VR_Framework.h"
 
 #include <math.h>
+#include <stddef.h>
 #include <stdio.h>
 #include <string.h>
 
