@@ -61,6 +61,15 @@
  * them wrote. Only regular files can be written, on Linux terminals and the like too; anything
  * else, a pipe for example, gives ZEL_FILE_OPEN at once. This is "the file rule" below.
  *
+ * Numbers
+ * -------
+ * People count connectors, channels and signals from 1, and so do the modules' parameter documents
+ * with all paths into them, and ZEL_SignalInfoEx. Signal references count from 0, and so do the
+ * controls, the status and the system functions of a module: "AnalogIn_Connector0.Signal1" is
+ * connector 1, signal 2 of ZEL_XDAQ_GetAnalogMeasVal, and 0, 1 of ZEL_XCTRL_SetZero. Each export
+ * tells how it counts, and the library passes on what it gets; the one exception are the TEDS
+ * exports of ZEL_XPAR_, which count from 1 where the request counts from 0.
+ *
  * Threads and time
  * ----------------
  * Any number of threads may call at the same time, unless an export says otherwise, but none may be
@@ -69,8 +78,9 @@
  * then asks for, an hour at most, plus the time that a long answer takes in its pieces, each within
  * 3 s and all within an hour; a module that keeps sending empty pieces is given up sooner. A
  * request that ends with ZEL_TRANS_TIMEOUT_RESPONSE is sent once more before it is given up. This
- * is "the request time" below. All other exports return at once. Called from several threads,
- * requests to one module and to many run side by side.
+ * is "the request time" below. Called from several threads, requests to one module and to many run
+ * side by side. An export that "returns at once" waits for no module and no file, and for no other
+ * call that does.
  *
  * Processes (Linux)
  * -----------------
@@ -216,9 +226,9 @@ extern "C" {
 typedef struct ZEL_ErrorEntry {
     uint32_t level;     /**< severity, as the module numbers it */
     int32_t code;       /**< result code, see ZEL_XUTIL_GetText */
-    uint32_t connector; /**< where the error is; 0 where it does not apply */
-    uint32_t channel;
-    uint32_t signal;
+    uint32_t connector; /**< where the error is, counted from 0; also 0 where it does not apply */
+    uint32_t channel;   /**< the same */
+    uint32_t signal;    /**< the same */
     char text[ZEL_STATUS_TEXT_SIZE]; /**< cut to 128 bytes, NOT terminated when it fills them all */
 } ZEL_ErrorEntry;
 
@@ -234,10 +244,10 @@ typedef struct ZEL_ErrorListEx {
 
 /** One status value of a module. */
 typedef struct ZEL_StatusEntry {
-    uint32_t connector; /**< where the status belongs; 0 where it does not apply */
-    uint32_t channel;
-    uint32_t signal;
-    uint32_t statusId; /**< which status it is, as the module numbers it */
+    uint32_t connector; /**< where it belongs, counted from 0; also 0 where it does not apply */
+    uint32_t channel;   /**< the same */
+    uint32_t signal;    /**< the same */
+    uint32_t statusId;  /**< which status it is, as the module numbers it */
     uint64_t value;
     char info[ZEL_STATUS_TEXT_SIZE]; /**< cut to 128 bytes, NOT terminated when it fills them all */
 } ZEL_StatusEntry;
@@ -483,7 +493,7 @@ typedef struct ZEL_CanSignal {
 
 /** One gate: a signal and the bounds between which it opens the gate. */
 typedef struct ZEL_GateIndex {
-    uint32_t index; /**< number of the gate: the "address" of the document */
+    uint32_t index; /**< number of the gate, counted from 1: the "address" of the document */
     int32_t active; /**< 1 or 0 */
     uint32_t mode;  /**< ZEL_GATE_INSIDE or ZEL_GATE_OUTSIDE */
     uint32_t unit;  /**< unit code of the bounds */
@@ -562,7 +572,7 @@ ZEL_API int32_t ZEL_XCOM_DisconnectFromTcpIpDev(const char* address, uint16_t po
  * Closes the connection to a module, and drops its subscription.
  *
  * @return ZEL_OK; ZEL_SYS_NOT_STARTED; ZEL_CONN_UNKNOWN_UUID
- * @threads any; returns at once; requests that wait on the connection end
+ * @threads any; waits for no module; requests that wait on the connection end
  */
 ZEL_API int32_t ZEL_XCOM_Disconnect(uint64_t uuid);
 
@@ -665,7 +675,7 @@ ZEL_API int32_t ZEL_XCOM_ScanFirewireSegment(ZEL_SegmentArray* segment);
  * @param capacity  size of buffer in bytes, not 0
  * @return ZEL_OK; ZEL_SYS_BAD_PARAMETER (also for a capacity of 0); ZEL_SRV_BUFFER_TOO_SMALL; works
  *         before ZEL_Init
- * @threads any; returns at once
+ * @threads any; asks the system, and waits for no module
  */
 ZEL_API int32_t ZEL_XCOM_GetNetAdapter(char* buffer, uint64_t* length, uint64_t capacity);
 
@@ -679,7 +689,8 @@ ZEL_API int32_t ZEL_XCOM_GetNetAdapter(char* buffer, uint64_t* length, uint64_t 
  * @param buffer    receives the section, by the buffer rule
  * @param length    receives its length
  * @param capacity  size of buffer in bytes, not 0
- * @return ZEL_OK; started codes (also for a capacity of 0); ZEL_SRV_BUFFER_TOO_SMALL; request codes
+ * @return ZEL_OK; started codes (also for a capacity of 0); ZEL_SRV_BUFFER_TOO_SMALL; request
+ *         codes, ZEL_TRANS_TIMEOUT_RESPONSE where no such module is in the network
  * @threads any; blocks for the request time; for a module without a connection, for 6 s at most
  */
 ZEL_API int32_t ZEL_XCOM_ReadNetSetting(uint64_t uuid, char* buffer, uint64_t* length,
@@ -907,27 +918,27 @@ ZEL_API int32_t ZEL_XPAR_GetMaxCount(uint64_t uuid, uint32_t view, const char* p
                                      const char* name);
 
 /**
- * Reads the TEDS memory of the sensor on a channel (1/13).
+ * Reads the TEDS memory of the sensor at a connector (1/13).
  *
- * @param channel   channel, counted from 1
+ * @param channel   the connector, counted from 1; ZEL_XSTAT_GetTedsStatus counts it from 0
  * @param tid       receives the identifier of the TEDS: 16 hexadecimal digits, least significant
  *                  byte first, and a NUL; 17 bytes
  * @param data      receives the bytes
  * @param length    receives their number, also when they do not fit
  * @param capacity  size of data in bytes; as many bytes as that fit
- * @return ZEL_OK; started codes; ZEL_SRV_INVALID_PARAMETERS (channel 0); ZEL_SRV_BUFFER_TOO_SMALL;
- *         ZEL_PARAM_XML_ERROR and ZEL_UTIL_STRING_CONVERSION (the answer makes no sense); request
- *         codes
+ * @return ZEL_OK; started codes; ZEL_SRV_INVALID_PARAMETERS (channel 0); ZEL_SRV_BUFFER_TOO_SMALL
+ *         (nothing but length is set); ZEL_PARAM_XML_ERROR and ZEL_UTIL_STRING_CONVERSION (the
+ *         answer makes no sense); request codes
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XPAR_ReadTedsBinary(uint64_t uuid, uint32_t channel, char* tid, void* data,
                                         uint64_t* length, uint64_t capacity);
 
 /**
- * Writes the TEDS memory of the sensor on a channel (1/14). Where the module refuses the data as
+ * Writes the TEDS memory of the sensor at a connector (1/14). Where the module refuses the data as
  * too long, trailing zero bytes are dropped and the rest is sent once more.
  *
- * @param channel  channel, counted from 1
+ * @param channel  the connector, counted from 1
  * @param tid      receives the identifier that the module assigned, as for ZEL_XPAR_ReadTedsBinary;
  *                 17 bytes
  * @param data     the bytes
@@ -965,7 +976,8 @@ ZEL_API int32_t ZEL_XPAR_GetLastErrMsgByUuid(uint64_t uuid, const char** text, u
  *
  * A control is a named command that a module executes (3/1). Unless said otherwise these exports
  * return ZEL_OK, ZEL_SYS_NOT_STARTED or a request code, may be called from any thread, and block
- * for the request time. What the plain numbers mean beyond their order is the module's.
+ * for the request time. Connectors, channels, signals, LEDs and generators are counted from 0 in
+ * all of them. What the plain numbers mean beyond their order is the module's.
  * --------------------------------------------------------------------------------------------- */
 
 /**
@@ -1044,6 +1056,7 @@ ZEL_API int32_t ZEL_XCTRL_ReadXSLT(uint64_t uuid, const char* control, char* buf
 /**
  * Reconnects a connector, so that the TEDS of its sensor takes effect ("CONNECTORRECONNECT").
  *
+ * @param connector  counted from 0
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XCTRL_ActivateTeds(uint64_t uuid, uint32_t connector);
@@ -1051,14 +1064,19 @@ ZEL_API int32_t ZEL_XCTRL_ActivateTeds(uint64_t uuid, uint32_t connector);
 /**
  * Zeroes a signal: its present value becomes 0 ("SETZERO").
  *
+ * @param connector  counted from 0
+ * @param signal     counted from 0
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XCTRL_SetZero(uint64_t uuid, uint32_t connector, uint32_t signal);
 
 /**
- * Zeroes a signal to a target: its present value becomes `target`, in the signal's unit
+ * Zeroes a signal to a target: its present value becomes `target`
  * ("SETZERO").
  *
+ * @param connector  counted from 0
+ * @param signal     counted from 0
+ * @param target     in the signal's unit
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XCTRL_SetZeroWithTarget(uint64_t uuid, uint32_t connector, uint32_t signal,
@@ -1067,8 +1085,10 @@ ZEL_API int32_t ZEL_XCTRL_SetZeroWithTarget(uint64_t uuid, uint32_t connector, u
 /**
  * Takes a calibration point ("INITADJ").
  *
- * @param point  which point, as the module numbers them
- * @param value  the value that is applied
+ * @param connector  counted from 0
+ * @param signal     counted from 0
+ * @param point      which point, as the module numbers them
+ * @param value      the value that is applied
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XCTRL_SetCalPoint(uint64_t uuid, uint32_t connector, uint32_t signal,
@@ -1077,13 +1097,17 @@ ZEL_API int32_t ZEL_XCTRL_SetCalPoint(uint64_t uuid, uint32_t connector, uint32_
 /**
  * Switches the internal data path to calibration ("SETI2STOCAL").
  *
+ * @param number  passed on as it is
  * @threads any; blocks for the request time
  */
-ZEL_API int32_t ZEL_XCTRL_SetI2SToCal(uint64_t uuid, uint32_t connector);
+ZEL_API int32_t ZEL_XCTRL_SetI2SToCal(uint64_t uuid, uint32_t number);
 
 /**
  * Selects an input source ("INPUTSRC").
  *
+ * @param connector  counted from 0
+ * @param channel    counted from 0
+ * @param source     which source, as the module numbers them
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XCTRL_SetInputSource(uint64_t uuid, uint32_t connector, uint32_t channel,
@@ -1092,6 +1116,8 @@ ZEL_API int32_t ZEL_XCTRL_SetInputSource(uint64_t uuid, uint32_t connector, uint
 /**
  * Sets the mode of an LED ("LEDFLASH").
  *
+ * @param led   counted from 0
+ * @param mode  as the module numbers them
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XCTRL_SetLedMode(uint64_t uuid, uint32_t led, uint32_t mode);
@@ -1107,6 +1133,7 @@ ZEL_API int32_t ZEL_XCTRL_SetPllVoltage(uint64_t uuid, uint32_t voltage);
  * Sends one CAN frame ("CANTRANSMITUSERCANMSG"): two 32-bit numbers and nine bytes, in the order in
  * which the module's control takes them.
  *
+ * @param connector  counted from 0
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XCTRL_TransmitUserCanMsg(uint64_t uuid, uint32_t connector, uint32_t identifier,
@@ -1117,7 +1144,7 @@ ZEL_API int32_t ZEL_XCTRL_TransmitUserCanMsg(uint64_t uuid, uint32_t connector, 
 /**
  * Reads the clock of a signal generator ("GETSIGNALGENERATORCLOCK").
  *
- * @param generator  number of the generator
+ * @param generator  counted from 0
  * @param frequency  receives the clock in hertz; 0 when the call fails or the answer does not tell
  * @return ZEL_OK; started codes; ZEL_SRV_BUFFER_TOO_SMALL (an answer of 1024 bytes or more);
  *         ZEL_UTIL_STRING_CONVERSION (what it tells is no number); request codes
@@ -1130,7 +1157,7 @@ ZEL_API int32_t ZEL_XCTRL_GetSignalGeneratorClock(uint64_t uuid, uint32_t genera
  * Loads the curve of a signal generator ("SETARBITRARYSIGNALGENERATOR"). The whole curve travels in
  * one request.
  *
- * @param generator  number of the generator
+ * @param generator  counted from 0
  * @param samples    the curve; may be null for a call without one
  * @param count      number of samples
  * @param number1    third parameter of the control, and so on
@@ -1163,7 +1190,7 @@ ZEL_API int32_t ZEL_XDAQ_OpenSubscription(uint64_t uuid);
 /**
  * Adds a signal to the open subscription; nothing is sent.
  *
- * @param reference     signal reference, for example "AnalogIn_Connector0.Signal0"
+ * @param reference     signal reference, which counts from 0: "AnalogIn_Connector0.Signal0"
  * @param userSignalId  number under which the signal's records will come
  * @param blockSize     most elements in one record; above 2000000 it becomes 2000000
  * @return ZEL_OK; started codes; ZEL_FAILED (never opened); ZEL_DAQ_SUBSCRIPTION_STATE (already
@@ -1211,8 +1238,8 @@ ZEL_API int32_t ZEL_XDAQ_GetMeasValBlock(uint64_t uuid, void* buffer, uint64_t* 
                                          uint64_t size);
 
 /**
- * Starts to fetch records as ZEL_XDAQ_GetMeasValBlock does, and returns at once. The library writes
- * `buffer` and `received` from a thread of its own: both must stay valid until
+ * Starts to fetch records as ZEL_XDAQ_GetMeasValBlock does, and does not wait for them. The
+ * library writes `buffer` and `received` from a thread of its own: both must stay valid until
  * ZEL_XCOM_Async_ReadData or ZEL_XCOM_Async_ReadData_Timeout has returned for the handle.
  *
  * @param buffer    receives the block
@@ -1220,7 +1247,8 @@ ZEL_API int32_t ZEL_XDAQ_GetMeasValBlock(uint64_t uuid, void* buffer, uint64_t* 
  * @param size      size of buffer in bytes; here a block of exactly that size fits
  * @param handle    receives the handle of this read
  * @return ZEL_OK; started codes; ZEL_SYS_NO_OBJECT
- * @threads any; waits while another thread is in ZEL_XCOM_Async_ReadData
+ * @threads any; waits while another thread is in ZEL_XCOM_Async_ReadData or
+ *          ZEL_XCOM_Async_ReadData_Timeout, and 3 s at most for the connection to take the request
  */
 ZEL_API int32_t ZEL_XDAQ_Async_GetMeasValBlock(uint64_t uuid, void* buffer, uint64_t* received,
                                                uint64_t size, uint32_t* handle);
@@ -1324,10 +1352,11 @@ ZEL_API int32_t ZEL_XDAQ_GetSignalListString(uint64_t uuid, char* buffer, uint64
  *     "uuid=0x1234 connector=1 channel=1 signal=1 status=7 value=1"
  *     "uuid=0x1234 reference=AnalogIn_Connector0.Signal0 above=9.5"
  *
- * Numbers are decimal, whole ones also hexadecimal behind "0x". Without `connector`, `channel` or
- * `signal` any will do; without `value` any value but 0 will do. `reference` is a signal reference
- * or a parameter path; with both `above` and `below` the value must lie between them. Activating a
- * trigger that is active changes nothing.
+ * Connector, channel and signal count from 0, as in ZEL_StatusEntry. Numbers are decimal, whole
+ * ones also hexadecimal behind "0x". Without `connector`, `channel` or `signal` any will do;
+ * without `value` any value but 0 will do. `reference` is a signal reference or a parameter path;
+ * with both `above` and `below` the value must lie between them. Activating a trigger that is
+ * active changes nothing.
  *
  * @param trigger  the text
  * @return ZEL_OK; started codes; ZEL_SRV_INVALID_PARAMETERS (not such a text)
@@ -1424,6 +1453,7 @@ ZEL_API int32_t ZEL_XSTAT_GetModuleStatusString(uint64_t uuid, char* buffer, uin
  * Reads the state of the TEDS on a connector (2/4). The two texts are cut to fit, whatever the
  * result, and their lengths tell what they would need.
  *
+ * @param connector        counted from 0; ZEL_XPAR_ReadTedsBinary counts it from 1
  * @param status           receives the state, as the module numbers it
  * @param error            receives the module's error text
  * @param errorLength      receives its whole length
@@ -1432,7 +1462,7 @@ ZEL_API int32_t ZEL_XSTAT_GetModuleStatusString(uint64_t uuid, char* buffer, uin
  * @param warningLength    receives its whole length
  * @param warningCapacity  size of warning in bytes, at least 1
  * @return ZEL_OK; started codes; ZEL_SRV_BUFFER_TOO_SMALL (a text was cut); ZEL_PARAM_XML_ERROR
- *         (the answer makes no sense); request codes
+ *         and ZEL_UTIL_STRING_CONVERSION (the answer makes no sense); request codes
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XSTAT_GetTedsStatus(uint64_t uuid, uint32_t connector, uint32_t* status,
@@ -1484,7 +1514,8 @@ ZEL_API int32_t ZEL_XSTAT_GetTopologyString(char* buffer, uint64_t* length, uint
  * @param cold     exactly 1: sent by datagrams as by ZEL_XCOM_ReadNetSetting, so that a module
  *                 without a connection is reached; else sent on the module's connection, which is
  *                 closed afterwards
- * @return ZEL_OK; ZEL_SYS_NOT_STARTED; request codes
+ * @return ZEL_OK; ZEL_SYS_NOT_STARTED; request codes, by datagrams ZEL_TRANS_TIMEOUT_RESPONSE where
+ *         no such module is in the network
  * @threads any; blocks for the request time; by datagrams for 6 s at most
  */
 ZEL_API int32_t ZEL_XSYS_DoRestartSystem(uint64_t uuid, uint32_t ignored, int32_t cold);
@@ -1528,6 +1559,7 @@ ZEL_API int32_t ZEL_XSYS_StartFlashing(uint64_t uuid);
 /**
  * As ZEL_XSYS_StartFlashing, for the processor of one channel (6/15).
  *
+ * @param channel  counted from 0
  * @threads any; blocks for the request time, not until the flashing is done
  */
 ZEL_API int32_t ZEL_XSYS_StartMSPFlashing(uint64_t uuid, uint32_t channel);
@@ -1550,8 +1582,8 @@ ZEL_API int32_t ZEL_XSYS_GetFlashStatus(uint64_t uuid, uint32_t* status, uint32_
  * @param hostFile      host file to read, UTF-8
  * @param moduleFolder  folder on the module; may be ""
  * @param moduleFile    file name on the module
- * @return ZEL_OK; started codes; ZEL_FILE_OPEN; ZEL_FILE_READ; ZEL_SYS_FILE_TOO_LARGE (4 GiB or
- *         more); request codes
+ * @return ZEL_OK; started codes; ZEL_FILE_OPEN; ZEL_FILE_READ; ZEL_SYS_FILE_TOO_LARGE (more than
+ *         4294967291 bytes); request codes
  * @threads any; blocks for the transfer
  */
 ZEL_API int32_t ZEL_XSYS_WriteFile(uint64_t uuid, const char* hostFile, const char* moduleFolder,
@@ -1588,8 +1620,11 @@ ZEL_API int32_t ZEL_XSYS_RequestDebugInfo(uint64_t uuid, uint32_t debugId, const
 /**
  * Makes a signal give a value that is not measured (6/9).
  *
- * @param mode   as the module numbers them; 0 ends the simulation
- * @param value  the value, in the signal's unit
+ * @param connector  counted from 0
+ * @param channel    counted from 0; 0 where the connector has no channels
+ * @param signal     counted from 0
+ * @param mode       as the module numbers them; 0 ends the simulation
+ * @param value      the value, in the signal's unit
  * @return ZEL_OK; ZEL_SYS_NOT_STARTED; request codes
  * @threads any; blocks for the request time
  */
@@ -1599,9 +1634,11 @@ ZEL_API int32_t ZEL_XSYS_SetSimValue(uint64_t uuid, uint32_t connector, uint32_t
 /**
  * Reads two calibration values of a Tr620 module (6/24).
  *
- * @param calUg   receives "Tr620CalUg"
- * @param measUx  receives "Tr620MeasUx"
- * @return ZEL_OK; started codes; ZEL_PARAM_XML_ERROR (the answer makes no sense); request codes
+ * @param connector  counted from 0
+ * @param calUg      receives "Tr620CalUg"; both are set on success only
+ * @param measUx     receives "Tr620MeasUx"
+ * @return ZEL_OK; started codes; ZEL_PARAM_XML_ERROR and ZEL_SYS_NO_OBJECT (the answer makes no
+ *         sense); request codes
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XSYS_GetTr620CalUgMeasUx(uint64_t uuid, uint32_t connector, uint32_t* calUg,
@@ -1679,9 +1716,10 @@ ZEL_API int32_t ZEL_XUTIL_SetWorkDir(const char* folder);
  * They return ZEL_OK; ZEL_SYS_BAD_PARAMETER (null buffer or a size of 0); or ZEL_SYS_NO_OBJECT (out
  * of memory). Nothing is written unless the result is ZEL_OK.
  *
- * `connector`, `channel`, `signal` and `index` are written in decimal exactly as passed. `type` is
- * one of ZEL_CONNECTOR_ANALOG to ZEL_CONNECTOR_FIBER; none is refused, any other value gives the
- * path of an analog signal (ZEL_XUTIL_ComposeSensorPath excepted).
+ * `connector`, `channel`, `signal` and `index` are written in decimal exactly as passed; a module's
+ * documents count them from 1. `type` is one of ZEL_CONNECTOR_ANALOG to ZEL_CONNECTOR_FIBER; none
+ * is refused, any other value gives the path of an analog signal (ZEL_XUTIL_ComposeSensorPath
+ * excepted).
  * --------------------------------------------------------------------------------------------- */
 
 /**
@@ -1781,7 +1819,7 @@ ZEL_API int32_t ZEL_XUTIL_ComposePeakIndexPath(char* buffer, uint64_t size, uint
  * What the text says counts from 0 and the results count from 1: each number read comes out one
  * higher, those of paths too. "AnalogIn_Connector0.Signal0" gives connector 1, channel 1, signal 1,
  * ZEL_CONNECTOR_ANALOG; the path that ZEL_XUTIL_ComposeSignalPath makes for connector 1 gives
- * connector 2.
+ * connector 2, so take 1 off what comes of a path.
  *
  * A number may stand behind blanks and a sign and is counted in 32 bits, so that 4294967295 and -1
  * come out as 0. A larger one is not recognised.

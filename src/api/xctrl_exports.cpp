@@ -91,10 +91,10 @@ int32_t ZEL_XCTRL_SetCalPoint(uint64_t uuid, uint32_t connector, uint32_t signal
     });
 }
 
-int32_t ZEL_XCTRL_SetI2SToCal(uint64_t uuid, uint32_t connector)
+int32_t ZEL_XCTRL_SetI2SToCal(uint64_t uuid, uint32_t number)
 {
     return forward({}, [&](clSystemMgr& mgr) {
-        return controls::setI2SToCalibration(mgr.modules(), uuid, connector);
+        return controls::setI2SToCalibration(mgr.modules(), uuid, number);
     });
 }
 

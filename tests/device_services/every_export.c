@@ -105,22 +105,28 @@ static void parameters(void)
     HOLDS(has("MOD-1"));
 }
 
+static int32_t teds_status(uint32_t connector)
+{
+    uint32_t status = 99;
+    char warning[64];
+    uint64_t warningLength = 0;
+    const int32_t result = ZEL_XSTAT_GetTedsStatus(module, connector, &status, OUT, warning,
+                                                   &warningLength, sizeof warning);
+    HOLDS(result < 0 || status == 1);
+    return result;
+}
+
 static void teds(void)
 {
     const unsigned char image[8] = {1, 2, 3, 4, 5, 0xFF, 0, 7};
     char written[17] = "", read[17] = "";
-    uint32_t status = 99;
-    char warning[64];
-    uint64_t warningLength = 0;
     GIVES(0, ZEL_XPAR_WriteTedsBinary(module, 1, written, image, sizeof image));
     GIVES(0, ZEL_XPAR_ReadTedsBinary(module, 1, read, text, &length, sizeof text));
     HOLDS(length == sizeof image && memcmp(text, image, sizeof image) == 0);
     HOLDS(strlen(read) == 16 && strcmp(read, written) == 0);
     GIVES(ZEL_SRV_BUFFER_TOO_SMALL, ZEL_XPAR_ReadTedsBinary(module, 1, read, text, &length, 7));
     GIVES(ZEL_SYS_BAD_PARAMETER, ZEL_XPAR_ReadTedsBinary(module, 1, NULL, text, &length, 7));
-    GIVES(0, ZEL_XSTAT_GetTedsStatus(module, 0, &status, OUT, warning, &warningLength,
-                                     sizeof warning));
-    HOLDS(status != 99);
+    GIVES(0, teds_status(0));
     GIVES(0, ZEL_XCTRL_ActivateTeds(module, 0));
 }
 
@@ -130,7 +136,6 @@ static void controls(void)
     const char* const torn[] = {"0", NULL};
     const float curve[] = {0.0F, 0.5F, -0.1F};
     double clock = 0;
-    double value = 99;
     GIVES(0, ZEL_XCTRL_GetControlsString(module, OUT));
     HOLDS(has("SETZERO"));
     GIVES(0, ZEL_XCTRL_GetControls(module, in_folder("controls.xml")));
@@ -147,17 +152,6 @@ static void controls(void)
     HOLDS(ZEL_XCTRL_Execute(module, "NOSUCHCONTROL", 0, 0, NULL) < 0);
     GIVES(0, ZEL_XCTRL_ExecuteXMLPars(module, "SELFTEST", 0, "", OUT));
     HOLDS(has("passed"));
-    GIVES(0, ZEL_XSYS_SetSimValue(module, 2, 0, 1, 1, 12.5));
-    GIVES(0, ZEL_XPAR_WriteStringPar(module, 1, "Amplifier/Connector3/Mode/AnalogInChannel",
-                                     "SyncSignal2/Offset", "100"));
-    GIVES(0, ZEL_XCTRL_SetZero(module, 2, 1));
-    GIVES(0, ZEL_XDAQ_GetAnalogMeasVal(module, 3, 2, &value));
-    HOLDS(value == 0);
-    GIVES(0, ZEL_XCTRL_SetZeroWithTarget(module, 2, 1, 3.25));
-    GIVES(0, ZEL_XDAQ_GetAnalogMeasVal(module, 3, 2, &value));
-    HOLDS(value == 3.25);
-    GIVES(-1014102, ZEL_XCTRL_SetZero(module, 2, 4));
-    GIVES(-1014305, ZEL_XCTRL_SetZero(module, 8, 0));
     GIVES(0, ZEL_XCTRL_SetCalPoint(module, 0, 1, -2, 0.001));
     GIVES(0, ZEL_XCTRL_SetI2SToCal(module, 1));
     GIVES(0, ZEL_XCTRL_SetInputSource(module, 0, 1, 2));
@@ -195,6 +189,52 @@ static void status(void)
     HOLDS(has("<Topology><Leaf><Uuid>"));
     GIVES(0, ZEL_XSTAT_GetTopology(in_folder("topology.xml")));
     HOLDS(file_is("topology.xml", "<DevType>2</DevType>"));
+}
+
+/* Everything about the second signal of the third connector, by exports that count from 0 and from
+ * 1. Its value is beyond the sensor's range. */
+static void numbers(void)
+{
+    static ZEL_ErrorList errors;
+    static ZEL_SignalInfoEx signals[200];
+    ZEL_TriggerEvent event;
+    char trigger[64];
+    char tid[17] = "";
+    uint64_t count = 0;
+    double value = 99;
+    GIVES(0, ZEL_XSYS_SetSimValue(module, 2, 0, 1, 1, 12345));
+    GIVES(0, ZEL_XDAQ_GetAnalogMeasVal(module, 3, 2, &value));
+    HOLDS(value == 12345);
+    GIVES(0, ZEL_XDAQ_GetSignalListEx(module, signals, &count, 200));
+    for (uint64_t i = 0; i < count; ++i) {
+        if (strcmp(signals[i].id, "AnalogIn_Connector2.Signal1") == 0)
+            HOLDS(signals[i].connector == 3 && signals[i].channel == 1 && signals[i].signal == 2);
+    }
+    GIVES(0, ZEL_XSTAT_GetErrorStatus(module, &errors));
+    HOLDS(errors.count == 1 && errors.entries[0].connector == 2 && errors.entries[0].signal == 1);
+    snprintf(trigger, sizeof trigger, "uuid=%llu connector=2 signal=1 status=2",
+             (unsigned long long)module);
+    GIVES(0, ZEL_XDAQ_ActivateTrigger(trigger));
+    GIVES(0, ZEL_XDAQ_WaitForTrigger(0, trigger, &event));
+    HOLDS(event.status.connector == 2 && event.status.signal == 1);
+
+    GIVES(0, ZEL_XPAR_WriteStringPar(module, 1, "Amplifier/Connector3/Mode/AnalogInChannel",
+                                     "SyncSignal2/Offset", "100"));
+    GIVES(0, ZEL_XCTRL_SetZero(module, 2, 1));
+    GIVES(0, ZEL_XDAQ_GetMeasVal(module, "AnalogIn_Connector2.Signal1", &value));
+    HOLDS(value == 0);
+    GIVES(0, ZEL_XCTRL_SetZeroWithTarget(module, 2, 1, 3.25));
+    GIVES(0, ZEL_XDAQ_GetAnalogMeasVal(module, 3, 2, &value));
+    HOLDS(value == 3.25);
+    GIVES(-1014102, ZEL_XCTRL_SetZero(module, 2, 4));
+    GIVES(-1014305, ZEL_XCTRL_SetZero(module, 8, 0));
+
+    /* The identifiers of the simulated memories begin with the connector's number. */
+    GIVES(0, ZEL_XPAR_ReadTedsBinary(module, 8, tid, text, &length, sizeof text));
+    HOLDS(strncmp(tid, "07", 2) == 0);
+    HOLDS(ZEL_XPAR_ReadTedsBinary(module, 9, tid, text, &length, sizeof text) < 0);
+    GIVES(0, teds_status(7));
+    HOLDS(teds_status(8) < 0);
 }
 
 static void system_functions(void)
@@ -240,6 +280,7 @@ int main(int argc, char** argv)
     teds();
     controls();
     status();
+    numbers();
     system_functions();
     ZEL_Unload();
     return finish("every export does what it should");
