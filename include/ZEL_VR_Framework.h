@@ -550,9 +550,9 @@ ZEL_API void ZEL_Unload(void);
  * @param address  IPv4 address or host name
  * @param port     TCP port of the module
  * @param uuid     receives the module's UUID
- * @return ZEL_OK; started codes; ZEL_TCP_CONNECT_FAILED (the name does not resolve, or nobody
- *         accepts within 5 s); ZEL_CONN_NO_ADDRESS_RESPONSE (connected, but no valid answer within
- *         5 s); ZEL_SYS_NO_OBJECT
+ * @return ZEL_OK; started codes; ZEL_TCP_CONNECT_FAILED (the name does not resolve, nobody accepts
+ *         within 5 s, or the system cannot watch one connection more); ZEL_CONN_NO_ADDRESS_RESPONSE
+ *         (connected, but no valid answer within 5 s); ZEL_SYS_NO_OBJECT
  * @threads any; blocks for name resolution, then at most 10 s, and as long as a read may for a
  *          connection that has to be tried
  */

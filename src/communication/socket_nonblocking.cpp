@@ -72,25 +72,31 @@ int SocketNonblocking::connect(int family, const sockaddr* address, std::size_t 
         close();
         return -1;
     }
-    if (m_dataCallback)
-        registerWithLoop();
+    if (m_dataCallback && !registerWithLoop()) {
+        disconnect();
+        return -1;
+    }
     return 0;
 }
 
-void SocketNonblocking::setDataCb(DataCallback handler)
+bool SocketNonblocking::setDataCb(DataCallback handler)
 {
     m_dataCallback = std::move(handler);
-    registerWithLoop();
+    return registerWithLoop();
 }
 
-void SocketNonblocking::registerWithLoop()
+bool SocketNonblocking::registerWithLoop()
 {
     m_isRegistered = true;
     // The loop's copy of the handler: it may run while this object is being destroyed by it.
-    m_readiness.loop().addEvent(m_readiness.event(), [this, handler = m_dataCallback] {
-        return handler ? handler(*this) : -1;
-    });
+    const int result =
+        m_readiness.loop().addEvent(m_readiness.event(), [this, handler = m_dataCallback] {
+            return handler ? handler(*this) : -1;
+        });
+    if (result != 0)
+        return false;
     m_readiness.arm();
+    return true;
 }
 
 void SocketNonblocking::leaveLoop()

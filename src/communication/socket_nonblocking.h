@@ -35,7 +35,8 @@ public:
     int connect(int family, const sockaddr* address, std::size_t length);
 
     /// Registers the socket with the event loop; the handler may be called before this returns.
-    void setDataCb(DataCallback handler);
+    /// False when the loop cannot watch it: nobody will ever be told of its input.
+    bool setDataCb(DataCallback handler);
     void clearDataCb();
 
     /// One buffered read: the count, which may be short; 0 when the peer has closed; or -1.
@@ -72,7 +73,7 @@ public:
 private:
     static constexpr std::size_t kBufferSize = 65536;
 
-    void registerWithLoop();
+    bool registerWithLoop();
     void leaveLoop();
     std::size_t takeBuffered(MutableBytes buffer);
     int readIntoBoth(MutableBytes buffer);

@@ -56,9 +56,9 @@ clTcpTelHndlr::clTcpTelHndlr(std::shared_ptr<communication::SocketNonblocking> s
 
 clTcpTelHndlr::~clTcpTelHndlr() = default;
 
-void clTcpTelHndlr::start()
+bool clTcpTelHndlr::start()
 {
-    m_socket->setDataCb([weak = weak_from_this()](communication::SocketNonblocking&) {
+    return m_socket->setDataCb([weak = weak_from_this()](communication::SocketNonblocking&) {
         // Held until the callback is over, also when it reports the loss of this connection.
         const std::shared_ptr<clTcpTelHndlr> self = weak.lock();
         return self && !self->m_isClosed ? self->onReadable() : -1;

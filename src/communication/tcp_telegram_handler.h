@@ -23,8 +23,9 @@ public:
                   std::uint64_t self, iTransactionHandler& transactions);
     ~clTcpTelHndlr() override;
 
-    /// Begins to receive. Not under the table's lock: it calls into the event loop.
-    void start();
+    /// Begins to receive; false when the event loop cannot watch the connection. Not under the
+    /// table's lock: it calls into the loop.
+    bool start();
     /// Ends the connection for good. After it has returned on another thread than the loop's,
     /// nothing is received any more; senders wake up and fail. Not under the table's lock.
     void close();

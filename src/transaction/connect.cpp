@@ -121,10 +121,12 @@ std::int32_t connectToModule(clConHndlr& connections, sys::EventLoop& loop, cons
     // A module that is connected already, by another address, keeps its connection while that one
     // is alive; the one that it has answered on just now is.
     auto kept = connections.insert(fresh);
-    while (kept != fresh && !isAlive(*kept, begun, path)) {
+    while (kept && kept != fresh && !isAlive(*kept, begun, path)) {
         connections.erase(*kept);
         kept = connections.insert(fresh);
     }
+    if (!kept)
+        return ZEL_TCP_CONNECT_FAILED;
     uuid = peer;
     return ZEL_OK;
 }

@@ -20,8 +20,10 @@ clConHndlr::Connection clConHndlr::insert(const Connection& connection)
         if (!isNew)
             return place->second;
     }
-    connection->start();
-    return connection;
+    if (connection->start())
+        return connection;
+    erase(*connection);
+    return nullptr;
 }
 
 clConHndlr::Table::const_iterator clConHndlr::connectedToLocked(const sockaddr* address,

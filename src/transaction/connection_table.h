@@ -29,7 +29,7 @@ public:
     using Connection = std::shared_ptr<clTcpTelHndlr>;
 
     /// Adds the connection and starts its reception. Gives back the module's connection: this one,
-    /// or the one that it had already, which stays.
+    /// or the one that it had already, which stays; null when this one cannot be watched.
     Connection insert(const Connection& connection);
     /// That of the first module, in the order of UUIDs, that is connected to this peer address;
     /// else null.

@@ -1,12 +1,18 @@
 // Connections that cannot be made, that end while requests wait, and modules that come back.
 
+#include "connect.h"
+#include "connection_table.h"
 #include "library_with_module.h"
-#include "wire_peer.h"
+#include "transaction_handler.h"
 
 #include <functional>
 #include <future>
 #include <thread>
 #include <vector>
+
+#ifdef __linux__
+#include <sys/resource.h>
+#endif
 
 namespace zel::test {
 namespace {
@@ -87,6 +93,25 @@ TEST_F(LostConnection, FailsToConnectWithItsCodeInItsTime)
         thread.join();
     gone.startListening();
 }
+
+#ifdef __linux__
+TEST_F(LostConnection, IsNotMadeWhereNobodyWouldBeToldOfItsInput)
+{
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none{0, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    sys::EventLoop blind;
+    setrlimit(RLIMIT_NOFILE, &before);
+    clConHndlr connections;
+    const clTransactionHandlerRequestorOnly handler{connections};
+    std::uint64_t uuid = 7;
+    EXPECT_EQ(connectToModule(connections, blind, m_module.address(), m_module.port(), uuid),
+              ZEL_TCP_CONNECT_FAILED);
+    EXPECT_TRUE(connections.uuids().empty());
+    EXPECT_EQ(uuid, 7U);
+}
+#endif
 
 TEST_F(LostConnection, EndsWhatWaitsAtOnceHoweverTheConnectionEnds)
 {

@@ -36,8 +36,11 @@ PortTwin::PortTwin()
     epoll_event event{};
     event.events = EPOLLIN;
     event.data.u64 = kWakeUpId;
-    if (isOpen())
-        epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_wakeUp, &event);
+    // A loop that nobody can wake is none.
+    if (isOpen() && epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_wakeUp, &event) != 0) {
+        close(m_epoll);
+        m_epoll = -1;
+    }
 }
 
 PortTwin::~PortTwin()
