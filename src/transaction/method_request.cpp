@@ -50,7 +50,7 @@ void clMthdReqrSrv::sendRequest()
 {
     if (!m_request) {
         log(LogLevel::warning,
-            std::string{"clMthdReqrSrv::sendRequest(): "} + resultText(ZEL_SRV_NO_TELEGRAM));
+            std::string{"clMthdReqrSrv::sendRequest(): "} + logText(ZEL_SRV_NO_TELEGRAM));
         completed(ZEL_SRV_NO_TELEGRAM);
         return;
     }
@@ -88,7 +88,7 @@ std::int32_t clMthdReqrSrv::evalRespHeader(clRxTelContainer& response)
     if (header.service == m_address.service && header.method == m_address.method)
         return header.result;
     log(LogLevel::warning,
-        std::string{"clMthdReqrSrv::evalRespHeader(): "} + resultText(ZEL_SRV_RESPONSE_MISMATCH));
+        std::string{"clMthdReqrSrv::evalRespHeader(): "} + logText(ZEL_SRV_RESPONSE_MISMATCH));
     return ZEL_SRV_RESPONSE_MISMATCH;
 }
 

@@ -64,7 +64,7 @@ void clMultiMthdReqrSrv::receiveResponse(std::unique_ptr<clRxTelContainer> respo
     }
     if (result != ZEL_OK)
         logger().write(LogLevel::info, LogCategory::transactions,
-                       std::string{"clMultiMthdReqrSrv::receiveResponse(): "} + resultText(result));
+                       std::string{"clMultiMthdReqrSrv::receiveResponse(): "} + logText(result));
 }
 
 } // namespace zel

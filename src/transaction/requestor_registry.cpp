@@ -29,8 +29,8 @@ void logReceived(const TransactionSource& source, const TransactionHeader& heade
 void logDropped(std::int32_t code)
 {
     logger().write(LogLevel::warning, LogCategory::transactions,
-                   std::string{"clRequestorBase::receiveResponseSegment: "} + resultText(code) +
-                       " (" + std::to_string(code) + ")");
+                   std::string{"clRequestorBase::receiveResponseSegment: "} + logText(code) + " (" +
+                       std::to_string(code) + ")");
 }
 
 } // namespace

@@ -76,4 +76,11 @@ const char* resultText(std::int32_t code)
     return kTextMissing;
 }
 
+const char* logText(std::int32_t code)
+{
+    const TextTable& table = resultTexts();
+    const auto entry = table.find(code);
+    return entry == table.end() ? kTextMissing : entry->second;
+}
+
 } // namespace zel

@@ -47,4 +47,7 @@ inline constexpr const char* kTextMissing = "## text missing ##";
 /// The text of a code, from the first handler of the chain that knows it; never null.
 const char* resultText(std::int32_t code);
 
+/// The text of a code for the log, which may ask before the handler comes and after it has gone.
+const char* logText(std::int32_t code);
+
 } // namespace zel
