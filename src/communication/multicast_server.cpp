@@ -77,6 +77,8 @@ int MulticastServer::startReceiving(DataHandler handler)
         return giveUp("Could not set IP_PKTINFO!");
     if (!native::bindToPort(socket, static_cast<std::uint16_t>(m_port)))
         return giveUp("Could not bind socket!");
+    if (!sys::Readiness::canReceiveDatagrams(socket))
+        return giveUp("could not initialize WSARecvMsg");
     m_receiver = std::move(receiver);
     m_receiveSocket = socket;
     if (!handler)
@@ -103,7 +105,11 @@ int MulticastServer::changeMembership(std::uint32_t interfaceAddress, bool isJoi
 {
     std::uint32_t group = 0;
     if (!resolveGroup(group)) {
-        std::fprintf(stderr, "Not a valid multicast IP address (%s)!\n", m_group.c_str());
+        std::fprintf(stderr,
+                     native::isVersion6(m_group)
+                         ? "Only IPv4 multicast IP address currently supported (%s)!\n"
+                         : "Not a valid multicast IP address (%s)!\n",
+                     m_group.c_str());
         return -1;
     }
     const bool isDone = isJoining ? native::joinGroup(m_receiveSocket, group, interfaceAddress)

@@ -38,5 +38,7 @@ bool sendTo(NativeSocket socket, Bytes data, std::uint32_t address, std::uint16_
 
 /// A dotted address; false for any other text.
 bool parseAddress(const std::string& text, std::uint32_t& address);
+/// Whether the text is an IPv6 address.
+bool isVersion6(const std::string& text);
 
 } // namespace zel::communication::native

@@ -19,6 +19,7 @@ constexpr std::uint16_t kModulePort = 1200;
 constexpr std::uint16_t kHostPort = 1201;
 constexpr std::uint32_t kBroadcastAddress = 0xFFFFFFFF;
 constexpr int kReceiveBuffer = 128000;
+constexpr std::uint32_t kAnyInterface = 0;
 
 void log(const std::string& text)
 {
@@ -27,7 +28,7 @@ void log(const std::string& text)
 
 int failed(const char* where, std::int32_t code)
 {
-    log(std::string{"clUDPConnection::"} + where + "(): " + resultText(code));
+    log(std::string{"clUDPConnection::"} + where + "(): " + logText(code));
     return -1;
 }
 
@@ -57,7 +58,8 @@ int clUDPConnection::setRecvInterface()
     if (native::setReceiveBuffer(socket, kReceiveBuffer) && native::setPacketInfo(socket)) {
         if (!native::setReuseAddress(socket))
             result = failed("setRecvInterface", ZEL_UDP_REUSE_ADDRESS);
-        else if (native::bindToPort(socket, kHostPort))
+        else if (native::bindToPort(socket, kHostPort) &&
+                 sys::Readiness::canReceiveDatagrams(socket))
             result = 0;
     }
     if (result != 0) {
@@ -84,23 +86,19 @@ std::int32_t clUDPConnection::send(const void* data, std::size_t length)
 {
     if (data == nullptr)
         return ZEL_CONN_SEND_FAILED;
-    const std::lock_guard lock{m_sendMutex};
-    return sendLocked({static_cast<const std::byte*>(data), length});
+    return sendOver(kAnyInterface, {static_cast<const std::byte*>(data), length});
 }
 
 std::int32_t clUDPConnection::sendOver(std::uint32_t interfaceIndex, Bytes data)
 {
     const std::lock_guard lock{m_sendMutex};
-    if (m_sendSocket != sys::kNoSocket)
-        native::setBroadcastInterface(m_sendSocket, interfaceIndex);
-    const std::int32_t result = sendLocked(data);
-    if (m_sendSocket != sys::kNoSocket)
-        native::setBroadcastInterface(m_sendSocket, 0);
-    return result;
-}
-
-std::int32_t clUDPConnection::sendLocked(Bytes data)
-{
+    // Also without a choice: the last one must not hold for this datagram.
+    if (m_sendSocket != sys::kNoSocket &&
+        !native::setBroadcastInterface(m_sendSocket, interfaceIndex)) {
+        log("clUDPConnection::sendOver(): interface " + std::to_string(interfaceIndex) +
+            " cannot be chosen");
+        return ZEL_CONN_SEND_FAILED;
+    }
     if (m_sendSocket != sys::kNoSocket &&
         native::sendTo(m_sendSocket, data, kBroadcastAddress, kModulePort))
         return ZEL_OK;

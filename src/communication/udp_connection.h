@@ -29,13 +29,12 @@ public:
 
     /// Any thread. The system chooses the adapter.
     std::int32_t send(const void* data, std::size_t length) override;
-    /// The same over one adapter.
+    /// The same over one adapter; nothing leaves when that cannot be had.
     std::int32_t sendOver(std::uint32_t interfaceIndex, Bytes data);
 
 private:
     int setRecvInterface();
     int setSendInterface();
-    std::int32_t sendLocked(Bytes data);
 
     const sys::SocketLibraryUse m_library; // outlives the sockets
     iDatagramHandler& m_handler;

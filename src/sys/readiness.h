@@ -33,6 +33,8 @@ public:
     void arm();
     /// On the loop's thread: asks to be told of the next input. `completed`: there is some already.
     Posted post();
+    /// Whether the system has what nextDatagram() needs on that socket.
+    static bool canReceiveDatagrams(NativeSocket socket);
     /// On the loop's thread, for a datagram socket instead of post(): true when a datagram is in
     /// the buffer, to be called again when it is dealt with; false when a notice will come. What
     /// the kernel writes to lives on like this object's own memory.

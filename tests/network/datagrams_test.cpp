@@ -1,9 +1,12 @@
 // What strangers throw at the library's ports, and what does not come of it.
 
+#include "connection_table.h"
 #include "hexadecimal.h"
 #include "library_with_module.h"
 #include "phonebook.h"
 #include "readiness.h"
+#include "transaction_handler.h"
+#include "udp_connection.h"
 
 #include <asio/io_context.hpp>
 #include <asio/ip/udp.hpp>
@@ -128,6 +131,18 @@ TEST_F(Datagrams, InAFloodLeaveTheConnectionsServed)
         EXPECT_GT(calls.get(), 100);
     });
     EXPECT_EQ(found, 0u);
+}
+
+TEST_F(Datagrams, LeaveByTheChosenAdapterOrNotAtAll)
+{
+    sys::EventLoop loop;
+    clConHndlr connections;
+    clTransactionHandlerRequestorOnly handler{connections};
+    clUDPConnection broadcasts{loop, handler};
+    const std::string datagram = "for nobody";
+    const Bytes bytes = asBytes(datagram.data(), datagram.size());
+    EXPECT_EQ(broadcasts.sendOver(987654, bytes), ZEL_CONN_SEND_FAILED);
+    EXPECT_EQ(broadcasts.send(bytes.data(), bytes.size()), ZEL_OK);
 }
 
 TEST_F(Datagrams, PortsThatOthersHaveCostOnlyTheScans)

@@ -32,6 +32,11 @@ Readiness::Posted Readiness::post()
     return Posted::pending;
 }
 
+bool Readiness::canReceiveDatagrams(NativeSocket)
+{
+    return true;
+}
+
 bool Readiness::nextDatagram(const std::shared_ptr<DatagramBuffer>& buffer)
 {
     union {

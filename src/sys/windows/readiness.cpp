@@ -145,6 +145,11 @@ int postDatagram(ReadinessBlock& block, SOCKET socket, PortTwin& port,
 
 } // namespace
 
+bool Readiness::canReceiveDatagrams(NativeSocket socket)
+{
+    return receiveMessage(socket) != nullptr;
+}
+
 bool Readiness::nextDatagram(const std::shared_ptr<DatagramBuffer>& buffer)
 {
     if (isPending())
