@@ -628,7 +628,8 @@ ZEL_API int32_t ZEL_XCOM_GetSyncReqrSrvLastErrDatByUuid(uint64_t uuid, const cha
  * @param length    receives its length
  * @param capacity  size of buffer in bytes, not 0
  * @return ZEL_OK; started codes (also for a capacity of 0); ZEL_SRV_BUFFER_TOO_SMALL
- * @threads any; blocks for 3 s
+ * @threads any; blocks for 3 s, or for the milliseconds of the environment variable ZEL_SCAN_TIME
+ *          where those are fewer (read at each scan)
  */
 ZEL_API int32_t ZEL_XCOM_DoNetScan(uint32_t adapter, char* buffer, uint64_t* length,
                                    uint64_t capacity);
@@ -640,7 +641,7 @@ ZEL_API int32_t ZEL_XCOM_DoNetScan(uint32_t adapter, char* buffer, uint64_t* len
  * @param segment  receives the modules, 22536 bytes; modules beyond the 128 that it holds are left
  *                 out
  * @return ZEL_OK; started codes
- * @threads any; blocks for 3 s
+ * @threads any; blocks as ZEL_XCOM_DoNetScan does
  */
 ZEL_API int32_t ZEL_XCOM_ScanEthSegment(uint32_t adapter, ZEL_SegmentArray* segment);
 

@@ -6,8 +6,11 @@
 #include "request_document.h"
 #include "requestor_broadcast.h"
 
+#include <charconv>
 #include <chrono>
+#include <cstdlib>
 #include <exception>
+#include <string_view>
 #include <thread>
 
 namespace zel::network {
@@ -15,7 +18,19 @@ namespace zel::network {
 namespace {
 
 constexpr MethodAddress kScan{kBroadcastNode, 6, 13};
-constexpr std::chrono::seconds kWait{3};
+constexpr std::uint32_t kLongestWait = 3000;
+
+/// The environment can make scans shorter, for whoever asks again and again.
+std::chrono::milliseconds waitTime()
+{
+    const char* const text = std::getenv("ZEL_SCAN_TIME");
+    const std::string_view digits = text != nullptr ? text : "";
+    std::uint32_t wait = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), wait);
+    const bool isNumber = error == std::errc{} && end == digits.data() + digits.size();
+    return std::chrono::milliseconds(isNumber && wait > 0 && wait < kLongestWait ? wait
+                                                                                 : kLongestWait);
+}
 
 /// Enters what comes in into the phonebook, on the event loop's thread.
 class Enter final : public iMultiMthdFunctor {
@@ -72,7 +87,7 @@ void scan(const clPhonebook::Scan& scan, const ScanPaths& paths)
     const std::uint32_t context = scan.interfaceIndex().value_or(0);
     ask(scan.phonebook(), paths.multicast, context, paths.loop);
     ask(scan.phonebook(), paths.broadcast, context, paths.loop);
-    std::this_thread::sleep_until(std::chrono::steady_clock::now() + kWait);
+    std::this_thread::sleep_until(std::chrono::steady_clock::now() + waitTime());
 }
 
 std::int32_t listModules(const clPhonebook::Scan& scan, const TextBuffer& buffer)

@@ -18,7 +18,8 @@ struct ScanPaths {
     sys::EventLoop& loop;
 };
 
-/// Asks for modules and waits 3 seconds. Answers that come a little later are still entered: the
+/// Asks for modules and waits 3 seconds, or the milliseconds of the environment variable
+/// ZEL_SCAN_TIME where those are fewer. Answers that come a little later are still entered: the
 /// requests share the phonebook.
 void scan(const clPhonebook::Scan& scan, const ScanPaths& paths);
 
