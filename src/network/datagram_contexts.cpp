@@ -4,11 +4,11 @@
 
 namespace zel {
 
-std::unique_ptr<clRequestorBase> DatagramContext::createRequestor(std::uint64_t target,
+std::shared_ptr<clRequestorBase> DatagramContext::createRequestor(std::uint64_t target,
                                                                   iTransactionOwner& owner,
                                                                   sys::EventLoop& loop)
 {
-    return std::make_unique<clRequestorBroadcast>(target, owner, loop, *this);
+    return std::make_shared<clRequestorBroadcast>(target, owner, loop, *this);
 }
 
 std::int32_t MulticastContext::sendDatagram(Bytes telegram)

@@ -16,7 +16,7 @@ namespace zel {
 /// What the two share: each request is one transaction by datagrams.
 class DatagramContext : public iRequestorContext, public iDatagramSender {
 public:
-    std::unique_ptr<clRequestorBase> createRequestor(std::uint64_t target, iTransactionOwner& owner,
+    std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t target, iTransactionOwner& owner,
                                                      sys::EventLoop& loop) final;
 };
 

@@ -38,7 +38,7 @@ struct EventIdHash {
 /// that have input. Completion ports on Windows, epoll on Linux.
 ///
 /// Locks: callbacks run under the loop's recursive mutex, the outermost lock of the library. A
-/// thread that holds the requestor registry's or the connection table's lock must not call in here
+/// thread that holds a request's lock or the connection table's must not call in here
 /// unless it is the loop's thread.
 class EventLoop {
 public:

@@ -119,10 +119,10 @@ std::shared_ptr<iTelegramSender> clConHndlr::senderTo(std::uint64_t uuid)
     return found == m_table.end() ? nullptr : found->second;
 }
 
-std::unique_ptr<clRequestorBase>
+std::shared_ptr<clRequestorBase>
 clConHndlr::createRequestor(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop)
 {
-    return std::make_unique<clRequestorTrans>(target, owner, loop, *this);
+    return std::make_shared<clRequestorTrans>(target, owner, loop, *this);
 }
 
 } // namespace zel

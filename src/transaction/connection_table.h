@@ -43,7 +43,7 @@ public:
     std::vector<std::uint64_t> uuids() const;
 
     std::shared_ptr<iTelegramSender> senderTo(std::uint64_t uuid) override;
-    std::unique_ptr<clRequestorBase> createRequestor(std::uint64_t target, iTransactionOwner& owner,
+    std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t target, iTransactionOwner& owner,
                                                      sys::EventLoop& loop) override;
 
 private:

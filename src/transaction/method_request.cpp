@@ -33,9 +33,7 @@ std::shared_ptr<const clTxTelContainer> makeMethodRequest(const MethodAddress& a
 
 clMthdReqrSrv::clMthdReqrSrv(const MethodAddress& address, sys::EventLoop& loop,
                              iRequestorContext& context)
-    : m_address(address),
-      m_requestor(context.createRequestor(address.uuid, *this, loop)),
-      m_label(m_requestor->label())
+    : m_address(address), m_requestor(context.createRequestor(address.uuid, *this, loop))
 {
 }
 
@@ -70,7 +68,7 @@ void clMthdReqrSrv::sendRequestAndWait(sys::EventFlag& isOver)
 std::string clMthdReqrSrv::logName(const char* direction, const char* preposition) const
 {
     std::ostringstream text;
-    text << "Srv     : " << direction << " (id=" << m_label << ") " << preposition
+    text << "Srv     : " << direction << " (id=" << label() << ") " << preposition
          << " UUID: " << std::hex << m_address.uuid << std::dec << " "
          << methodLogName(m_address.service, m_address.method);
     return text.str();

@@ -52,7 +52,7 @@ protected:
     void logFailure(std::int32_t result) const;
     /// No callback comes after it has returned. A derived class calls it in its destructor, so that
     /// the requestor goes before what it signals.
-    void dropRequestor() { m_requestor.reset(); }
+    void dropRequestor() { m_requestor->retire(); }
 
     const MethodAddress m_address;
 
@@ -60,8 +60,7 @@ private:
     std::string logName(const char* direction, const char* preposition) const;
 
     std::shared_ptr<const clTxTelContainer> m_request;
-    std::unique_ptr<clRequestorBase> m_requestor;
-    const std::uint16_t m_label;
+    const std::shared_ptr<clRequestorBase> m_requestor;
 };
 
 } // namespace zel

@@ -7,7 +7,7 @@
 namespace zel {
 
 /// Gets what comes of a request to several modules. Called on the event loop's thread under the
-/// requestor registry's lock: short, and leaf locks only.
+/// requestor's lock: short, and leaf locks only.
 class iMultiMthdFunctor {
 public:
     virtual ~iMultiMthdFunctor() = default;

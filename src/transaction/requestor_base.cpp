@@ -2,69 +2,90 @@
 
 #include "event_loop.h"
 #include "logger.h"
-#include "spinning_lock.h"
 #include "telegram_container.h"
+#include "ZEL_VR_Framework.h"
 
-#include <cassert>
 #include <sstream>
 
 namespace zel {
 
 clRequestorBase::clRequestorBase(std::uint64_t target, iTransactionOwner& owner,
                                  sys::EventLoop& loop)
-    : m_loop(loop), m_target(target), m_owner(owner), m_timer(loop)
+    : m_loop(loop),
+      m_target(target),
+      m_owner(owner),
+      m_label(requestorRegistry().takeLabel()),
+      m_timer(loop)
 {
 }
 
-void clRequestorBase::enterRegistry(std::uint64_t connectionId)
+clRequestorBase::~clRequestorBase()
 {
-    m_connectionId = connectionId;
-    requestorRegistry().enter(*this);
+    if (!m_isFinished)
+        endLocked(); // nobody else knows it
+    if (m_label)
+        requestorRegistry().giveBackLabel(*m_label);
 }
 
 void clRequestorBase::retire()
 {
     {
-        const sys::SpinningLock lock{requestorRegistry().lock()};
-        m_isFinished = true;
-        requestorRegistry().leave(*this);
+        const Lock lock{m_mutex};
+        if (!m_isFinished)
+            endLocked();
     }
     m_timer.stop();
 }
 
-bool clRequestorBase::startTimer(std::uint32_t milliseconds)
+std::int32_t clRequestorBase::beginLocked(std::uint64_t connectionId, std::uint32_t milliseconds)
 {
-    m_timer.set(milliseconds, false, [this](bool expired) { onTimeout(expired); });
-    return m_loop.canRun();
+    if (!m_label)
+        return ZEL_SYS_NO_OBJECT;
+    m_connectionId = connectionId;
+    requestorRegistry().enter(shared_from_this());
+    m_timer.set(milliseconds, false, [weak = weak_from_this()](bool expired) {
+        if (const auto self = weak.lock())
+            self->onTimeout(expired);
+    });
+    return m_loop.canRun() ? ZEL_OK : ZEL_CONN_RECEIVE_FAILED;
 }
 
-void clRequestorBase::restartTimer(std::uint32_t milliseconds)
+void clRequestorBase::restartTimerLocked(std::uint32_t milliseconds)
 {
-    assert(m_loop.isDispatching());
     m_timer.restart(milliseconds);
+}
+
+void clRequestorBase::endLocked()
+{
+    // The timer may go on: stopping it could wait for the loop, which may wait for this lock.
+    m_isFinished = true;
+    if (m_label)
+        requestorRegistry().endLabel(*m_label);
 }
 
 void clRequestorBase::finish(std::int32_t result)
 {
-    const sys::SpinningLock lock{requestorRegistry().lock()};
+    const Lock lock{m_mutex};
+    finishLocked(result);
+}
+
+void clRequestorBase::finishLocked(std::int32_t result)
+{
     if (m_isFinished)
         return;
-    // The timer may go on: stopping it could wait for the loop, which may wait for this lock.
-    m_isFinished = true;
-    requestorRegistry().leave(*this);
+    endLocked();
     m_owner.completed(result);
 }
 
-void clRequestorBase::deliver(std::unique_ptr<clRxTelContainer> response,
-                              const TransactionSource& source)
+void clRequestorBase::deliverLocked(std::unique_ptr<clRxTelContainer> response,
+                                    const TransactionSource& source)
 {
-    m_isFinished = true;
-    requestorRegistry().leave(*this);
+    endLocked();
     m_owner.delivered(std::move(response), source);
 }
 
-void clRequestorBase::deliverOneOfMany(std::unique_ptr<clRxTelContainer> response,
-                                       const TransactionSource& source)
+void clRequestorBase::deliverOneOfManyLocked(std::unique_ptr<clRxTelContainer> response,
+                                             const TransactionSource& source)
 {
     m_owner.delivered(std::move(response), source);
 }

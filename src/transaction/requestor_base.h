@@ -5,23 +5,36 @@
 #include "timer.h"
 #include "transaction.h"
 
+#include <memory>
+#include <mutex>
+#include <optional>
+
 namespace zel {
 
 /// A transaction of the requesting side: its label, its time limit and its one terminal callback.
-class clRequestorBase : public iTransaction {
+///
+/// Its lock guards what comes of it: a telegram is handled, a time-out told and the owner called
+/// back with it held. Whoever holds it takes leaf locks only, and sends nothing.
+class clRequestorBase : public iTransaction, public std::enable_shared_from_this<clRequestorBase> {
 public:
     static constexpr std::uint32_t kAcknowledgeMs = 3000;
 
+    ~clRequestorBase() override;
     clRequestorBase(const clRequestorBase&) = delete;
     clRequestorBase& operator=(const clRequestorBase&) = delete;
 
     std::uint64_t target() const { return m_target; }
-    std::uint16_t label() const { return m_label.value; }
-    /// The connection that it was sent on, 0 when by datagram; under the registry's lock.
+    /// 0 when none was left; then nothing can be sent.
+    std::uint16_t label() const { return m_label.value_or(0); }
+    /// The connection that it was sent on, 0 when by datagram; fixed before anybody can find it.
     std::uint64_t connectionId() const { return m_connectionId; }
 
     /// Ends the transaction without a response. What comes after the end is ignored.
     void finish(std::int32_t result);
+    /// For the owner who leaves: once it has returned on another thread, the owner is not being
+    /// called back and will not be. Waits for a time-out that is being told; without any lock of
+    /// the transactions.
+    void retire();
 
     /// Says, before the transaction is sent, that the same thread is going to wait() for it, which
     /// may be faster then.
@@ -30,53 +43,45 @@ public:
     virtual void wait(sys::EventFlag& isOver) { isOver.wait(); }
 
 protected:
+    using Lock = std::unique_lock<std::recursive_mutex>;
+
     clRequestorBase(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop);
 
-    /// As the first step of sending, under the registry's lock: from then on the loop's thread may
-    /// call every function. Nobody finds a request that has not been sent: its owner may still be
-    /// under construction, and what comes cannot be an answer.
-    void enterRegistry(std::uint64_t connectionId);
-    /// Leaves the registry and waits until neither a transaction nor a time-out is being handled.
-    /// The destructor of the last class must call it first, without the registry's lock.
-    void retire();
-    /// On the sending thread, before it sends; false when no timer will ever expire again.
-    bool startTimer(std::uint32_t milliseconds);
-    /// Inside a callback of the loop's.
-    void restartTimer(std::uint32_t milliseconds);
-    /// Hands a complete response to the owner; under the registry's lock.
-    void deliver(std::unique_ptr<clRxTelContainer> response, const TransactionSource& source);
-    /// Hands an answer to the owner and goes on waiting for more; under the registry's lock.
-    void deliverOneOfMany(std::unique_ptr<clRxTelContainer> response,
-                          const TransactionSource& source);
-    bool isFinished() const { return m_isFinished; }
+    Lock lock() { return Lock{m_mutex}; }
+    /// The last step before the first telegram leaves: from now on answers find the transaction,
+    /// and it ends by itself when its time is over. A code when it cannot be.
+    std::int32_t beginLocked(std::uint64_t connectionId, std::uint32_t milliseconds);
+    void restartTimerLocked(std::uint32_t milliseconds);
+    void finishLocked(std::int32_t result);
+    /// Hands a complete response to the owner.
+    void deliverLocked(std::unique_ptr<clRxTelContainer> response, const TransactionSource& source);
+    /// Hands an answer to the owner and goes on waiting for more.
+    void deliverOneOfManyLocked(std::unique_ptr<clRxTelContainer> response,
+                                const TransactionSource& source);
+    bool isFinishedLocked() const { return m_isFinished; }
     void logSent(TransactionType type) const;
 
     bool isWaitExpected() const { return m_isWaitExpected; }
 
-    sys::EventLoop& m_loop;
-
 private:
-    struct Label {
-        Label() : value(requestorRegistry().takeLabel()) {}
-        ~Label() { requestorRegistry().giveBackLabel(value); }
-        Label(const Label&) = delete;
-        Label& operator=(const Label&) = delete;
-
-        const std::uint16_t value;
-    };
+    /// Whatever comes for it from now on is nobody's.
+    void endLocked();
 
     // fixed at construction
+    sys::EventLoop& m_loop;
     const std::uint64_t m_target;
     iTransactionOwner& m_owner;
-    const Label m_label;
+    const std::optional<std::uint16_t> m_label;
 
     // sending thread only
     bool m_isWaitExpected = false;
 
-    // under the registry's lock
+    // written before it enters the registry
     std::uint64_t m_connectionId = 0;
-    bool m_isFinished = false;
 
+    // under m_mutex
+    std::recursive_mutex m_mutex; // an owner may leave while he is called back
+    bool m_isFinished = false;
     sys::Timer m_timer;
 };
 

@@ -1,9 +1,7 @@
 #include "requestor_broadcast.h"
 
-#include "event_loop.h"
 #include "frame.h"
 #include "own_uuid.h"
-#include "spinning_lock.h"
 #include "telegram_container.h"
 #include "ZEL_VR_Framework.h"
 
@@ -44,11 +42,6 @@ clRequestorBroadcast::clRequestorBroadcast(std::uint64_t target, iTransactionOwn
 {
 }
 
-clRequestorBroadcast::~clRequestorBroadcast()
-{
-    retire();
-}
-
 bool clRequestorBroadcast::matches(const TransactionSource& source,
                                    const TransactionHeader& header) const
 {
@@ -64,12 +57,12 @@ void clRequestorBroadcast::send(std::shared_ptr<const clTxTelContainer> payload)
     }
     const auto telegram = requestTelegram({TransactionType::request, label(), target()}, *payload);
     {
-        const sys::SpinningLock lock{requestorRegistry().lock()};
-        enterRegistry(0);
-    }
-    if (!startTimer(kAnswerMs)) {
-        finish(ZEL_CONN_RECEIVE_FAILED);
-        return;
+        const Lock locked = lock();
+        const std::int32_t result = beginLocked(0, kAnswerMs);
+        if (result != ZEL_OK) {
+            finishLocked(result);
+            return;
+        }
     }
     logSent(TransactionType::request);
     if (m_way.sendDatagram(telegram) != ZEL_OK)
@@ -85,10 +78,13 @@ void clRequestorBroadcast::onTimeout(bool expired)
 void clRequestorBroadcast::receive(TransactionType, std::unique_ptr<clRxTelContainer> telegram,
                                    const TransactionSource& source)
 {
+    const Lock locked = lock();
+    if (isFinishedLocked())
+        return;
     if (isForAll())
-        deliverOneOfMany(std::move(telegram), source);
+        deliverOneOfManyLocked(std::move(telegram), source);
     else
-        deliver(std::move(telegram), source);
+        deliverLocked(std::move(telegram), source);
 }
 
 } // namespace zel

@@ -26,7 +26,6 @@ public:
     /// `way` is used by send() only, and need not live longer.
     clRequestorBroadcast(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop,
                          iDatagramSender& way);
-    ~clRequestorBroadcast() override;
 
     bool matches(const TransactionSource& source, const TransactionHeader& header) const override;
     void send(std::shared_ptr<const clTxTelContainer> payload) override;

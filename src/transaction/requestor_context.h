@@ -14,7 +14,7 @@ class iRequestorContext {
 public:
     virtual ~iRequestorContext() = default;
 
-    virtual std::unique_ptr<clRequestorBase>
+    virtual std::shared_ptr<clRequestorBase>
     createRequestor(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop) = 0;
 };
 

@@ -9,7 +9,6 @@
 #include "ZEL_VR_Framework.h"
 
 #include <sstream>
-#include <vector>
 
 namespace zel {
 
@@ -35,33 +34,59 @@ void logDropped(std::int32_t code)
 
 } // namespace
 
-std::uint16_t RequestorRegistry::takeLabel()
+std::optional<std::uint16_t> RequestorRegistry::takeLabel()
 {
     const sys::SpinningLock lock{m_mutex};
-    ++m_lastLabel;
-    // Where all are in use one has to serve twice.
-    for (std::size_t tried = 1; m_labelsInUse[m_lastLabel] && tried < m_labelsInUse.size(); ++tried)
-        ++m_lastLabel;
-    m_labelsInUse.set(m_lastLabel);
-    return m_lastLabel;
+    const auto next = static_cast<std::uint16_t>(m_lastLabel + 1);
+    auto label = m_held.nextMissing(next);
+    if (!label)
+        label = m_underWay.nextMissing(next);
+    if (!label)
+        return {};
+    m_held.add(*label);
+    m_underWay.add(*label);
+    ++m_slots[*label].holders;
+    m_lastLabel = *label;
+    return label;
+}
+
+void RequestorRegistry::endLabel(std::uint16_t label)
+{
+    // Declared before the lock: what the requestor owns is not taken apart under it.
+    std::shared_ptr<clRequestorBase> ended;
+    const sys::SpinningLock lock{m_mutex};
+    m_underWay.remove(label);
+    ended.swap(m_slots[label].requestor);
 }
 
 void RequestorRegistry::giveBackLabel(std::uint16_t label)
 {
     const sys::SpinningLock lock{m_mutex};
-    m_labelsInUse.reset(label);
+    if (--m_slots[label].holders == 0)
+        m_held.remove(label);
 }
 
-void RequestorRegistry::enter(clRequestorBase& requestor)
+void RequestorRegistry::enter(const std::shared_ptr<clRequestorBase>& requestor)
 {
     const sys::SpinningLock lock{m_mutex};
-    m_requestors.insert(&requestor);
+    m_slots[requestor->label()].requestor = requestor;
 }
 
-void RequestorRegistry::leave(clRequestorBase& requestor)
+std::shared_ptr<clRequestorBase> RequestorRegistry::find(std::uint16_t label)
 {
     const sys::SpinningLock lock{m_mutex};
-    m_requestors.erase(&requestor);
+    return m_slots[label].requestor;
+}
+
+std::shared_ptr<clRequestorBase> RequestorRegistry::next(std::size_t& label)
+{
+    const sys::SpinningLock lock{m_mutex};
+    while (const auto found = m_underWay.next(label)) {
+        label = *found + std::size_t{1};
+        if (m_slots[*found].requestor)
+            return m_slots[*found].requestor;
+    }
+    return {};
 }
 
 void RequestorRegistry::dispatch(const TransactionSource& source,
@@ -75,25 +100,17 @@ void RequestorRegistry::dispatch(const TransactionSource& source,
     }
     telegram->takeOff(TransactionHeader::kSize);
     logReceived(source, *header);
-    {
-        const sys::SpinningLock lock{m_mutex};
-        for (clRequestorBase* const requestor : m_requestors) {
-            if (!requestor->matches(source, *header))
-                continue;
-            // The set may be another one afterwards.
-            requestor->receive(header->type, std::move(telegram), source);
-            return;
-        }
-    }
-    logDropped(ZEL_TRANS_NOT_FOUND);
+    const std::shared_ptr<clRequestorBase> requestor = find(header->label);
+    if (requestor && requestor->matches(source, *header))
+        requestor->receive(header->type, std::move(telegram), source);
+    else
+        logDropped(ZEL_TRANS_NOT_FOUND);
 }
 
 void RequestorRegistry::connectionLost(std::uint64_t connectionId)
 {
-    const sys::SpinningLock lock{m_mutex};
-    // A copy: whoever finishes leaves the set. The lock keeps all of them alive.
-    const std::vector<clRequestorBase*> waiting{m_requestors.begin(), m_requestors.end()};
-    for (clRequestorBase* const requestor : waiting) {
+    std::size_t label = 0;
+    while (const auto requestor = next(label)) {
         if (connectionId == kEveryConnection || requestor->connectionId() == connectionId)
             requestor->finish(ZEL_CONN_RECEIVE_FAILED);
     }

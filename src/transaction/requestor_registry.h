@@ -1,33 +1,36 @@
 #pragma once
 
+#include "label_set.h"
 #include "transaction.h"
 
-#include <bitset>
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <set>
+#include <optional>
 
 namespace zel {
 
 class clRequestorBase;
 
-/// All requestors that were sent and wait for something, process-wide. Whoever holds its lock must
-/// not call into the event loop unless it is the loop's thread. The lock is recursive: a requestor
-/// may finish while a transaction is handed to it.
+/// All requestors that were sent and wait for something, process-wide, by their labels.
+///
+/// Its lock is a leaf: it is left before a requestor is asked for anything. Whoever comes through
+/// here holds the requestor that he gets, so that it outlives the call.
 class RequestorRegistry {
 public:
-    using Lock = std::recursive_mutex;
-
-    Lock& lock() { return m_mutex; }
-
-    /// The label for the next requestor: the one after the last, but none that is still in use. A
-    /// request may wait for so long that all others come round meanwhile.
-    std::uint16_t takeLabel();
+    /// The label for the next requestor: the one after the last, but none that somebody has. A
+    /// request may wait for so long that all others come round meanwhile. When nobody is left
+    /// without, that of a request which is over, though its owner keeps it, serves again; nothing
+    /// when each label has a request of its own under way.
+    std::optional<std::uint16_t> takeLabel();
+    /// The request is over: transactions with this label are nobody's. Once for each label taken.
+    void endLabel(std::uint16_t label);
+    /// Nobody keeps the request that had it any more. After endLabel().
     void giveBackLabel(std::uint16_t label);
-    /// From now on transactions may be handed to it, on the loop's thread.
-    void enter(clRequestorBase& requestor);
-    void leave(clRequestorBase& requestor);
+
+    /// From now on transactions may be handed to it, until its label is ended.
+    void enter(const std::shared_ptr<clRequestorBase>& requestor);
 
     /// Hands a received transaction to the requestor that it belongs to, or drops it.
     void dispatch(const TransactionSource& source, std::unique_ptr<clRxTelContainer> telegram);
@@ -37,10 +40,22 @@ public:
     static constexpr std::uint64_t kEveryConnection = ~std::uint64_t{0};
 
 private:
-    Lock m_mutex;
-    std::set<clRequestorBase*> m_requestors;
+    struct Slot {
+        std::shared_ptr<clRequestorBase> requestor; // null before it is sent
+        std::uint16_t holders = 0;
+    };
+
+    std::shared_ptr<clRequestorBase> find(std::uint16_t label);
+    /// The next one whose label is not below `label`, which then goes on behind it; null behind the
+    /// last.
+    std::shared_ptr<clRequestorBase> next(std::size_t& label);
+
+    // under m_mutex
+    std::mutex m_mutex;
+    std::array<Slot, 0x10000> m_slots;
+    LabelSet m_held;
+    LabelSet m_underWay; // taken and not ended yet
     std::uint16_t m_lastLabel = 0;
-    std::bitset<0x10000> m_labelsInUse;
 };
 
 RequestorRegistry& requestorRegistry();

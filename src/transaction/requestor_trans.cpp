@@ -1,7 +1,6 @@
 #include "requestor_trans.h"
 
 #include "own_uuid.h"
-#include "spinning_lock.h"
 #include "ZEL_VR_Framework.h"
 
 #include <algorithm>
@@ -29,11 +28,6 @@ clRequestorTrans::clRequestorTrans(std::uint64_t target, iTransactionOwner& owne
                                    sys::EventLoop& loop, iConnectionFinder& connections)
     : clRequestorBase(target, owner, loop), m_connections(connections)
 {
-}
-
-clRequestorTrans::~clRequestorTrans()
-{
-    retire();
 }
 
 bool clRequestorTrans::matches(const TransactionSource& source,
@@ -80,190 +74,204 @@ void clRequestorTrans::send(std::shared_ptr<const clTxTelContainer> payload)
     const std::size_t size = payload->size();
     const bool isSegmented = size > kMaxUnsegmented;
     {
-        const sys::SpinningLock lock{requestorRegistry().lock()};
+        const Lock locked = lock();
         m_sender = sender;
         m_state = isSegmented ? State::sendingSegments : State::waitingForAcknowledge;
         m_request = payload;
-        enterRegistry(sender->connectionId());
-    }
-    if (!startTimer(kAcknowledgeMs)) {
-        finish(ZEL_CONN_RECEIVE_FAILED);
-        return;
+        const std::int32_t result = beginLocked(sender->connectionId(), kAcknowledgeMs);
+        if (result != ZEL_OK) {
+            finishLocked(result);
+            return;
+        }
     }
     if (isWaitExpected())
         m_reception.begin(sender);
-    // The answer may be here, and this object gone, before the call below has returned: nothing of
-    // it is used from then on unless the call failed.
+    // The answer may be here before the call below has returned: nothing is changed from then on.
     int result;
     if (isSegmented) {
         const auto length = encodeLength(size);
-        result = sendTelegram(TransactionType::requestSegmentInit, {Bytes{length}, Bytes{}});
+        result = sendTelegram(*sender, TransactionType::requestSegmentInit, {Bytes{length}, {}});
     } else {
-        result = sendTelegram(TransactionType::request, payload->slice(0, size));
+        result = sendTelegram(*sender, TransactionType::request, payload->slice(0, size));
     }
     if (result != 0)
         finish(ZEL_CONN_SEND_FAILED);
 }
 
-int clRequestorTrans::sendTelegram(TransactionType type, std::array<Bytes, 2> payload)
+int clRequestorTrans::sendTelegram(iTelegramSender& sender, TransactionType type,
+                                   std::array<Bytes, 2> payload)
 {
-    const std::shared_ptr<iTelegramSender> sender = m_sender;
     const auto header = TransactionHeader{type, label(), target()}.encode();
     logSent(type);
     const std::array<Bytes, 3> parts{Bytes{header}, payload[0], payload[1]};
-    return sender->send(parts);
+    return sender.send(parts);
 }
 
 void clRequestorTrans::onTimeout(bool expired)
 {
     if (!expired)
         return;
-    const sys::SpinningLock lock{requestorRegistry().lock()};
+    const Lock locked = lock();
     switch (m_state) {
     case State::sendingSegments:
-        finish(ZEL_TRANS_TIMEOUT_SEND);
+        finishLocked(ZEL_TRANS_TIMEOUT_SEND);
         break;
     case State::waitingForAcknowledge:
-        finish(ZEL_TRANS_TIMEOUT_ACKNOWLEDGE);
+        finishLocked(ZEL_TRANS_TIMEOUT_ACKNOWLEDGE);
         break;
     case State::waitingForResponse:
     case State::receivingSegments:
-        finish(ZEL_TRANS_TIMEOUT_RESPONSE);
+        finishLocked(ZEL_TRANS_TIMEOUT_RESPONSE);
         break;
     default:
-        finish(ZEL_TRANS_WRONG_TYPE);
+        finishLocked(ZEL_TRANS_WRONG_TYPE);
     }
 }
 
 void clRequestorTrans::receive(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
                                const TransactionSource& source)
 {
+    std::shared_ptr<iTelegramSender> sender;
+    MaybeReply reply;
+    {
+        const Lock locked = lock();
+        if (isFinishedLocked())
+            return;
+        sender = m_sender;
+        reply = takeLocked(type, std::move(telegram), source);
+    }
+    if (!reply)
+        return;
+    const int result = sendTelegram(*sender, reply->type, reply->payload);
+    const Lock locked = lock();
+    if (isFinishedLocked())
+        return;
+    // A complete response counts although its last acknowledge may not have left.
+    if (reply->isLast)
+        deliverLocked(std::move(m_response), source);
+    else if (result != 0)
+        finishLocked(ZEL_CONN_SEND_FAILED);
+}
+
+clRequestorTrans::MaybeReply
+clRequestorTrans::takeLocked(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
+                             const TransactionSource& source)
+{
     switch (m_state) {
     case State::sendingSegments:
         if (type == TransactionType::requestSegmentAck)
-            sendNextSegment();
-        else
-            finish(ZEL_TRANS_WRONG_TYPE);
+            return nextSegmentLocked();
         break;
     case State::waitingForAcknowledge:
-        acknowledged(type, std::move(telegram), source);
-        break;
+        return acknowledgedLocked(type, std::move(telegram), source);
     case State::waitingForResponse:
-        responded(type, std::move(telegram), source);
-        break;
+        return respondedLocked(type, std::move(telegram), source);
     case State::receivingSegments:
         if (type == TransactionType::responseSegment)
-            takeSegment(telegram->payload(), source);
-        else
-            finish(ZEL_TRANS_WRONG_TYPE);
+            return takeSegmentLocked(telegram->payload());
         break;
     }
+    finishLocked(ZEL_TRANS_WRONG_TYPE);
+    return {};
 }
 
-void clRequestorTrans::sendNextSegment()
+clRequestorTrans::MaybeReply clRequestorTrans::nextSegmentLocked()
 {
     const std::size_t length = std::min(m_request->size() - m_sent, kSegmentSize);
     const auto segment = m_request->slice(m_sent, length);
     m_sent += length;
     if (m_sent == m_request->size())
         m_state = State::waitingForAcknowledge;
-    restartTimer(kAcknowledgeMs);
-    if (sendTelegram(TransactionType::requestSegment, segment) != 0)
-        finish(ZEL_CONN_SEND_FAILED);
+    restartTimerLocked(kAcknowledgeMs);
+    return Reply{TransactionType::requestSegment, segment, m_request, false};
 }
 
-void clRequestorTrans::acknowledged(TransactionType type,
-                                    std::unique_ptr<clRxTelContainer> telegram,
-                                    const TransactionSource& source)
+clRequestorTrans::MaybeReply
+clRequestorTrans::acknowledgedLocked(TransactionType type,
+                                     std::unique_ptr<clRxTelContainer> telegram,
+                                     const TransactionSource& source)
 {
     if (type == TransactionType::response) {
         m_state = State::waitingForResponse;
-        responded(type, std::move(telegram), source);
-        return;
+        return respondedLocked(type, std::move(telegram), source);
     }
     if (type != TransactionType::responsePending) {
-        finish(ZEL_TRANS_WRONG_TYPE);
-        return;
+        finishLocked(ZEL_TRANS_WRONG_TYPE);
+    } else if (telegram->payload().size() != kLengthField) {
+        finishLocked(ZEL_TRANS_INVALID_FORMAT);
+    } else {
+        m_state = State::waitingForResponse;
+        restartTimerLocked(std::min(ByteReader{telegram->payload()}.u32(), kLongestMs));
     }
-    if (telegram->payload().size() != kLengthField) {
-        finish(ZEL_TRANS_INVALID_FORMAT);
-        return;
-    }
-    m_state = State::waitingForResponse;
-    restartTimer(std::min(ByteReader{telegram->payload()}.u32(), kLongestMs));
+    return {};
 }
 
-void clRequestorTrans::responded(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
-                                 const TransactionSource& source)
+clRequestorTrans::MaybeReply
+clRequestorTrans::respondedLocked(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
+                                  const TransactionSource& source)
 {
     if (type == TransactionType::response)
-        deliver(std::move(telegram), source);
+        deliverLocked(std::move(telegram), source);
     else if (type != TransactionType::responseSegmentInit)
-        finish(ZEL_TRANS_WRONG_TYPE);
+        finishLocked(ZEL_TRANS_WRONG_TYPE);
     else if (telegram->payload().size() != kLengthField)
-        finish(ZEL_TRANS_INVALID_FORMAT);
+        finishLocked(ZEL_TRANS_INVALID_FORMAT);
     else
-        beginResponse(telegram->payload());
+        return beginResponseLocked(telegram->payload());
+    return {};
 }
 
-void clRequestorTrans::beginResponse(Bytes payload)
+clRequestorTrans::MaybeReply clRequestorTrans::beginResponseLocked(Bytes payload)
 {
     m_expected = ByteReader{payload}.u32();
     m_received = 0;
     m_emptySegments = 0;
     m_responseEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds{kLongestMs};
-    m_response.reset();
     try {
         m_response = std::make_unique<clRxTelContainer>(std::min(m_expected, kFirstAllocation));
     } catch (const std::bad_alloc&) {
-        finish(ZEL_SYS_NO_OBJECT);
-        return;
+        finishLocked(ZEL_SYS_NO_OBJECT);
+        return {};
     }
     m_state = State::receivingSegments;
-    acknowledgeSegment();
+    return acknowledgeSegmentLocked();
 }
 
-void clRequestorTrans::takeSegment(Bytes segment, const TransactionSource& source)
+clRequestorTrans::MaybeReply clRequestorTrans::takeSegmentLocked(Bytes segment)
 {
     // The timer keeps running: the module has to send the right one.
     if (segment.size() > m_expected - m_received)
-        return;
+        return {};
     m_emptySegments = segment.empty() ? m_emptySegments + 1 : 0;
     if (m_emptySegments > kMostEmptySegments) {
-        finish(ZEL_TRANS_INVALID_FORMAT);
-        return;
+        finishLocked(ZEL_TRANS_INVALID_FORMAT);
+        return {};
     }
     const std::size_t needed = m_received + segment.size();
     if (needed > m_response->size()) {
         try {
             m_response->resize(std::min(m_expected, std::max(needed, 2 * m_response->size())));
         } catch (const std::bad_alloc&) {
-            finish(ZEL_SYS_NO_OBJECT);
-            return;
+            finishLocked(ZEL_SYS_NO_OBJECT);
+            return {};
         }
     }
     if (!segment.empty())
         std::memcpy(m_response->writable().data() + m_received, segment.data(), segment.size());
     m_received = needed;
-    if (m_received < m_expected) {
-        acknowledgeSegment();
-        return;
-    }
-    // The response counts although its last acknowledge may not have left.
-    sendTelegram(TransactionType::responseSegmentAck, {});
-    if (!isFinished())
-        deliver(std::move(m_response), source);
+    if (m_received == m_expected)
+        return Reply{TransactionType::responseSegmentAck, {}, {}, true};
+    return acknowledgeSegmentLocked();
 }
 
-void clRequestorTrans::acknowledgeSegment()
+clRequestorTrans::MaybeReply clRequestorTrans::acknowledgeSegmentLocked()
 {
     if (std::chrono::steady_clock::now() >= m_responseEnd) {
-        finish(ZEL_TRANS_TIMEOUT_RESPONSE);
-        return;
+        finishLocked(ZEL_TRANS_TIMEOUT_RESPONSE);
+        return {};
     }
-    restartTimer(kAcknowledgeMs);
-    if (sendTelegram(TransactionType::responseSegmentAck, {}) != 0)
-        finish(ZEL_CONN_SEND_FAILED);
+    restartTimerLocked(kAcknowledgeMs);
+    return Reply{TransactionType::responseSegmentAck, {}, {}, false};
 }
 
 } // namespace zel

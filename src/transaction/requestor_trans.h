@@ -33,7 +33,6 @@ public:
 
     clRequestorTrans(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop,
                      iConnectionFinder& connections);
-    ~clRequestorTrans() override;
 
     bool matches(const TransactionSource& source, const TransactionHeader& header) const override;
     void send(std::shared_ptr<const clTxTelContainer> payload) override;
@@ -50,15 +49,26 @@ private:
         receivingSegments = 5,
     };
 
-    int sendTelegram(TransactionType type, std::array<Bytes, 2> payload);
-    void sendNextSegment();
-    void acknowledged(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
-                      const TransactionSource& source);
-    void responded(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
-                   const TransactionSource& source);
-    void beginResponse(Bytes payload);
-    void takeSegment(Bytes segment, const TransactionSource& source);
-    void acknowledgeSegment();
+    /// What a telegram of the module's is answered with; the request that it is a piece of is held.
+    struct Reply {
+        TransactionType type;
+        std::array<Bytes, 2> payload;
+        std::shared_ptr<const clTxTelContainer> request;
+        bool isLast; // the response is complete
+    };
+    using MaybeReply = std::optional<Reply>;
+
+    int sendTelegram(iTelegramSender& sender, TransactionType type, std::array<Bytes, 2> payload);
+    MaybeReply takeLocked(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
+                          const TransactionSource& source);
+    MaybeReply nextSegmentLocked();
+    MaybeReply acknowledgedLocked(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
+                                  const TransactionSource& source);
+    MaybeReply respondedLocked(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
+                               const TransactionSource& source);
+    MaybeReply beginResponseLocked(Bytes payload);
+    MaybeReply takeSegmentLocked(Bytes segment);
+    MaybeReply acknowledgeSegmentLocked();
 
     /// A connection that the sending thread receives on; ended at the latest with this object.
     class Reception {
@@ -80,7 +90,7 @@ private:
     iConnectionFinder& m_connections;
     Reception m_reception;
 
-    // under the registry's lock from send() on
+    // under the lock from send() on
     std::shared_ptr<iTelegramSender> m_sender;
     State m_state = State::waitingForAcknowledge;
     std::shared_ptr<const clTxTelContainer> m_request;

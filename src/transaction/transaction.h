@@ -35,7 +35,7 @@ public:
 };
 
 /// Gets the outcome of a transaction. Both calls may come on the event loop's thread, `completed`
-/// also on the one that sends or disconnects; both under the requestor registry's lock, so they
+/// also on the one that sends or disconnects; both under the transaction's lock, so they
 /// must be short and take leaf locks only.
 class iTransactionOwner {
 public:

@@ -5,7 +5,6 @@
 #include "event_loop.h"
 #include "method_header.h"
 #include "net_settings.h"
-#include "spinning_lock.h"
 #include "xml_loading.h"
 #include "ZEL_VR_Framework.h"
 
@@ -36,7 +35,6 @@ public:
         : clRequestorBase(kModule, owner, loop), m_request(request), m_answer(answer)
     {
     }
-    ~Requestor() override { retire(); }
 
     bool matches(const TransactionSource&, const TransactionHeader&) const override
     {
@@ -51,8 +49,8 @@ public:
             return finish(ZEL_CONN_UNKNOWN_UUID);
         auto response = std::make_unique<clRxTelContainer>(m_answer->size());
         ByteWriter{response->writable()}.bytes(asBytes(m_answer->data(), m_answer->size()));
-        const sys::SpinningLock lock{requestorRegistry().lock()};
-        deliver(std::move(response), {kModule, 0, 0});
+        const Lock locked = lock();
+        deliverLocked(std::move(response), {kModule, 0, 0});
     }
     void onTimeout(bool) override {}
     void receive(TransactionType, std::unique_ptr<clRxTelContainer>,
@@ -66,10 +64,10 @@ private:
 };
 
 struct Way final : iRequestorContext {
-    std::unique_ptr<clRequestorBase> createRequestor(std::uint64_t, iTransactionOwner& owner,
+    std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t, iTransactionOwner& owner,
                                                      sys::EventLoop& loop) override
     {
-        return std::make_unique<Requestor>(owner, loop, request, answer);
+        return std::make_shared<Requestor>(owner, loop, request, answer);
     }
 
     std::string request;

@@ -35,10 +35,10 @@ public:
 class Context : public iRequestorContext, public iConnectionFinder {
 public:
     std::shared_ptr<iTelegramSender> senderTo(std::uint64_t) override { return m_sender; }
-    std::unique_ptr<clRequestorBase> createRequestor(std::uint64_t target, iTransactionOwner& owner,
+    std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t target, iTransactionOwner& owner,
                                                      sys::EventLoop& loop) override
     {
-        return std::make_unique<clRequestorTrans>(target, owner, loop, *this);
+        return std::make_shared<clRequestorTrans>(target, owner, loop, *this);
     }
 
 private:

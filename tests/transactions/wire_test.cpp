@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <future>
+#include <set>
 #include <vector>
 
 namespace zel::test {
@@ -284,15 +285,30 @@ TEST_F(Wire, PassesOverWhatDoesNotBelongToTheRequest)
     EXPECT_EQ(call.get().data, "ok");
 }
 
-TEST(RequestLabels, ThatAreInUseAreNotTakenAgain)
+TEST(RequestLabels, AreNeverSharedByRequestsUnderWay)
 {
-    const std::uint16_t held = requestorRegistry().takeLabel();
+    RequestorRegistry& registry = requestorRegistry();
+    std::set<std::uint16_t> held;
+    for (int i = 0; i < 60000; ++i)
+        EXPECT_TRUE(held.insert(registry.takeLabel().value()).second);
     for (int i = 0; i < 0x10000; ++i) {
-        const std::uint16_t label = requestorRegistry().takeLabel();
-        ASSERT_NE(label, held);
-        requestorRegistry().giveBackLabel(label);
+        const std::uint16_t label = registry.takeLabel().value();
+        ASSERT_FALSE(held.contains(label));
+        registry.endLabel(label);
+        registry.giveBackLabel(label);
     }
-    requestorRegistry().giveBackLabel(held);
+    while (const auto label = registry.takeLabel())
+        EXPECT_TRUE(held.insert(*label).second);
+    EXPECT_EQ(held.size(), 0x10000u);
+    // One that is over, but kept, serves again when no other is left; it is then held twice.
+    registry.endLabel(4711);
+    EXPECT_EQ(registry.takeLabel(), 4711);
+    registry.giveBackLabel(4711);
+    EXPECT_EQ(registry.takeLabel(), std::nullopt);
+    for (const std::uint16_t label : held) {
+        registry.endLabel(label);
+        registry.giveBackLabel(label);
+    }
 }
 
 constexpr std::uint64_t kConnection = 7;
@@ -339,11 +355,11 @@ TEST(Requests, TakeNoAnswerBeforeTheyAreSentAndNoneByAnotherWay)
         EXPECT_EQ(owner.calls, 1);
     };
     Owner byDatagram;
-    clRequestorBroadcast toAll{kBroadcastNode, byDatagram, loop, way};
-    check(toAll, byDatagram, 0, kConnection);
+    check(*std::make_shared<clRequestorBroadcast>(kBroadcastNode, byDatagram, loop, way),
+          byDatagram, 0, kConnection);
     Owner overConnection;
-    clRequestorTrans toOne{kModule, overConnection, loop, way};
-    check(toOne, overConnection, kConnection, 0);
+    check(*std::make_shared<clRequestorTrans>(kModule, overConnection, loop, way), overConnection,
+          kConnection, 0);
 }
 
 TEST(Requests, GetNoMoreThanAnHourByAsking)
@@ -354,13 +370,13 @@ TEST(Requests, GetNoMoreThanAnHourByAsking)
     } owner;
     sys::EventLoop loop;
     Nowhere way;
-    clRequestorTrans requestor{kModule, owner, loop, way};
-    requestor.send(std::make_shared<const clTxTelContainer>(0));
+    const auto requestor = std::make_shared<clRequestorTrans>(kModule, owner, loop, way);
+    requestor->send(std::make_shared<const clTxTelContainer>(0));
     sys::Timer asking{loop};
     asking.set(0, false, [&](bool) {
         auto time = std::make_unique<clRxTelContainer>(4);
         ByteWriter{time->writable()}.u32(0xFFFFFFFFu);
-        requestor.receive(TransactionType::responsePending, std::move(time), {});
+        requestor->receive(TransactionType::responsePending, std::move(time), {});
         loop.stop();
     });
     loop.execute();
