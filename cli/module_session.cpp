@@ -1,6 +1,7 @@
 #include "module_session.h"
 
 #include <cstdio>
+#include <exception>
 
 #include <nlohmann/json.hpp>
 
@@ -13,8 +14,6 @@
 namespace zel::cli {
 
 namespace {
-
-constexpr std::int32_t kStarted = 1; // ZEL_Init answers 1, not 0, when the library runs
 
 constexpr std::int32_t kConnectFailed = ZEL_TCP_CONNECT_FAILED;
 
@@ -45,12 +44,13 @@ std::string lastModuleText(std::uint64_t uuid)
 
 StartedLibrary::StartedLibrary()
 {
-    const std::int32_t code = ZEL_Init();
-    if (code != kStarted) {
-        throw CommandFailure({.problem = "the library could not be started",
-                              .code = code,
-                              .codeText = textOf(code),
-                              .advice = "is this host out of threads, memory or sockets?"});
+    try {
+        ZEL_Init();
+    } catch (const std::exception& error) {
+        throw CommandFailure(
+            {.problem = std::string{"the library could not be started: "} + error.what(),
+             .advice = "it needs a thread of its own: is this host out of threads or memory (on "
+                       "Linux 'ulimit -u' and 'ulimit -v' show what this user may have)?"});
     }
 }
 

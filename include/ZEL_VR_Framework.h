@@ -516,9 +516,21 @@ typedef struct ZEL_ReplyMessage {
  * Starts the library: its network thread, and the sockets that listen for scan answers. Calling it
  * while the library is started changes nothing. Calls do not nest: one ZEL_Unload ends them all.
  *
- * @return always 1, not ZEL_OK. Where the host cannot give the library its thread or its memory,
- *         the C++ exception that says so (std::system_error, std::bad_alloc) leaves this one
- *         export, the library is not started, and a later call may try again.
+ * Where the host cannot give the library its thread or its memory, the C++ exception that says so
+ * (std::system_error with resource_unavailable_try_again, std::bad_alloc) leaves this one export;
+ * the library is not started then, nothing is left over, and a later call may try again. Nothing in
+ * a C program catches it: the program ends, with a message on standard error. One that must go on
+ * calls ZEL_Init from a source file of its own in C++,
+ *
+ *     extern "C" int started(void) { try { return ZEL_Init(); } catch (...) { return 0; } }
+ *
+ * and on Windows builds that file with MinGW, or asks with __try and __except.
+ *
+ * On Windows never call it in a DllMain, nor in a constructor of a DLL's global object: no thread
+ * starts there, so that after 5 s the exception leaves it, and LoadLibrary fails where nobody
+ * catches it. On Linux constructors may call it.
+ *
+ * @return always 1, not ZEL_OK
  * @threads any; calls of ZEL_Init and ZEL_Unload wait for each other
  */
 ZEL_API int32_t ZEL_Init(void);

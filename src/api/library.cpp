@@ -10,6 +10,8 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <new>
+#include <system_error>
 
 namespace zel {
 
@@ -60,6 +62,37 @@ void abandonAnotherProcess(Frame& frame)
         frame.abandoned.store(frame.manager.exchange(nullptr));
 }
 
+std::error_code codeOfCurrentException()
+{
+    try {
+        throw;
+    } catch (const std::system_error& error) {
+        return error.code();
+    } catch (const std::bad_alloc&) {
+        return std::make_error_code(std::errc::not_enough_memory);
+    } catch (...) {
+        return std::make_error_code(std::errc::resource_unavailable_try_again);
+    }
+}
+
+std::error_code startUnderLock()
+{
+    Frame& frame = *g_frame;
+    const std::lock_guard lock(frame.mutex);
+    abandonAnotherProcess(frame);
+    if (frame.manager.load() != nullptr)
+        return {};
+    frame.wsa.startup();
+    try {
+        frame.process = processId();
+        frame.manager.store(new clSystemMgr, std::memory_order_release);
+        return {};
+    } catch (...) {
+        frame.wsa.cleanup();
+        return codeOfCurrentException();
+    }
+}
+
 } // namespace
 
 CallInside::CallInside() : m_count(counterFor(this).calls)
@@ -74,19 +107,14 @@ clSystemMgr* manager()
 
 void startLibrary()
 {
-    Frame& frame = *g_frame;
-    const std::lock_guard lock(frame.mutex);
-    abandonAnotherProcess(frame);
-    if (frame.manager.load() != nullptr)
-        return;
-    frame.wsa.startup();
-    try {
-        frame.process = processId();
-        frame.manager.store(new clSystemMgr, std::memory_order_release);
-    } catch (...) {
-        frame.wsa.cleanup();
-        throw;
-    }
+    // A host in C, and the loader around a DllMain, may stop the exception by the system's own
+    // means, which run no destructors, or run them wrongly: it sets out when there are none left to
+    // run.
+    const std::error_code failure = startUnderLock();
+    if (failure == std::errc::not_enough_memory)
+        throw std::bad_alloc{};
+    if (failure)
+        throw std::system_error{failure};
 }
 
 void stopLibrary()

@@ -22,7 +22,8 @@ private:
 /// has started it. Takes no lock: it is for the host not to unload while calls are running.
 clSystemMgr* manager();
 
-/// Makes the manager unless there is one. Throws what its construction throws; there is none then.
+/// Makes the manager unless there is one. Throws std::system_error or std::bad_alloc, with nothing
+/// held and nothing left over, when it cannot be made.
 void startLibrary();
 
 /// Destroys the manager, if there is one.

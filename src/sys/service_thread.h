@@ -5,12 +5,14 @@
 
 namespace zel::sys {
 
-/// A thread that is running when its constructor returns. join() may be called under the Windows
-/// loader lock: it waits for the body's end, not for the thread's, and no code of the library runs
-/// on the thread after its body.
+/// A thread that is running when its constructor returns. The constructor fails after some seconds
+/// under the Windows loader lock, which a thread needs to start. join() may be called under the
+/// Windows loader lock: it waits for the body's end, not for the thread's, and no code of the
+/// library runs on the thread after its body.
 class ServiceThread {
 public:
-    /// Throws std::system_error (resource_unavailable_try_again) when no thread can be had.
+    /// Throws std::system_error (resource_unavailable_try_again) when no thread can be had; the
+    /// body does not run then.
     explicit ServiceThread(std::function<void()> body);
     ~ServiceThread();
     ServiceThread(const ServiceThread&) = delete;

@@ -14,7 +14,9 @@
 
 #include <gtest/gtest.h>
 
-#ifdef __linux__
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <pthread.h>
 #endif
 
@@ -271,23 +273,58 @@ TEST_F(LibraryFrame, StartsOnceHoweverOftenAndByWhomeverItIsAsked)
     }
 }
 
-#ifdef __linux__
+/// While it lives no thread starts.
+class NoThreads {
+#ifdef _WIN32
+public:
+    // As inside a DllMain.
+    NoThreads()
+    {
+        found<LONG(ULONG, ULONG*, ULONG_PTR*)>("LdrLockLoaderLock")(0, nullptr, &m_cookie);
+    }
+    ~NoThreads()
+    {
+        found<LONG(ULONG, ULONG_PTR)>("LdrUnlockLoaderLock")(0, m_cookie);
+    }
+
+private:
+    template <class Function>
+    static Function* found(const char* name)
+    {
+        const FARPROC address = GetProcAddress(GetModuleHandleA("ntdll.dll"), name);
+        return reinterpret_cast<Function*>(reinterpret_cast<void*>(address));
+    }
+
+    ULONG_PTR m_cookie = 0;
+#else
+public:
+    NoThreads()
+    {
+        EXPECT_EQ(pthread_getattr_default_np(&m_usual), 0);
+        pthread_attr_t absurd = m_usual;
+        EXPECT_EQ(pthread_attr_setstacksize(&absurd, std::size_t{1} << 60), 0);
+        EXPECT_EQ(pthread_setattr_default_np(&absurd), 0);
+    }
+    ~NoThreads()
+    {
+        EXPECT_EQ(pthread_setattr_default_np(&m_usual), 0);
+    }
+
+private:
+    pthread_attr_t m_usual;
+#endif
+};
 
 TEST_F(LibraryFrame, StaysStoppedWhenItGetsNoThreadAndStartsWhenItDoes)
 {
-    pthread_attr_t usual;
-    ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
-    pthread_attr_t absurd = usual;
-    ASSERT_EQ(pthread_attr_setstacksize(&absurd, std::size_t{1} << 60), 0);
-    ASSERT_EQ(pthread_setattr_default_np(&absurd), 0);
-    EXPECT_THROW(ZEL_Init(), std::system_error);
-    ASSERT_EQ(pthread_setattr_default_np(&usual), 0);
-
+    {
+        const NoThreads noThreads;
+        EXPECT_THROW(ZEL_Init(), std::system_error);
+    }
     EXPECT_EQ(zel::manager(), nullptr);
     EXPECT_EQ(ZEL_XCOM_Disconnect(42), -1016035);
     EXPECT_EQ(ZEL_Init(), 1);
     EXPECT_EQ(ZEL_XCOM_Disconnect(42), -1000500);
 }
-#endif
 
 } // namespace
