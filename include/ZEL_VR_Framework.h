@@ -32,7 +32,8 @@
  *    ZEL_CONN_RECEIVE_FAILED (connection lost while waiting), ZEL_TRANS_TIMEOUT_SEND,
  *    ZEL_TRANS_TIMEOUT_ACKNOWLEDGE, ZEL_TRANS_TIMEOUT_RESPONSE, ZEL_TRANS_WRONG_TYPE,
  *    ZEL_TRANS_INVALID_FORMAT, ZEL_SRV_RESPONSE_MISMATCH, ZEL_SYS_NO_OBJECT (out of memory, threads
- *    or handles), or the code with which the module itself answered.
+ *    or handles), ZEL_SRV_INVALID_PARAMETERS (the request would be 4 GiB long or longer; nothing is
+ *    sent), or the code with which the module itself answered.
  *
  * Texts and buffers
  * -----------------
@@ -724,7 +725,7 @@ ZEL_API int32_t ZEL_XCOM_ReadNetSettings(uint64_t uuid, char* buffer, uint64_t* 
  * @param uuid      module, connected or found by a scan
  * @param document  the "Network" section as ZEL_XCOM_ReadNetSettings gave it, changed; passed on as
  *                  is
- * @param length    its length in bytes; the document need not be terminated
+ * @param length    its length in bytes, below 4 GiB; the document need not be terminated
  * @return ZEL_OK; started codes; request codes
  * @threads any; blocks for the request time; for a module without a connection, for 6 s at most
  */
@@ -842,8 +843,8 @@ ZEL_API int32_t ZEL_XPAR_ReadXMLSect(uint64_t uuid, uint32_t view, int32_t curre
  * Writes the document of a view (1/2).
  *
  * @param document  the document; need not be terminated
- * @param length    its length in bytes
- * @return ZEL_OK; started codes; request codes
+ * @param length    its length in bytes, below 4 GiB
+ * @return ZEL_OK; started codes; ZEL_SRV_INVALID_PARAMETERS (longer); request codes
  * @threads any; blocks for the request time; documents above 65535 bytes travel in pieces
  */
 ZEL_API int32_t ZEL_XPAR_WriteXML(uint64_t uuid, uint32_t view, const char* document,
@@ -853,8 +854,8 @@ ZEL_API int32_t ZEL_XPAR_WriteXML(uint64_t uuid, uint32_t view, const char* docu
  * Writes the section of a view's document below a path (1/6).
  *
  * @param section  the section; need not be terminated
- * @param length   its length in bytes
- * @return ZEL_OK; started codes; request codes
+ * @param length   its length in bytes, below 4 GiB
+ * @return ZEL_OK; started codes; ZEL_SRV_INVALID_PARAMETERS (longer); request codes
  * @threads any; blocks for the request time
  */
 ZEL_API int32_t ZEL_XPAR_WriteXMLSect(uint64_t uuid, uint32_t view, const char* path,
@@ -956,9 +957,9 @@ ZEL_API int32_t ZEL_XPAR_ReadTedsBinary(uint64_t uuid, uint32_t channel, char* t
  *                 17 bytes
  * @param data     the bytes
  * @param length   their number
- * @return ZEL_OK; started codes (null tid); ZEL_SRV_INVALID_PARAMETERS (null data, channel 0);
- *         ZEL_PARAM_XML_ERROR and ZEL_UTIL_STRING_CONVERSION (the answer makes no sense); request
- *         codes
+ * @return ZEL_OK; started codes (null tid); ZEL_SRV_INVALID_PARAMETERS (null data, too many,
+ * channel 0); ZEL_PARAM_XML_ERROR and ZEL_UTIL_STRING_CONVERSION (the answer makes no sense);
+ * request codes
  * @threads any; blocks for the request time, twice when the data are sent again
  */
 ZEL_API int32_t ZEL_XPAR_WriteTedsBinary(uint64_t uuid, uint32_t channel, char* tid,

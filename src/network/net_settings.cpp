@@ -35,6 +35,8 @@ std::int32_t readNetSettings(const RequestPath& path, const RequestPath& datagra
 std::int32_t writeNetSettings(const RequestPath& path, const RequestPath& datagrams,
                               std::uint64_t uuid, std::string_view document)
 {
+    if (document.size() > kLongestRequest)
+        return ZEL_SRV_INVALID_PARAMETERS;
     const std::string request = parameters::writeSectionRequest(kView, "/Communication", document);
     return sendByEitherWay(path, datagrams, [&](const RequestPath& way) {
         return send(way, {uuid, kParameters, kWriteSection}, request);

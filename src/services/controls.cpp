@@ -196,6 +196,9 @@ std::int32_t readSignalGeneratorClock(const RequestPath& requests, std::uint64_t
 std::int32_t setArbitrarySignalGenerator(const RequestPath& requests, std::uint64_t uuid,
                                          std::uint32_t generator, const SignalGeneratorCurve& curve)
 {
+    // Each takes two characters at least.
+    if (curve.samples != nullptr && curve.count > kLongestRequest / 2)
+        return ZEL_SRV_INVALID_PARAMETERS;
     ControlParameters parameters;
     parameters.add(generator).add(samplesText(curve.samples, curve.count));
     for (const std::uint32_t number : curve.numbers)

@@ -6,7 +6,6 @@
 #include "text_response.h"
 #include "ZEL_VR_Framework.h"
 
-#include <limits>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -23,9 +22,6 @@ constexpr std::uint16_t kSetFilePath = 19;
 constexpr std::uint16_t kWriteFile = 20;
 constexpr std::uint16_t kReadFile = 21;
 } // namespace method
-
-// The length of a request is announced in 32 bits, the method header included.
-constexpr std::uint64_t kLargestFile = std::numeric_limits<std::uint32_t>::max() - 4;
 
 struct TransferMutexes {
     std::mutex mutex;
@@ -73,7 +69,7 @@ std::int32_t write(const RequestPath& requests, std::uint64_t uuid, const char* 
                    const char* moduleFolder, const char* moduleFile)
 {
     std::string content;
-    if (const std::int32_t result = readHostFile(hostPath(hostFile), kLargestFile, content);
+    if (const std::int32_t result = readHostFile(hostPath(hostFile), kLongestRequest, content);
         result != ZEL_OK)
         return result;
     const std::shared_ptr<std::mutex> mutex = transferMutex(uuid);

@@ -114,6 +114,8 @@ std::int32_t readSection(const RequestPath& requests, std::uint64_t uuid, std::u
 std::int32_t writeDocument(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                            const char* document, std::uint64_t length)
 {
+    if (length > kLongestRequest)
+        return ZEL_SRV_INVALID_PARAMETERS;
     return send(requests, of(uuid, method::kWriteDocument),
                 writeDocumentRequest(view, {document, static_cast<std::size_t>(length)}));
 }
@@ -121,6 +123,8 @@ std::int32_t writeDocument(const RequestPath& requests, std::uint64_t uuid, std:
 std::int32_t writeSection(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                           const char* path, const char* section, std::uint64_t length)
 {
+    if (length > kLongestRequest)
+        return ZEL_SRV_INVALID_PARAMETERS;
     return send(requests, of(uuid, method::kWriteSection),
                 writeSectionRequest(view, path, {section, static_cast<std::size_t>(length)}));
 }
@@ -201,7 +205,7 @@ std::int32_t readTeds(const RequestPath& requests, std::uint64_t uuid, std::uint
 std::int32_t writeTeds(const RequestPath& requests, std::uint64_t uuid, std::uint32_t channel,
                        char* identifier, const void* data, std::uint64_t length)
 {
-    if (channel == 0 || data == nullptr)
+    if (channel == 0 || data == nullptr || length > kLongestRequest)
         return ZEL_SRV_INVALID_PARAMETERS;
     const Bytes image = asBytes(data, static_cast<std::size_t>(length));
     const MethodAddress address = of(uuid, method::kWriteTeds);

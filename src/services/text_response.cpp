@@ -19,12 +19,16 @@ CopyOutcome tooSmall(std::uint64_t length)
     return {ZEL_SRV_BUFFER_TOO_SMALL, length, false};
 }
 
-/// Runs `work`, which returns a result code, and turns its exceptions into one.
+/// Runs `work(call)`, which returns a result code, and turns its exceptions into one.
 template <class Work>
-std::int32_t guarded(Work&& work)
+std::int32_t withCall(const RequestPath& path, const MethodAddress& method, std::string request,
+                      Work&& work)
 {
+    if (request.size() > kLongestRequest)
+        return ZEL_SRV_INVALID_PARAMETERS;
     try {
-        return work();
+        clSyncMthdReqrSrv call(method, std::move(request), path);
+        return work(call);
     } catch (const std::exception&) {
         return ZEL_SYS_NO_OBJECT;
     }
@@ -77,12 +81,12 @@ std::int32_t sendForText(const RequestPath& path, const MethodAddress& method, s
     if (buffer.capacity != 0 && (buffer.data == nullptr || buffer.length == nullptr))
         return ZEL_SYS_BAD_PARAMETER;
     CopyOutcome copied;
-    const std::int32_t result = guarded([&] {
-        clSyncMthdReqrSrv call(method, std::move(request), path);
+    const auto exchange = [&](clSyncMthdReqrSrv& call) {
         const std::int32_t called = call.execute();
         copied = copyResponse(call, method.uuid, buffer);
         return firstOf(copied.result, called);
-    });
+    };
+    const std::int32_t result = withCall(path, method, std::move(request), exchange);
     if (buffer.length != nullptr)
         *buffer.length = copied.length;
     return result;
@@ -90,17 +94,14 @@ std::int32_t sendForText(const RequestPath& path, const MethodAddress& method, s
 
 std::int32_t send(const RequestPath& path, const MethodAddress& method, std::string request)
 {
-    return guarded([&] {
-        clSyncMthdReqrSrv call(method, std::move(request), path);
-        return call.execute();
-    });
+    return withCall(path, method, std::move(request),
+                    [](clSyncMthdReqrSrv& call) { return call.execute(); });
 }
 
 Response sendForResponse(const RequestPath& path, const MethodAddress& method, std::string request)
 {
     Response response;
-    response.result = guarded([&] {
-        clSyncMthdReqrSrv call(method, std::move(request), path);
+    response.result = withCall(path, method, std::move(request), [&](clSyncMthdReqrSrv& call) {
         const std::int32_t result = call.execute();
         if (call.hasResponse())
             response.telegram = call.takeResponse();
@@ -112,16 +113,14 @@ Response sendForResponse(const RequestPath& path, const MethodAddress& method, s
 std::int32_t sendForFile(const RequestPath& path, const MethodAddress& method, std::string request,
                          const char* fileName)
 {
-    return guarded([&] {
-        HostFileWriter file{hostPath(fileName)};
-        if (!file.isOpen())
-            return ZEL_FILE_OPEN;
-        const Response response = sendForResponse(path, method, std::move(request));
-        if (hasFailed(response.result))
-            return response.result;
-        const Bytes text = response.payload();
-        return firstOf(response.result, file.write(text.data(), text.size()));
-    });
+    HostFileWriter file{hostPath(fileName)};
+    if (!file.isOpen())
+        return ZEL_FILE_OPEN;
+    const Response response = sendForResponse(path, method, std::move(request));
+    if (hasFailed(response.result))
+        return response.result;
+    const Bytes text = response.payload();
+    return firstOf(response.result, file.write(text.data(), text.size()));
 }
 
 } // namespace zel

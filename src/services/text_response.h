@@ -5,6 +5,7 @@
 #include "ZEL_VR_Framework.h"
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -45,8 +46,11 @@ CopyOutcome copyText(Bytes text, char* buffer, std::uint64_t capacity);
 /// ZEL_SRV_BUFFER_TOO_SMALL where some were cut off.
 CopyOutcome copyBytes(Bytes data, void* buffer, std::uint64_t capacity);
 
+/// What a request can carry: its length is announced in 32 bits, the method header included.
+inline constexpr std::uint64_t kLongestRequest = std::numeric_limits<std::uint32_t>::max() - 4;
+
 // One method call each. All wait for the answer and return the method's result; ZEL_SYS_NO_OBJECT
-// where the request cannot be created.
+// where the request cannot be created, ZEL_SRV_INVALID_PARAMETERS where it is too long.
 
 /// Copies the response into the caller's buffer, if there is one. The copy's result, where it is
 /// not 0, goes before the method's. ZEL_SYS_BAD_PARAMETER, and nothing sent, for a capacity without

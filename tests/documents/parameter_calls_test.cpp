@@ -259,6 +259,21 @@ TEST_F(ParameterCalls, SendARefusedTedsImageOnceMoreWithoutItsPadding)
     EXPECT_EQ(m_module.received().size(), 1U);
 }
 
+TEST_F(ParameterCalls, RefuseWhatNoRequestCanAnnounce)
+{
+    std::array<char, parameters::kTedsIdentifierSize> tid{};
+    for (const std::uint64_t length :
+         {~std::uint64_t{0}, std::uint64_t{1} << 63, std::uint64_t{0xFFFFFFFC}}) {
+        EXPECT_EQ(parameters::writeDocument(m_path, m_uuid, kView, "<V/>", length),
+                  ZEL_SRV_INVALID_PARAMETERS);
+        EXPECT_EQ(parameters::writeSection(m_path, m_uuid, kView, "A", "<V/>", length),
+                  ZEL_SRV_INVALID_PARAMETERS);
+        EXPECT_EQ(parameters::writeTeds(m_path, m_uuid, 1, tid.data(), "<V/>", length),
+                  ZEL_SRV_INVALID_PARAMETERS);
+    }
+    EXPECT_EQ(m_module.received().size(), 0U);
+}
+
 TEST_F(ParameterCalls, CarryDocumentsOfEightMebibytes)
 {
     std::string document;
