@@ -6,6 +6,7 @@
 #include "method_request.h"
 #include "phonebook.h"
 #include "subscription_table.h"
+#include "telegram_container.h"
 #include "text_handler.h"
 #include "triggers.h"
 
@@ -48,7 +49,13 @@ public:
     daq::Triggers& triggers() { return m_triggers; }
 
 private:
+    /// The last of the telegrams has gone by then.
+    struct SpareBlocks {
+        ~SpareBlocks() { clRxTelContainer::dropSpareBlocks(); }
+    };
+
     // Constructed in this order, destroyed in the reverse one.
+    SpareBlocks m_spareBlocks;
     Client m_client;
     clAsyncCom m_asyncReads{modules()};
     // A scan's requests may take answers a little longer than the scan itself.

@@ -28,6 +28,12 @@ public:
             return nullptr;
         return m_blocks[--m_count];
     }
+    void drop()
+    {
+        const std::lock_guard lock{m_mutex};
+        while (m_count > 0)
+            std::free(m_blocks[--m_count]);
+    }
     bool keep(std::byte* block)
     {
         const std::lock_guard lock{m_mutex};
@@ -74,6 +80,11 @@ clRxTelContainer::~clRxTelContainer()
 {
     if (!m_isSpareBlock || !spareBlocks().keep(m_bytes))
         std::free(m_bytes);
+}
+
+void clRxTelContainer::dropSpareBlocks()
+{
+    spareBlocks().drop();
 }
 
 void clRxTelContainer::takeOff(std::size_t headerSize)

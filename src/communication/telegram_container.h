@@ -38,6 +38,9 @@ public:
     Bytes payload() const { return {m_bytes + m_consumed, m_size - m_consumed}; }
     void takeOff(std::size_t headerSize);
 
+    /// Lets go the memory that is kept for the next ones.
+    static void dropSpareBlocks();
+
     /// Changes the size and keeps what is in; throws std::bad_alloc and then changes nothing.
     void resize(std::size_t size);
 

@@ -4,10 +4,10 @@
 #include "measured_values.h"
 #include "request_document.h"
 #include "text_response.h"
+#include "text_stream.h"
 #include "ZEL_VR_Framework.h"
 
 #include <algorithm>
-#include <sstream>
 #include <string>
 
 namespace zel {
@@ -24,7 +24,7 @@ void addText(pugi::xml_node parent, const char* name, const std::string& text)
 
 std::string serialise(const pugi::xml_document& document)
 {
-    std::ostringstream text;
+    TextStream text;
     text << kXmlDeclaration;
     document.save(text, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
     return text.str();
@@ -34,7 +34,7 @@ void logFinish(std::uint64_t uuid, std::int32_t result)
 {
     if (!logger().isOn(LogCategory::measurement))
         return;
-    std::ostringstream line;
+    TextStream line;
     line << "ZEL_XDAQ_FinishSubscription (UUID=" << std::hex << uuid << std::dec
          << ") Result=" << result;
     logger().write(LogLevel::info, LogCategory::measurement, line.str());

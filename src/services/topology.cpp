@@ -6,8 +6,8 @@
 #include "pugi_xml_buffer_composer.h"
 #include "pugi_xml_stream_composer.h"
 #include "response_document.h"
+#include "text_stream.h"
 
-#include <sstream>
 #include <vector>
 
 namespace zel::topology {
@@ -116,7 +116,7 @@ std::int32_t composeToFile(const clConHndlr& connections, const char* fileName)
     HostFileWriter file{hostPath(fileName)};
     if (!file.isOpen())
         return ZEL_FILE_OPEN;
-    std::ostringstream text;
+    TextStream text;
     PugiXmlStreamComposer composer{text};
     composeInto(composer, connections);
     if (const std::int32_t result = composer.save(); result != ZEL_OK)

@@ -8,10 +8,10 @@
 #include "own_uuid.h"
 #include "socket_nonblocking.h"
 #include "sync_method_request.h"
+#include "text_stream.h"
 #include "ZEL_VR_Framework.h"
 
 #include <array>
-#include <sstream>
 
 namespace zel {
 
@@ -32,7 +32,7 @@ void logAddressResolution(const char* direction, const char* type, std::uint16_t
 {
     if (!logger().isOn(LogCategory::transactions))
         return;
-    std::ostringstream line;
+    TextStream line;
     line << "AdrRes  : " << direction << " Type: " << type << " Label: " << label;
     if (uuid)
         line << " ReqUUID: " << std::hex << *uuid;

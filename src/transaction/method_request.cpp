@@ -4,9 +4,8 @@
 #include "method_header.h"
 #include "method_names.h"
 #include "text_handler.h"
+#include "text_stream.h"
 #include "ZEL_VR_Framework.h"
-
-#include <sstream>
 
 namespace zel {
 
@@ -67,7 +66,7 @@ void clMthdReqrSrv::sendRequestAndWait(sys::EventFlag& isOver)
 
 std::string clMthdReqrSrv::logName(const char* direction, const char* preposition) const
 {
-    std::ostringstream text;
+    TextStream text;
     text << "Srv     : " << direction << " (id=" << label() << ") " << preposition
          << " UUID: " << std::hex << m_address.uuid << std::dec << " "
          << methodLogName(m_address.service, m_address.method);

@@ -3,9 +3,8 @@
 #include "event_loop.h"
 #include "logger.h"
 #include "telegram_container.h"
+#include "text_stream.h"
 #include "ZEL_VR_Framework.h"
-
-#include <sstream>
 
 namespace zel {
 
@@ -94,7 +93,7 @@ void clRequestorBase::logSent(TransactionType type) const
 {
     if (!logger().isOn(LogCategory::transactions))
         return;
-    std::ostringstream line;
+    TextStream line;
     line << "Trans   : tx: Dest: " << std::hex << m_target << std::dec
          << "  TransLabel: " << label() << " Type: " << transactionTypeName(type);
     logger().write(LogLevel::info, LogCategory::transactions, line.str());

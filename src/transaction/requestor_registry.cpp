@@ -6,9 +6,8 @@
 #include "spinning_lock.h"
 #include "telegram_container.h"
 #include "text_handler.h"
+#include "text_stream.h"
 #include "ZEL_VR_Framework.h"
-
-#include <sstream>
 
 namespace zel {
 
@@ -18,7 +17,7 @@ void logReceived(const TransactionSource& source, const TransactionHeader& heade
 {
     if (!logger().isOn(LogCategory::transactions))
         return;
-    std::ostringstream line;
+    TextStream line;
     line << "Trans   : rx: Src: " << std::hex << source.uuid << " Dest: " << header.destination
          << std::dec << "  TransLabel: " << header.label
          << " Type: " << transactionTypeName(header.type);

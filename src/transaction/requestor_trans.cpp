@@ -137,12 +137,12 @@ void clRequestorTrans::receive(TransactionType type, std::unique_ptr<clRxTelCont
         const Lock locked = lock();
         if (isFinishedLocked())
             return;
-        sender = m_sender;
+        sender = m_sender.lock();
         reply = takeLocked(type, std::move(telegram), source);
     }
     if (!reply)
         return;
-    const int result = sendTelegram(*sender, reply->type, reply->payload);
+    const int result = sender ? sendTelegram(*sender, reply->type, reply->payload) : -1;
     const Lock locked = lock();
     if (isFinishedLocked())
         return;

@@ -91,7 +91,8 @@ private:
     Reception m_reception;
 
     // under the lock from send() on
-    std::shared_ptr<iTelegramSender> m_sender;
+    // Not held: whoever does not collect an answer must not keep a closed connection's socket.
+    std::weak_ptr<iTelegramSender> m_sender;
     State m_state = State::waitingForAcknowledge;
     std::shared_ptr<const clTxTelContainer> m_request;
     std::size_t m_sent = 0;

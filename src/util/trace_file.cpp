@@ -3,6 +3,7 @@
 #include "exception.h"
 
 #include <chrono>
+#include <locale>
 #include <string>
 #include <system_error>
 
@@ -36,6 +37,7 @@ TraceFile::TraceFile(const std::filesystem::path& folder, std::string_view exten
     file += extension;
     std::error_code failure; // shows when the file is opened
     std::filesystem::create_directories(folder, failure);
+    m_out.imbue(std::locale::classic());
     m_out.open(file, std::ios::binary);
     if (!m_out)
         throw exception("could not open trace file " + utf8(file));

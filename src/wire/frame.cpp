@@ -1,6 +1,6 @@
 #include "frame.h"
 
-#include <sstream>
+#include "text_stream.h"
 
 namespace zel {
 
@@ -42,7 +42,7 @@ std::uint32_t decodeFrameTrailer(std::span<const std::byte, kFrameTrailerSize> b
 
 std::string frameLogLine(const FrameHeader& header, FrameDirection direction)
 {
-    std::ostringstream line;
+    TextStream line;
     line << "Con     : ";
     if (header.start != kFrameStart)
         line << "STERR ";

@@ -1,3 +1,4 @@
+#include "frame.h"
 #include "number_format.h"
 #include "ZEL_VR_Framework.h"
 
@@ -118,6 +119,9 @@ TEST(NumberTexts, DoNotDependOnTheHostsLocale)
         if (std::setlocale(LC_ALL, name) != nullptr)
             break;
     expectAllTexts();
+    EXPECT_EQ(
+        frameLogLine({.payloadLength = 54321, .source = 0x102030405060708}, FrameDirection::sent),
+        "Con     : tx Hlen:16 Src:102030405060708 Type: TRANS: Dlen:54321");
     std::locale::global(streams);
     std::setlocale(LC_ALL, before.c_str());
 }

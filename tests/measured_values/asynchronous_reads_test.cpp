@@ -1,4 +1,6 @@
 #include "library_with_module.h"
+#include "process_facts.h"
+#include "waiting.h"
 
 #include <atomic>
 #include <cstring>
@@ -151,6 +153,18 @@ TEST_F(AsynchronousReads, WriteNothingOnceTheyAreGivenUp)
     }
     isOver = true;
     others.join();
+}
+
+TEST_F(AsynchronousReads, KeepNoSocketOfAConnectionThatIsOver)
+{
+    constexpr std::size_t kRounds = 40;
+    const std::size_t before = processFacts().descriptors;
+    for (std::size_t round = 0; round < kRounds; ++round) {
+        start(8);
+        EXPECT_EQ(ZEL_XCOM_Disconnect(m_uuid), ZEL_OK);
+        m_uuid = connected(m_module);
+    }
+    EXPECT_TRUE(eventually([&] { return processFacts().descriptors < before + kRounds / 2; }));
 }
 
 TEST_F(AsynchronousReads, MayBeOpenWhenTheLibraryIsUnloaded)
