@@ -2,7 +2,7 @@
  * simulated module that answers scans.
  *
  *   every_connection ADDRESS MODULES
- *   every_connection UUID...             of modules that are not connected
+ *   every_connection SECONDS UUID...     so long at most for modules that are not connected
  */
 #include "host_check.h"
 #include "ZEL_VR_Framework.h"
@@ -10,6 +10,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <time.h>
 
 static char text[65536];
 static uint64_t length = 0;
@@ -73,9 +74,10 @@ static void set_up(uint64_t uuid)
 }
 
 /* By datagrams, and in one direction only: by the way that the module hears, or that is left. */
-static int reach_without_connection(int count, char** uuids)
+static int reach_without_connection(int seconds, int count, char** uuids)
 {
     ZEL_Init();
+    const time_t start = time(NULL);
     for (int i = 0; i < count; ++i) {
         const uint64_t uuid = strtoull(uuids[i], NULL, 0);
         GIVES(ZEL_OK, ZEL_XCOM_ReadNetSettings(uuid, INTO));
@@ -83,6 +85,7 @@ static int reach_without_connection(int count, char** uuids)
         GIVES(ZEL_OK, ZEL_XCOM_WriteNetSetting(uuid, text, length));
         GIVES(ZEL_OK, ZEL_XSYS_DoRestartSystem(uuid, 0, 1));
     }
+    HOLDS(time(NULL) - start <= seconds);
     ZEL_Unload();
     return finish("every module is reached");
 }
@@ -91,8 +94,10 @@ int main(int argc, char** argv)
 {
     const char* const address = argv[1];
     uint64_t uuid = 0;
-    if (argc < 3 || strchr(address, '.') == NULL)
-        return reach_without_connection(argc - 1, argv + 1);
+    if (argc < 3)
+        return 2;
+    if (strchr(address, '.') == NULL)
+        return reach_without_connection(atoi(address), argc - 2, argv + 2);
     work_without_a_library();
     ZEL_Init();
     work_without_a_library();
