@@ -49,8 +49,9 @@
  * too long (ZEL_XCOM_GetSyncReqrSrvLastErrDat) and the last words of a refusal
  * (ZEL_XPAR_GetLastErrMsg). Of each the library holds at most 64 MiB, of 10000 modules: beyond that
  * the oldest go, but never the one put there last. One that is larger than 64 MiB by itself goes
- * when ZEL_XCOM_Disconnect or ZEL_XCOM_DisconnectFromTcpIpDev is called for its module. Pointers
- * into them are good for as long as they are kept: copy what you need at once.
+ * with ZEL_XCOM_Disconnect of its module, or with ZEL_XCOM_DisconnectFromTcpIpDev where that closes
+ * the connection. Pointers into them are good for as long as they are kept: copy what you need at
+ * once.
  *
  * Files
  * -----
@@ -65,11 +66,12 @@
  * Numbers
  * -------
  * People count connectors, channels and signals from 1, and so do the modules' parameter documents
- * with all paths into them, and ZEL_SignalInfoEx. Signal references count from 0, and so do the
- * controls, the status and the system functions of a module: "AnalogIn_Connector0.Signal1" is
- * connector 1, signal 2 of ZEL_XDAQ_GetAnalogMeasVal, and 0, 1 of ZEL_XCTRL_SetZero. Each export
- * tells how it counts, and the library passes on what it gets; the one exception are the TEDS
- * exports of ZEL_XPAR_, which count from 1 where the request counts from 0.
+ * with all paths into them, the error and status lists, and ZEL_SignalInfoEx. Signal references
+ * count from 0, and so do the controls and the system functions of a module and its TEDS status:
+ * "AnalogIn_Connector0.Signal1" is connector 1, signal 2 of ZEL_XDAQ_GetAnalogMeasVal, and 0, 1 of
+ * ZEL_XCTRL_SetZero. Each export tells how it counts, and the library passes on what it gets; the
+ * one exception are the TEDS exports of ZEL_XPAR_, which count from 1 where the request counts
+ * from 0.
  *
  * Threads and time
  * ----------------
@@ -227,7 +229,7 @@ extern "C" {
 typedef struct ZEL_ErrorEntry {
     uint32_t level;     /**< severity, as the module numbers it */
     int32_t code;       /**< result code, see ZEL_XUTIL_GetText */
-    uint32_t connector; /**< where the error is, counted from 0; also 0 where it does not apply */
+    uint32_t connector; /**< where the error is, counted from 1; 0 where it does not apply */
     uint32_t channel;   /**< the same */
     uint32_t signal;    /**< the same */
     char text[ZEL_STATUS_TEXT_SIZE]; /**< cut to 128 bytes, NOT terminated when it fills them all */
@@ -245,7 +247,7 @@ typedef struct ZEL_ErrorListEx {
 
 /** One status value of a module. */
 typedef struct ZEL_StatusEntry {
-    uint32_t connector; /**< where it belongs, counted from 0; also 0 where it does not apply */
+    uint32_t connector; /**< where it belongs, counted from 1; 0 where it does not apply */
     uint32_t channel;   /**< the same */
     uint32_t signal;    /**< the same */
     uint32_t statusId;  /**< which status it is, as the module numbers it */
@@ -1366,7 +1368,7 @@ ZEL_API int32_t ZEL_XDAQ_GetSignalListString(uint64_t uuid, char* buffer, uint64
  *     "uuid=0x1234 connector=1 channel=1 signal=1 status=7 value=1"
  *     "uuid=0x1234 reference=AnalogIn_Connector0.Signal0 above=9.5"
  *
- * Connector, channel and signal count from 0, as in ZEL_StatusEntry. Numbers are decimal, whole
+ * Connector, channel and signal count from 1, as in ZEL_StatusEntry. Numbers are decimal, whole
  * ones also hexadecimal behind "0x". Without `connector`, `channel` or `signal` any will do;
  * without `value` any value but 0 will do. `reference` is a signal reference or a parameter path;
  * with both `above` and `below` the value must lie between them. Activating a trigger that is

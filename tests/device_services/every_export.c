@@ -211,12 +211,12 @@ static void numbers(void)
             HOLDS(signals[i].connector == 3 && signals[i].channel == 1 && signals[i].signal == 2);
     }
     GIVES(0, ZEL_XSTAT_GetErrorStatus(module, &errors));
-    HOLDS(errors.count == 1 && errors.entries[0].connector == 2 && errors.entries[0].signal == 1);
-    snprintf(trigger, sizeof trigger, "uuid=%llu connector=2 signal=1 status=2",
+    HOLDS(errors.count == 1 && errors.entries[0].connector == 3 && errors.entries[0].signal == 2);
+    snprintf(trigger, sizeof trigger, "uuid=%llu connector=3 signal=2 status=2",
              (unsigned long long)module);
     GIVES(0, ZEL_XDAQ_ActivateTrigger(trigger));
     GIVES(0, ZEL_XDAQ_WaitForTrigger(0, trigger, &event));
-    HOLDS(event.status.connector == 2 && event.status.signal == 1);
+    HOLDS(event.status.connector == 3 && event.status.signal == 2);
 
     GIVES(0, ZEL_XPAR_WriteStringPar(module, 1, "Amplifier/Connector3/Mode/AnalogInChannel",
                                      "SyncSignal2/Offset", "100"));
