@@ -13,16 +13,9 @@ ProgressBar::ProgressBar() : m_isTerminal(isTerminal(stderr)) {}
 
 ProgressBar::~ProgressBar()
 {
-    end();
-}
-
-void ProgressBar::end()
-{
     if (m_isDrawn) {
         std::fputs("\n", stderr);
     }
-    m_isDrawn = false;
-    m_drawnColumns = 0;
 }
 
 void ProgressBar::beginStep(const std::string& text)
@@ -57,13 +50,18 @@ void ProgressBar::draw(const std::string& text)
     std::fflush(stderr);
 }
 
-void ProgressBar::tell(const std::string& text)
+void ProgressBar::clear()
 {
     if (m_isDrawn) {
         std::fputs(("\r" + std::string(m_drawnColumns, ' ') + "\r").c_str(), stderr);
     }
     m_isDrawn = false;
     m_drawnColumns = 0;
+}
+
+void ProgressBar::tell(const std::string& text)
+{
+    clear();
     std::fputs((printable(text) + "\n").c_str(), stderr);
 }
 

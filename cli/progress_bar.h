@@ -23,8 +23,8 @@ public:
     /// Where nobody knows how much is still to come.
     void draw(const std::string& text);
 
-    /// What was drawn stays; the next line begins below it.
-    void end();
+    /// Takes away what is drawn.
+    void clear();
 
     /// A line for people that stays, also where there is no terminal.
     void tell(const std::string& text);

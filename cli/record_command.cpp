@@ -185,7 +185,7 @@ public:
         m_recording.finish();
         m_file.close();
         m_gaps.tell();
-        m_bar.end();
+        m_bar.clear();
     }
 
     /// Keeps what there is, and gives the cause with what that is.
