@@ -47,6 +47,9 @@ void addViewOption(CLI::App& command, std::uint32_t& view);
 
 std::string viewText(std::uint32_t view);
 
+/// As it has to be typed: the names of modules may hold blanks.
+std::string asArgument(const std::string& text);
+
 // What to do next when a module refuses.
 std::string documentHint(const std::string& address, std::uint32_t view);
 std::string schemaHint(const std::string& address, std::uint32_t view, const std::string& section);
@@ -59,6 +62,7 @@ void addTedsCommands(CLI::App& app, Application& application);
 void addControlCommands(CLI::App& app, Application& application);
 void addStatusCommands(CLI::App& app, Application& application);
 void addNetworkCommands(CLI::App& app, Application& application);
+void addNetCommands(CLI::App& app, Application& application);
 void addValueCommands(CLI::App& app, Application& application);
 void addRecordCommand(CLI::App& app, Application& application);
 void addFirmwareCommands(CLI::App& app, Application& application);

@@ -192,7 +192,8 @@ void addAddressArgument(CLI::App& command, std::string& address)
     command
         .add_option("ADDRESS", address,
                     "Module: HOST or HOST:PORT (port " + std::to_string(kDefaultModulePort) +
-                        " when left out), an IPv6 address in brackets")
+                        " when left out, an IPv6 address in brackets); or its name or UUID, which "
+                        "a scan looks for")
         ->required();
 }
 
@@ -212,9 +213,14 @@ std::string viewText(std::uint32_t view)
     return "(view " + std::to_string(view) + ")";
 }
 
+std::string asArgument(const std::string& text)
+{
+    return text.find(' ') == std::string::npos ? text : '"' + text + '"';
+}
+
 std::string documentHint(const std::string& address, std::uint32_t view)
 {
-    return "'zel xml " + address + " --view " + std::to_string(view) +
+    return "'zel xml " + asArgument(address) + " --view " + std::to_string(view) +
            "' shows the names and values of this view";
 }
 
@@ -222,15 +228,15 @@ std::string schemaHint(const std::string& address, std::uint32_t view, const std
 {
     // A path with predicates would need quoting that differs between shells.
     const bool isPlain = section.find_first_of("[]'\"@ ") == std::string::npos;
-    return "'zel schema " + address + " --view " + std::to_string(view) +
+    return "'zel schema " + asArgument(address) + " --view " + std::to_string(view) +
            (section.empty() || !isPlain ? "" : " --section " + section) +
            "' shows what the module accepts";
 }
 
 std::string viewsHint(const std::string& address)
 {
-    return "'zel views " + address + "' lists the views, 'zel xml " + address +
-           " --view N' shows the names in one";
+    return "'zel views " + asArgument(address) + "' lists the views, 'zel xml " +
+           asArgument(address) + " --view N' shows the names in one";
 }
 
 void parseCommandLine(Application& application, const std::vector<std::string>& arguments)

@@ -50,7 +50,8 @@ struct LedArguments {
 
 std::string controlsHint(const std::string& address)
 {
-    return "'zel controls " + address + "' lists the module's controls, 'zel controls " + address +
+    const std::string module = asArgument(address);
+    return "'zel controls " + module + "' lists the module's controls, 'zel controls " + module +
            " NAME' shows the parameters of one";
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace zel::cli {
@@ -17,6 +18,16 @@ struct ModuleAddress {
 
     /// Throws CommandFailure with an explanation when the text is no address.
     static ModuleAddress parse(const std::string& text);
+};
+
+/// What a person types for a module: an address, a host's name, the module's own name or its UUID.
+struct ModuleTarget {
+    std::string text;
+    std::optional<ModuleAddress> address; ///< to try first
+    bool mayBeName = false;               ///< of a module, or a UUID: a scan finds it
+
+    /// Throws CommandFailure for what is neither.
+    static ModuleTarget parse(const std::string& text);
 };
 
 } // namespace zel::cli

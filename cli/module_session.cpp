@@ -15,15 +15,6 @@ namespace zel::cli {
 
 namespace {
 
-constexpr std::int32_t kConnectFailed = ZEL_TCP_CONNECT_FAILED;
-
-/// Whether it could be the name of a module as well as that of a host.
-bool mayBeName(const ModuleAddress& address)
-{
-    return address.port == kDefaultModulePort &&
-           address.host.find_first_of(".:") == std::string::npos && address.host != "localhost";
-}
-
 /// What the library answers instead of a null pointer when it has no text.
 constexpr std::string_view kNoText = "## text missing ##";
 
@@ -40,6 +31,12 @@ std::string lastModuleText(std::uint64_t uuid)
     std::uint64_t length = 0;
     const bool isKnown = ZEL_XPAR_GetLastErrMsgByUuid(uuid, &text, &length) == ZEL_OK;
     return isKnown && text != nullptr ? std::string(text, length) : std::string{};
+}
+
+bool isSilence(std::int32_t code)
+{
+    return code == ZEL_CONN_RECEIVE_FAILED || code == ZEL_TRANS_CANCELED ||
+           code == ZEL_TRANS_TIMEOUT_ACKNOWLEDGE || code == ZEL_TRANS_TIMEOUT_RESPONSE;
 }
 
 StartedLibrary::StartedLibrary()
@@ -66,16 +63,19 @@ std::string StartedLibrary::textOf(std::int32_t code)
 
 std::int32_t ModuleConnection::connect(const ModuleAddress& address)
 {
+    m_reached = address;
     m_address = address.text();
     return ZEL_XCOM_ConnectToTcpIpDev(address.host.c_str(), address.port, &m_uuid);
 }
 
-ModuleConnection::ModuleConnection(const ModuleAddress& address)
+ModuleConnection::ModuleConnection(const ModuleTarget& target)
 {
-    std::int32_t code = connect(address);
-    if (code == kConnectFailed && mayBeName(address) && !isInterrupted()) {
-        const FoundModule found = findModule(address.host);
-        code = connect({found.address, static_cast<std::uint16_t>(found.port)});
+    std::int32_t code = target.address ? connect(*target.address) : ZEL_TCP_CONNECT_FAILED;
+    std::string advice;
+    if (code == ZEL_TCP_CONNECT_FAILED && target.mayBeName && !isInterrupted()) {
+        const FoundModule found = findModule(target);
+        code = connect(found.tcpAddress());
+        advice = found.fits() ? "" : misfitText(found);
     }
     if (isInterrupted()) {
         if (code == ZEL_OK) {
@@ -86,7 +86,8 @@ ModuleConnection::ModuleConnection(const ModuleAddress& address)
     if (code != ZEL_OK) {
         throw CommandFailure({.problem = "could not connect to " + m_address,
                               .code = code,
-                              .codeText = StartedLibrary::textOf(code)});
+                              .codeText = StartedLibrary::textOf(code),
+                              .advice = advice});
     }
 }
 

@@ -25,6 +25,10 @@ public:
 /// What a module said itself about the last request that it refused or warned of.
 std::string lastModuleText(std::uint64_t uuid);
 
+/// Whether a module may have done what it was asked and be gone, or elsewhere, before its answer
+/// is.
+bool isSilence(std::int32_t code);
+
 /// What a module sends with its answer besides the code.
 enum class Answer : std::uint8_t {
     words, ///< an explanation, if anything
@@ -34,13 +38,19 @@ enum class Answer : std::uint8_t {
 /// One module, connected for as long as this lives. The library must be started.
 class ModuleConnection {
 public:
-    explicit ModuleConnection(const ModuleAddress& address);
+    explicit ModuleConnection(const ModuleTarget& target);
+    explicit ModuleConnection(const ModuleAddress& address)
+        : ModuleConnection(ModuleTarget{address.text(), address, false})
+    {
+    }
     ~ModuleConnection();
     ModuleConnection(const ModuleConnection&) = delete;
     ModuleConnection& operator=(const ModuleConnection&) = delete;
 
     std::uint64_t uuid() const { return m_uuid; }
+    /// Where it was reached, whatever it was called by.
     const std::string& address() const { return m_address; }
+    const ModuleAddress& reached() const { return m_reached; }
 
     /// Throws CommandFailure for a negative code: "could not <tried> on <address>", with what the
     /// library and the module say about it. The advice holds for a refusal by the module; codes
@@ -78,7 +88,8 @@ private:
 
     std::int32_t connect(const ModuleAddress& address);
 
-    std::string m_address; // fixed at construction
+    ModuleAddress m_reached; // fixed at construction, as its text is
+    std::string m_address;
     std::uint64_t m_uuid = 0;
     mutable std::optional<Warning> m_warning;
     mutable std::optional<Warning> m_told; // a module that warns again and again is told of once
@@ -87,11 +98,10 @@ private:
 /// What nearly every command needs: the library and one module.
 class ModuleSession : public StartedLibrary, public ModuleConnection {
 public:
-    explicit ModuleSession(const std::string& address)
-        : ModuleSession(ModuleAddress::parse(address))
+    explicit ModuleSession(const std::string& address) : ModuleSession(ModuleTarget::parse(address))
     {
     }
-    explicit ModuleSession(const ModuleAddress& address) : ModuleConnection(address) {}
+    explicit ModuleSession(const ModuleTarget& target) : ModuleConnection(target) {}
     using ModuleConnection::textOf;
 };
 

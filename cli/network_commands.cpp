@@ -1,18 +1,18 @@
-// zel scan, adapters, net and doctor: finding modules and giving them addresses.
+// zel scan, adapters and doctor: finding modules.
 
+#include <array>
+#include <cstdio>
 #include <memory>
 
 #include <nlohmann/json.hpp>
-#include <pugixml.hpp>
 
 #include "application.h"
+#include "module_probe.h"
 #include "module_session.h"
 #include "network_ports.h"
 #include "network_scan.h"
 #include "number_text.h"
 #include "printable.h"
-#include "text_reading.h"
-#include "ZEL_VR_Framework.h"
 
 namespace zel::cli {
 
@@ -22,10 +22,6 @@ constexpr auto kGroup = "Network";
 
 struct NetworkArguments {
     std::optional<std::uint32_t> adapter;
-    std::string module;
-    std::string address;
-    std::string mask;
-    std::string dhcp;
 };
 
 std::string adapterText(const Adapter& adapter)
@@ -71,21 +67,6 @@ void adapters(CommandOutput& output, const NetworkArguments&)
     }
 }
 
-/// What a person has to know about a module that this host cannot talk to.
-std::string misfitText(const FoundModule& module)
-{
-    const Adapter& adapter = module.adapter;
-    if (adapter.address.empty()) {
-        return module.name + " (" + hexadecimal(module.uuid) + ") has the address " +
-               module.address + ", but " + adapter.name +
-               " has none: give this host one in the modules' network";
-    }
-    return module.name + " (" + hexadecimal(module.uuid) + ") has the address " + module.address +
-           ", which is outside of " + networkText(adapter.address, adapter.mask) + " of " +
-           adapter.name + ": 'zel net set " + hexadecimal(module.uuid) +
-           " --address ...' gives it another";
-}
-
 TextTable tableOf(const std::vector<FoundModule>& modules)
 {
     TextTable table(
@@ -119,125 +100,6 @@ void scan(CommandOutput& output, const NetworkArguments& arguments)
     }
 }
 
-/// A module for its network settings, which does not have to be connected: with an address that
-/// fits nowhere it could not be.
-class NetworkTarget {
-public:
-    explicit NetworkTarget(const std::string& text)
-    {
-        // An address is connected to; everything else answers to a scan.
-        if (text.find_first_of(".:") != std::string::npos) {
-            m_connection = std::make_unique<ModuleConnection>(ModuleAddress::parse(text));
-            m_uuid = m_connection->uuid();
-            m_name = m_connection->address();
-        } else {
-            const FoundModule module = findModule(text);
-            m_uuid = module.uuid;
-            m_name = printable(module.name) + " (" + hexadecimal(module.uuid) + ")";
-        }
-    }
-
-    std::uint64_t uuid() const { return m_uuid; }
-    const std::string& name() const { return m_name; }
-
-    void check(std::int32_t code, const std::string& tried, Answer answer)
-    {
-        if (m_connection) {
-            m_connection->judge(code, tried, "", answer);
-        } else if (code != ZEL_OK) {
-            const bool hasFailed = code < ZEL_OK;
-            const CommandFailure failure(
-                {.problem = hasFailed ? "could not " + tried + " of " + m_name
-                                      : m_name + " warned when asked to " + tried,
-                 .code = code,
-                 .codeText = StartedLibrary::textOf(code),
-                 .moduleText = hasFailed || answer == Answer::words ? lastModuleText(m_uuid) : ""});
-            if (hasFailed) {
-                throw failure;
-            }
-            std::fputs(failure.message().c_str(), stderr);
-            m_warning = code;
-        }
-    }
-
-    /// What a result for programs begins with.
-    nlohmann::json identity() const
-    {
-        if (m_connection) {
-            return m_connection->identity();
-        }
-        nlohmann::json identity{{"uuid", hexadecimal(m_uuid)}};
-        if (m_warning != ZEL_OK) {
-            identity["warning"] = {{"code", m_warning},
-                                   {"hex", hexadecimal(m_warning)},
-                                   {"text", StartedLibrary::textOf(m_warning)}};
-        }
-        return identity;
-    }
-
-private:
-    std::unique_ptr<ModuleConnection> m_connection;
-    std::uint64_t m_uuid = 0;
-    std::string m_name;
-    std::int32_t m_warning = ZEL_OK;
-};
-
-void show(CommandOutput& output, const NetworkArguments& arguments)
-{
-    const StartedLibrary library;
-    NetworkTarget target(arguments.module);
-    std::string document;
-    target.check(readGrowing(document,
-                             [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-                                 return ZEL_XCOM_ReadNetSetting(target.uuid(), buffer, length,
-                                                                capacity);
-                             }),
-                 "read the network settings", Answer::data);
-    pugi::xml_document parsed;
-    parsed.load_buffer(document.data(), document.size());
-    TextTable table({{"Setting"}, {"Value"}});
-    nlohmann::json settings = nlohmann::json::object();
-    for (const auto setting : parsed.document_element().children()) {
-        table.addRow({setting.name(), setting.child_value()});
-        settings[setting.name()] = setting.child_value();
-    }
-    if (output.isJson) {
-        output.json(target.identity(), {{"settings", settings}});
-    } else {
-        output.table(table, "the module tells no settings");
-    }
-}
-
-void set(CommandOutput& output, const NetworkArguments& arguments)
-{
-    pugi::xml_document document;
-    auto interface =
-        document.append_child("Communication").append_child("Network").append_child("eth0");
-    const auto add = [&](const char* name, const std::string& value) {
-        if (!value.empty()) {
-            interface.append_child(name).text().set(value.c_str());
-        }
-    };
-    add("Dhcp", arguments.dhcp);
-    add("IpAdr", arguments.address);
-    add("SubMask", arguments.mask);
-    if (!interface.first_child()) {
-        throw CommandFailure(
-            {.problem = "nothing to set", .advice = "--address, --mask and --dhcp tell what"});
-    }
-    std::ostringstream text;
-    document.save(text, "", pugi::format_raw | pugi::format_no_declaration);
-    const StartedLibrary library;
-    NetworkTarget target(arguments.module);
-    target.check(ZEL_XCOM_WriteNetSetting(target.uuid(), text.str().c_str(), text.str().size()),
-                 "write the network settings", Answer::words);
-    if (output.isJson) {
-        output.json(target.identity(), {{"written", true}});
-    } else {
-        output.line(target.name() + " has taken the settings; 'zel scan' shows it with them");
-    }
-}
-
 /// A port of this host for a person; `use` says what is lost without it.
 std::string portText(std::uint16_t port, const PortCheck& check, const std::string& use)
 {
@@ -250,6 +112,30 @@ std::string portText(std::uint16_t port, const PortCheck& check, const std::stri
     default:
         return text + check.reason + ": another program keeps it for itself, " + use + "\n";
     }
+}
+
+std::string probeText(const FoundModule& module, const ModuleProbe& probe)
+{
+    if (!probe.problem.empty() && !module.fits()) {
+        return misfitText(module);
+    }
+    const std::string who = module.name + ", " + module.address + ":" + std::to_string(module.port);
+    if (!probe.problem.empty()) {
+        return who + ": answers scans, but " + probe.problem;
+    }
+    std::array<char, 96> times{};
+    std::snprintf(times.data(), times.size(), "connected over TCP in %.1f ms, answers in %.1f ms",
+                  probe.connectMs, probe.readMs);
+    return who + ": fine, " + times.data() +
+           (module.fits() ? "" : ", though its address is in the subnet of no adapter here");
+}
+
+nlohmann::json probeJson(const ModuleProbe& probe)
+{
+    if (!probe.problem.empty()) {
+        return {{"problem", probe.problem}};
+    }
+    return {{"connectMs", probe.connectMs}, {"readMs", probe.readMs}};
 }
 
 void doctor(CommandOutput& output, const NetworkArguments&)
@@ -296,23 +182,17 @@ void doctor(CommandOutput& output, const NetworkArguments&)
                               "1300?\n"
                             : "Modules:\n";
     auto found = nlohmann::json::array();
-    for (const FoundModule& module : modules) {
-        found.push_back(moduleJson(module));
-        text += "  " +
-                printable(module.fits() ? module.name + ", " + module.address + ": fine"
-                                        : misfitText(module)) +
-                "\n";
+    const auto probes = probeModules(modules);
+    for (std::size_t i = 0; i < modules.size(); ++i) {
+        found.push_back(moduleJson(modules[i]));
+        found.back()["tcp"] = probeJson(probes[i]);
+        text += "  " + printable(probeText(modules[i], probes[i])) + "\n";
     }
     if (output.isJson) {
         output.json({{"ports", ports}, {"adapters", asked}, {"modules", found}});
     } else {
         output.bytes(text);
     }
-}
-
-void addModuleArgument(CLI::App& command, std::string& module)
-{
-    command.add_option("MODULE", module, "Address, name or UUID of the module")->required();
 }
 
 } // namespace
@@ -335,36 +215,7 @@ void addNetworkCommands(CLI::App& app, Application& application)
                                              .examples = "  zel adapters"});
     whenChosen(adaptersCommand, application, std::make_shared<NetworkArguments>(), adapters);
 
-    auto& net = addCommand(app, {.name = "net",
-                                 .group = kGroup,
-                                 .description = "Show or change a module's network settings",
-                                 .examples = ""});
-    net.require_subcommand(0, 1);
-    auto& showCommand = addCommand(net, {.name = "show",
-                                         .group = "Commands",
-                                         .description = "Show a module's network settings",
-                                         .examples = "  zel net show 0x0000001234AB0001"});
-    const auto toShow = std::make_shared<NetworkArguments>();
-    addModuleArgument(showCommand, toShow->module);
-    whenChosen(showCommand, application, toShow, show);
-    auto& setCommand =
-        addCommand(net, {.name = "set",
-                         .group = "Commands",
-                         .description = "Change a module's network settings",
-                         .examples = "  zel net set MOD-1 --address 192.168.169.25"});
-    const auto toSet = std::make_shared<NetworkArguments>();
-    addModuleArgument(setCommand, toSet->module);
-    setCommand.add_option("--address", toSet->address, "Its new IPv4 address")
-        ->check(CLI::ValidIPV4)
-        ->option_text("ADDRESS");
-    setCommand.add_option("--mask", toSet->mask, "Its new subnet mask")
-        ->check(CLI::ValidIPV4)
-        ->option_text("MASK");
-    setCommand.add_option("--dhcp", toSet->dhcp, "Whether it asks a server for its address")
-        ->check(CLI::IsMember({"On", "Off"}, CLI::ignore_case))
-        ->option_text("On|Off");
-    whenChosen(setCommand, application, toSet, set);
-
+    addNetCommands(app, application);
     auto& doctorCommand =
         addCommand(app, {.name = "doctor",
                          .group = kGroup,

@@ -1,51 +1,23 @@
 #include "network_scan.h"
 
-#include <bit>
-#include <charconv>
+#include <algorithm>
 #include <future>
 
 #include <pugixml.hpp>
 
 #include "command_failure.h"
+#include "console.h"
 #include "interrupt.h"
+#include "ipv4.h"
 #include "module_session.h"
 #include "network_ports.h"
 #include "number_text.h"
+#include "suggestions.h"
 #include "ZEL_VR_Framework.h"
 
 namespace zel::cli {
 
 namespace {
-
-/// A dotted IPv4 address as a number, or nothing.
-std::optional<std::uint32_t> ipv4(const std::string& text)
-{
-    std::uint32_t address = 0;
-    const char* position = text.data();
-    const char* const end = position + text.size();
-    for (int part = 0; part < 4; ++part) {
-        if (part > 0 && (position == end || *position++ != '.')) {
-            return {};
-        }
-        std::uint32_t value = 0;
-        const auto read = std::from_chars(position, end, value);
-        if (read.ec != std::errc{} || value > 255) {
-            return {};
-        }
-        position = read.ptr;
-        address = address << 8U | value;
-    }
-    return position == end ? std::optional{address} : std::nullopt;
-}
-
-std::string dotted(std::uint32_t address)
-{
-    std::string text;
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        text += std::to_string(address >> shift & 255U) + (shift > 0 ? "." : "");
-    }
-    return text;
-}
 
 [[noreturn]] void failed(std::int32_t code, const std::string& problem)
 {
@@ -110,14 +82,33 @@ bool FoundModule::fits() const
     return own && ownMask && theirs && (*own & *ownMask) == (*theirs & *ownMask);
 }
 
-std::string networkText(const std::string& address, const std::string& mask)
+ModuleAddress FoundModule::tcpAddress() const
 {
-    const auto number = ipv4(address);
-    const auto bits = ipv4(mask);
-    if (!number || !bits) {
-        return "no network";
+    if (!ipv4(address) || port == 0 || port > 65535) {
+        throw CommandFailure({.problem = name + " (" + hexadecimal(uuid) +
+                                         ") tells no address that can be connected to: " + address +
+                                         ":" + std::to_string(port)});
     }
-    return dotted(*number & *bits) + "/" + std::to_string(std::popcount(*bits));
+    return {address, static_cast<std::uint16_t>(port)};
+}
+
+std::string describedModule(const FoundModule& module)
+{
+    return module.name + " (" + hexadecimal(module.uuid) + ", " + module.address + ")";
+}
+
+std::string misfitText(const FoundModule& module)
+{
+    const Adapter& adapter = module.adapter;
+    const std::string who =
+        module.name + " (" + hexadecimal(module.uuid) + ") has the address " + module.address;
+    if (adapter.address.empty()) {
+        return who + ", but " + adapter.name +
+               " has none: give this host one in the modules' network";
+    }
+    return who + ", which is outside of " + networkText(adapter.address, adapter.mask) + " of " +
+           adapter.name + ": 'zel net set " + hexadecimal(module.uuid) +
+           " --address ...' gives it another";
 }
 
 std::vector<Adapter> listAdapters()
@@ -158,36 +149,140 @@ std::vector<FoundModule> scanNetwork(std::optional<std::uint32_t> adapter)
     return modules;
 }
 
-FoundModule findModule(const std::string& nameOrUuid)
+std::vector<FoundModule>
+scanUntil(const std::function<bool(const std::vector<FoundModule>&)>& isEnough)
 {
-    const bool isHexadecimal = nameOrUuid.starts_with("0x") || nameOrUuid.starts_with("0X");
-    std::uint64_t uuid = 0;
-    const char* const begin = nameOrUuid.data() + (isHexadecimal ? 2 : 0);
-    const char* const end = nameOrUuid.data() + nameOrUuid.size();
-    const auto read = std::from_chars(begin, end, uuid, isHexadecimal ? 16 : 10);
-    const bool isUuid = read.ec == std::errc{} && read.ptr == end;
-    requireScanPorts();
-    std::vector<FoundModule> matching;
-    for (auto& module : scanNetwork()) {
-        const bool isIt = isUuid ? module.uuid == uuid : module.name == nameOrUuid;
-        const bool isKnown = !matching.empty() && matching.back().uuid == module.uuid;
-        if (isIt && (!isKnown || !matching.back().fits())) {
-            if (isKnown) {
-                matching.pop_back(); // seen by an adapter that it fits better
+    // Short scans first, for those who look for one module; 3 seconds in all.
+    std::vector<FoundModule> modules;
+    for (const char* const milliseconds : {"150", "350", "1000", "1500"}) {
+        setEnvironment("ZEL_SCAN_TIME", milliseconds);
+        for (auto& module : scanNetwork()) {
+            const auto known = std::ranges::find_if(modules, [&](const FoundModule& one) {
+                return one.uuid == module.uuid && one.adapter.number == module.adapter.number;
+            });
+            if (known != modules.end()) {
+                *known = std::move(module);
+            } else {
+                modules.push_back(std::move(module));
             }
-            matching.push_back(std::move(module));
+        }
+        if (isEnough(modules)) {
+            break;
         }
     }
+    setEnvironment("ZEL_SCAN_TIME", "");
+    return modules;
+}
+
+namespace {
+
+/// In small letters, those of ASCII and Latin-1.
+std::string lowered(std::string text)
+{
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        const bool isLatin = i > 0 && text[i - 1] == '\xC3' && c <= 0x9E && c != 0x97;
+        if (isLatin || (c >= 'A' && c <= 'Z')) {
+            text[i] = static_cast<char>(c + 0x20);
+        }
+    }
+    return text;
+}
+
+std::optional<std::uint64_t> uuidOf(const std::string& text)
+{
+    return wholeNumber<std::uint64_t>(text);
+}
+
+/// How well a module answers to a name.
+enum class Match : std::uint8_t { none, beginning, otherCase, whole };
+
+Match matchOf(const FoundModule& module, const std::string& text)
+{
+    if (module.uuid == uuidOf(text) || module.name == text) {
+        return Match::whole;
+    }
+    const std::string wanted = lowered(text);
+    const std::string name = lowered(module.name);
+    return name == wanted             ? Match::otherCase
+           : name.starts_with(wanted) ? Match::beginning
+                                      : Match::none;
+}
+
+/// Those that match best, each once, over the adapter that it fits.
+std::vector<FoundModule> bestMatches(const std::vector<FoundModule>& modules,
+                                     const std::string& text)
+{
+    Match best = Match::beginning;
+    std::vector<FoundModule> matching;
+    for (const FoundModule& module : modules) {
+        const Match match = matchOf(module, text);
+        if (match < best) {
+            continue;
+        }
+        if (match > best) {
+            best = match;
+            matching.clear();
+        }
+        const auto known = std::ranges::find(matching, module.uuid, &FoundModule::uuid);
+        if (known == matching.end()) {
+            matching.push_back(module);
+        } else if (!known->fits()) {
+            *known = module;
+        }
+    }
+    return matching;
+}
+
+[[noreturn]] void refuseNothing(const ModuleTarget& target, const std::vector<FoundModule>& modules)
+{
+    std::vector<std::string> names;
+    for (const FoundModule& module : modules) {
+        names.push_back(module.name);
+    }
+    const std::string closest = closestTo(target.text, names);
+    throw CommandFailure(
+        {.problem = "no module in the network answers to '" + target.text + "'" +
+                    (target.address ? ", and no host of this name takes a connection" : ""),
+         .advice = (closest.empty() ? "" : "did you mean '" + closest + "'? ") +
+                   "'zel scan' lists the modules; 'zel doctor' looks for what keeps them from "
+                   "being found"});
+}
+
+[[noreturn]] void refuseSeveral(const std::string& text, const std::vector<FoundModule>& modules)
+{
+    constexpr std::size_t kMostNamed = 8;
+    std::string named;
+    for (std::size_t i = 0; i < std::min(modules.size(), kMostNamed); ++i) {
+        named += (i > 0 ? ", " : "") + describedModule(modules[i]);
+    }
+    throw CommandFailure({.problem = counted(modules.size(), "module") + " answer to '" + text +
+                                     "': " + named +
+                                     (modules.size() > kMostNamed ? " and others" : ""),
+                          .advice = "name the one in full, or by its address or UUID"});
+}
+
+} // namespace
+
+FoundModule findModule(const ModuleTarget& target)
+{
+    requireScanPorts();
+    const auto modules = scanUntil([&](const std::vector<FoundModule>& found) {
+        return std::ranges::any_of(found, [&](const FoundModule& module) {
+            return matchOf(module, target.text) >= Match::otherCase;
+        });
+    });
+    return chooseModule(modules, target);
+}
+
+FoundModule chooseModule(const std::vector<FoundModule>& modules, const ModuleTarget& target)
+{
+    const auto matching = bestMatches(modules, target.text);
     if (matching.empty()) {
-        throw CommandFailure({.problem = "no module in the network answers to '" + nameOrUuid + "'",
-                              .advice = "'zel scan' lists the modules; 'zel doctor' looks for "
-                                        "what keeps them from being found"});
+        refuseNothing(target, modules);
     }
     if (matching.size() > 1) {
-        throw CommandFailure(
-            {.problem = "several modules have the name '" + nameOrUuid + "'",
-             .advice = "name the one by its address or UUID: " + hexadecimal(matching[0].uuid) +
-                       ", " + hexadecimal(matching[1].uuid)});
+        refuseSeveral(target.text, matching);
     }
     return matching.front();
 }

@@ -1,9 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "module_address.h"
 
 namespace zel::cli {
 
@@ -29,6 +32,9 @@ struct FoundModule {
 
     /// Whether this host can talk to it over the adapter as both are set.
     bool fits() const;
+
+    /// Where it can be connected to. Throws CommandFailure where it tells none.
+    ModuleAddress tcpAddress() const;
 };
 
 /// Works without a started library.
@@ -37,11 +43,23 @@ std::vector<Adapter> listAdapters();
 /// Asks over every adapter at once, or over one; takes 3 seconds. The library must be started.
 std::vector<FoundModule> scanNetwork(std::optional<std::uint32_t> adapter = {});
 
-/// The module with this name, or with this UUID in decimal or behind "0x". Throws CommandFailure
-/// where none or several answer to it.
-FoundModule findModule(const std::string& nameOrUuid);
+/// Asks over every adapter, again and again, until what has answered is enough, for 3 seconds at
+/// most. The library must be started.
+std::vector<FoundModule>
+scanUntil(const std::function<bool(const std::vector<FoundModule>&)>& isEnough);
 
-/// "192.168.169.0/24"
-std::string networkText(const std::string& address, const std::string& mask);
+/// The one of the modules that has this name or UUID (in decimal, or behind "0x"), or else whose
+/// name is the same but for upper and lower case, or else begins so. Throws CommandFailure where
+/// none or several do.
+FoundModule chooseModule(const std::vector<FoundModule>& modules, const ModuleTarget& target);
+
+/// Looks for the module, and ends as soon as one has answered to its whole name.
+FoundModule findModule(const ModuleTarget& target);
+
+/// "MOD-1 (0x0000001234AB0001, 192.168.169.20)"
+std::string describedModule(const FoundModule& module);
+
+/// What a person has to know about a module that this host cannot talk to.
+std::string misfitText(const FoundModule& module);
 
 } // namespace zel::cli

@@ -177,14 +177,14 @@ void showTopologyDocument(CommandOutput& output, const Connections& connections,
 
 void topology(CommandOutput& output, const TopologyArguments& arguments)
 {
-    std::vector<ModuleAddress> addresses;
+    std::vector<ModuleTarget> targets;
     for (const auto& address : arguments.addresses) {
-        addresses.push_back(ModuleAddress::parse(address));
+        targets.push_back(ModuleTarget::parse(address));
     }
     const StartedLibrary library;
     Connections connections;
-    for (const auto& address : addresses) {
-        connections.push_back(std::make_unique<ModuleConnection>(address));
+    for (const auto& target : targets) {
+        connections.push_back(std::make_unique<ModuleConnection>(target));
     }
     const std::string document =
         readText(*connections.front(), {.tried = "make the topology"}, ZEL_XSTAT_GetTopologyString);
@@ -253,9 +253,7 @@ void addStatusCommands(CLI::App& app, Application& application)
                          .description = "Connect to modules and list what the library has of them",
                          .examples = "  zel topology 192.168.169.20 192.168.169.21"});
     const auto arguments = std::make_shared<TopologyArguments>();
-    command
-        .add_option("ADDRESS", arguments->addresses,
-                    "Modules, each as HOST or HOST:PORT, an IPv6 address in brackets")
+    command.add_option("ADDRESS", arguments->addresses, "Modules, each by address, name or UUID")
         ->required();
     addXmlFlag(command, arguments->isXml);
     whenChosen(command, application, arguments, topology);

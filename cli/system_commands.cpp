@@ -100,21 +100,16 @@ bool comesBack(const ModuleAddress& address, std::chrono::seconds time)
     return false;
 }
 
-/// A module may be gone before its answer is.
-bool isSilence(std::int32_t code)
-{
-    return code == ZEL_CONN_RECEIVE_FAILED || code == ZEL_TRANS_CANCELED ||
-           code == ZEL_TRANS_TIMEOUT_ACKNOWLEDGE || code == ZEL_TRANS_TIMEOUT_RESPONSE;
-}
-
 void restart(CommandOutput& output, const RestartArguments& arguments)
 {
-    const ModuleAddress address = ModuleAddress::parse(arguments.address);
+    const ModuleTarget target = ModuleTarget::parse(arguments.address);
     const StartedLibrary library;
+    ModuleAddress address;
     nlohmann::json identity;
     bool hasAnswered = true;
     {
-        const ModuleConnection module(address);
+        const ModuleConnection module(target);
+        address = module.reached();
         const std::int32_t code = ZEL_XSYS_DoRestartSystem(module.uuid(), 0, 0);
         hasAnswered = !isSilence(code);
         if (hasAnswered) {

@@ -49,13 +49,18 @@ std::string readText(const ModuleConnection& module, const Attempt& attempt, Cal
     return text;
 }
 
+inline std::int32_t readName(const ModuleConnection& module, std::string& name)
+{
+    return readGrowing(name, [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
+        return ZEL_XPAR_ReadPar(module.uuid(), 1, "System/Name", "", buffer, length, capacity);
+    });
+}
+
 /// What the module calls itself; "" where it does not tell.
 inline std::string moduleName(const ModuleConnection& module)
 {
     std::string name;
-    readGrowing(name, [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-        return ZEL_XPAR_ReadPar(module.uuid(), 1, "System/Name", "", buffer, length, capacity);
-    });
+    readName(module, name);
     return name;
 }
 

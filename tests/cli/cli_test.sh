@@ -110,7 +110,7 @@ for option in --section --write --view; do # an unset variable of a shell
     it_fails "$option is given without a value" xml "$module" $option ''
 done
 json_holds "did you mean 'get'? 'zel --help' lists what there is" error advice -- gett
-for address in :1 host:0 host:65536 host:x '[::1' '[::1]1' ::1 'a b' ''; do
+for address in :1 host:0 host:65536 '[::1' '[::1]1' ::1 1.2.3.256 ''; do
     it_fails 'no module address' get "$address" x
 done
 

@@ -75,7 +75,7 @@ grep -oE 'STERR rx|FT_ERR|frame check of request failed' "$work/scan" | head -3 
 it_holds refused 1 '^STERR rx FT_ERR frame check of request failed $'
 kill "$noise"
 it_holds doctor 1 '^  1201: .* keeps it for itself'
-it_holds doctor 30 '^  MOD-.*: fine$'
+it_holds doctor 30 '^  MOD-.*: fine, connected '
 with_ports_taken 1300 -- scan_and_ask
 it_holds scan 30 'MOD-.* yes$'
 it_holds scan 1 'UDP port 1300 \(.*\): multicasts are not heard'

@@ -15,8 +15,10 @@ in_modules_network "$simulator" --answer-scans --modules 100 --address 192.168.1
     >"$work/many" 2>&1 &
 in_modules_network "$simulator" --answer-scans --uuid 0x77 --name LOST --address 10.77.0.5 \
     >"$work/lost" 2>&1 &
+in_modules_network "$simulator" --answer-scans --uuid 0x78 --name 'Test stand 3' \
+    --address 192.168.170.26 --fault silence:1/10:x1 >"$work/stand" 2>&1 &
 for _ in $(seq 200); do
-    [ "$(cat "$work/many" "$work/lost" | wc -l)" -eq 101 ] && break
+    [ "$(cat "$work/many" "$work/lost" "$work/stand" | wc -l)" -eq 102 ] && break
     sleep 0.05
 done
 
@@ -32,16 +34,46 @@ it_prints() {
     fi
 }
 
+# it_refuses PATTERN ARGUMENT...
+it_refuses() {
+    local pattern=$1
+    shift
+    if timeout 60 "$zel" "$@" >"$work/out" 2>"$work/error" || ! grep -qE "$pattern" "$work/error"; then
+        failed=1
+        echo "FAILED: zel $* does not say '$pattern'"
+        cat "$work/error"
+    fi
+}
+
 it_prints 2 ' 192\.168\.(169|170)\.1 ' adapters
 it_prints 100 '^192\.168\.169\.20:[0-9]+ +MOD-.* yes$' scan
 it_prints 1 '^10\.77\.0\.5:55000 +LOST .* no$' scan
 it_prints 0 LOST scan --adapter 0
 it_prints 1 '^IpAdr +10\.77\.0\.5$' net show LOST
-it_prints 1 'has taken the settings' net set 0x77 --address 192.168.170.25 --mask 255.255.255.0
+it_refuses '192\.168\.169\.20 is the address of MOD-1 ' net set lost --address 192.168.169.20
+it_refuses '192\.168\.55\.5 .* in the subnet of none .* 192\.168\.170\.0/24' \
+    net set lost --address 192.168.55.5
+it_refuses '255\.0\.255\.0 is no subnet mask' net set lost --mask 255.0.255.0
+it_prints 1 'has the address 192\.168\.170\.25 ' \
+    net set 0x77 --address 192.168.170.25 --mask 255.255.255.0
 it_prints 1 '^192\.168\.170\.25:55000 +LOST .* yes$' scan --adapter 1
+it_prints 1 '^  LOST, 192\.168\.170\.25:55000: fine, connected over TCP in [0-9.]+ ms, answers' doctor
+grep -q '^  Test stand 3, .*: answers scans, but could not read' "$work/out" || failed=1
+it_prints 1 '^MOD-10$' get mod-10 System/Name # not MOD-100
+it_prints 1 '^Test stand 3$' get 'test st' System/Name
+it_refuses "^zel: 100 modules answer to 'Mod': MOD-1 .*and others" get Mod System/Name
+
+# A scan for a name ends when the name has answered.
+began=$EPOCHREALTIME
 it_prints 1 '^LOST$' get LOST System/Name
-it_prints 1 '^  LOST, 192\.168\.170\.25: fine$' doctor
-! timeout 60 "$zel" get NOBODY System/Name 2>"$work/error" || failed=1
-grep -q "no module in the network answers to 'NOBODY'" "$work/error" || failed=1
+between=$EPOCHREALTIME
+it_refuses "no module in the network answers to 'LAST'" get LAST System/Name
+grep -q "did you mean 'LOST'" "$work/error" || failed=1
+if [ $((${between/./} - ${began/./})) -ge $((${EPOCHREALTIME/./} - ${between/./})) ]; then
+    failed=1
+    echo "FAILED: a module that answers is not found sooner than one that is not there"
+fi
+# Where it was told to go, nobody hears it: that is said.
+it_refuses 'has taken the settings, but answers no scan' net set LOST --address 192.168.170.99
 [ "$failed" -eq 0 ] && echo "the network is as it should be"
 exit "$failed"
