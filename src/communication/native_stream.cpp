@@ -2,8 +2,6 @@
 
 #include "system_sockets.h"
 
-#include <cstring>
-
 namespace zel::communication::native {
 
 bool isConnectionMade(NativeSocket socket)
@@ -14,18 +12,24 @@ bool isConnectionMade(NativeSocket socket)
            error == 0;
 }
 
-bool isPeer(NativeSocket socket, const sockaddr* address, std::size_t length)
+std::string nameOf(const sockaddr* address, std::size_t length)
+{
+    char host[256];
+    char service[8];
+    if (getnameinfo(address, static_cast<socklen_t>(length), host, sizeof host, service,
+                    sizeof service, NI_NUMERICHOST | NI_NUMERICSERV) != 0)
+        return {};
+    return std::string{host} + ' ' + service;
+}
+
+std::string peerNameOf(NativeSocket socket)
 {
     sockaddr_storage peer{};
-    socklen_t peerLength = sizeof peer;
-    char hosts[2][256];
-    char services[2][8];
-    return getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &peerLength) == 0 &&
-           getnameinfo(reinterpret_cast<sockaddr*>(&peer), peerLength, hosts[0], sizeof hosts[0],
-                       services[0], sizeof services[0], NI_NUMERICHOST | NI_NUMERICSERV) == 0 &&
-           getnameinfo(address, static_cast<socklen_t>(length), hosts[1], sizeof hosts[1],
-                       services[1], sizeof services[1], NI_NUMERICHOST | NI_NUMERICSERV) == 0 &&
-           std::strcmp(hosts[0], hosts[1]) == 0 && std::strcmp(services[0], services[1]) == 0;
+    socklen_t length = sizeof peer;
+    auto* const address = reinterpret_cast<sockaddr*>(&peer);
+    if (getpeername(socket, address, &length) != 0)
+        return {};
+    return nameOf(address, static_cast<std::size_t>(length));
 }
 
 } // namespace zel::communication::native

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <optional>
 #include <span>
+#include <string>
 
 struct sockaddr;
 
@@ -52,7 +53,8 @@ Transfer send(NativeSocket socket, std::span<const Bytes> buffers);
 void shutDown(NativeSocket socket);
 void close(NativeSocket socket);
 
-/// True when both addresses have the same numeric host and service.
-bool isPeer(NativeSocket socket, const sockaddr* address, std::size_t length);
+/// The numeric host and service of an address, to be compared with others; empty when it has none.
+std::string nameOf(const sockaddr* address, std::size_t length);
+std::string peerNameOf(NativeSocket socket);
 
 } // namespace zel::communication::native

@@ -30,6 +30,7 @@ SocketNonblocking::SocketNonblocking(sys::NativeSocket socket, sys::EventLoop& l
     : SocketNonblocking(loop)
 {
     m_socket = socket;
+    m_peerName = native::peerNameOf(socket);
     m_readiness.setSocket(socket);
     if (!native::setStreamOptions(socket)) {
         // The handle stays the caller's when no object takes it over.
@@ -72,6 +73,7 @@ int SocketNonblocking::connect(int family, const sockaddr* address, std::size_t 
         close();
         return -1;
     }
+    m_peerName = native::peerNameOf(m_socket);
     if (m_dataCallback && !registerWithLoop()) {
         disconnect();
         return -1;
@@ -265,6 +267,7 @@ void SocketNonblocking::close()
 {
     native::close(m_socket);
     m_socket = sys::kNoSocket;
+    m_peerName.clear();
     m_readiness.renew();
     m_isRegistered = false;
     m_filled = m_position = 0;
@@ -272,7 +275,7 @@ void SocketNonblocking::close()
 
 bool SocketNonblocking::checkSockAddr(const sockaddr* address, std::size_t length) const
 {
-    return m_socket != sys::kNoSocket && native::isPeer(m_socket, address, length);
+    return !m_peerName.empty() && m_peerName == native::nameOf(address, length);
 }
 
 } // namespace zel::communication

@@ -68,6 +68,8 @@ public:
     /// See native::silenceOf and native::countSilence. Any thread.
     auto silence() const { return native::silenceOf(m_socket); }
     void countSilence() { native::countSilence(m_socket); }
+    /// Numeric host and port of the other end, which are kept from the moment of the connection on.
+    const std::string& peerName() const { return m_peerName; }
     bool checkSockAddr(const sockaddr* address, std::size_t length) const;
 
 private:
@@ -84,6 +86,7 @@ private:
     // changes only while one thread uses the socket
     sys::Readiness m_readiness;
     sys::NativeSocket m_socket = sys::kNoSocket;
+    std::string m_peerName;
     bool m_isRegistered = false;
     DataCallback m_dataCallback;
 

@@ -261,9 +261,4 @@ void clTcpTelHndlr::endReception()
     m_loop->takeBack(m_socket->event());
 }
 
-bool clTcpTelHndlr::isConnectedTo(const sockaddr* address, std::size_t length) const
-{
-    return m_socket->checkSockAddr(address, length);
-}
-
 } // namespace zel

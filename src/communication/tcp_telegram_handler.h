@@ -49,7 +49,8 @@ public:
     bool hasHeardSince(Clock::time_point then) const { return m_heardAt.load() >= then; }
 
     std::uint64_t peer() const { return m_peer; }
-    bool isConnectedTo(const sockaddr* address, std::size_t length) const;
+    /// See SocketNonblocking::peerName().
+    const std::string& peerName() const { return m_socket->peerName(); }
 
 private:
     void noteSending();

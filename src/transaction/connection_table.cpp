@@ -26,27 +26,28 @@ clConHndlr::Connection clConHndlr::insert(const Connection& connection)
     return nullptr;
 }
 
-clConHndlr::Table::const_iterator clConHndlr::connectedToLocked(const sockaddr* address,
-                                                                std::size_t length) const
+clConHndlr::Table::const_iterator clConHndlr::connectedToLocked(const std::string& peerName) const
 {
     return std::find_if(m_table.begin(), m_table.end(), [&](const Table::value_type& entry) {
-        return entry.second->isConnectedTo(address, length);
+        return !peerName.empty() && entry.second->peerName() == peerName;
     });
 }
 
 clConHndlr::Connection clConHndlr::findByAddress(const sockaddr* address, std::size_t length) const
 {
+    const std::string peerName = communication::native::nameOf(address, length);
     const std::lock_guard lock{m_mutex};
-    const auto found = connectedToLocked(address, length);
+    const auto found = connectedToLocked(peerName);
     return found == m_table.end() ? nullptr : found->second;
 }
 
 std::uint64_t clConHndlr::eraseByAddress(const sockaddr* address, std::size_t length)
 {
+    const std::string peerName = communication::native::nameOf(address, length);
     Connection taken;
     {
         const std::lock_guard lock{m_mutex};
-        const auto found = connectedToLocked(address, length);
+        const auto found = connectedToLocked(peerName);
         if (found == m_table.end())
             return kNoUuid;
         taken = found->second;

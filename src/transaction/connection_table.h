@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 namespace zel {
@@ -49,7 +50,7 @@ public:
 private:
     using Table = std::map<std::uint64_t, Connection>;
 
-    Table::const_iterator connectedToLocked(const sockaddr* address, std::size_t length) const;
+    Table::const_iterator connectedToLocked(const std::string& peerName) const;
     static void drop(const Connection& connection);
 
     // fixed before the first connection

@@ -113,7 +113,7 @@ TEST_F(MeasuredValues, SubscriptionThatAModuleDoesNotAnswerHoldsUpNoOtherAndNoDi
     }
     for (std::uint64_t stranger = 0; stranger < 5500; ++stranger)
         EXPECT_EQ(ZEL_XDAQ_OpenSubscription(stranger << 20), ZEL_OK);
-    EXPECT_EQ(ZEL_XDAQ_AddSignal(5499u << 20, "A", 1, 1), ZEL_OK);
+    EXPECT_EQ(ZEL_XDAQ_AddSignal(std::uint64_t{5499} << 20, "A", 1, 1), ZEL_OK);
     EXPECT_EQ(ZEL_XDAQ_AddSignal(1403u << 20, "A", 1, 1), ZEL_FAILED);
 }
 
