@@ -13,7 +13,7 @@ namespace zel {
 namespace {
 
 constexpr std::size_t kChunk = std::size_t{1} << 20;
-constexpr int kAttempts = 100; // to open what others make and remove meanwhile
+constexpr int kAttempts = 30; // to open what others make and remove meanwhile
 
 } // namespace
 
@@ -73,13 +73,14 @@ HostFileWriter::OpenFiles& HostFileWriter::openFiles()
 
 HostFileWriter::HostFileWriter(const std::filesystem::path& file) : m_file(file)
 {
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    for (int attempt = 1;; ++attempt) {
         const OutputFile::Opening opening = m_output.open(m_file);
         if (opening == OutputFile::Opening::failed)
             return;
         join(m_output.identity(), opening == OutputFile::Opening::made);
-        // Whoever made it may have removed it before this writer was known to it.
-        if (m_output.isAt(m_file))
+        // Whoever made it may have removed it before this writer was known to it. Some network file
+        // systems do not know a file again.
+        if (m_output.isAt(m_file) || attempt == kAttempts)
             return;
         leave();
     }

@@ -113,7 +113,8 @@ OutputFile::Opening OutputFile::open(const std::filesystem::path& file)
         return Opening::failed;
     m_handle = reinterpret_cast<std::intptr_t>(opened);
     // A volume is a disk too, but no file.
-    if (GetFileType(opened) == FILE_TYPE_DISK && identity() != FileIdentity{})
+    BY_HANDLE_FILE_INFORMATION facts{};
+    if (GetFileType(opened) == FILE_TYPE_DISK && GetFileInformationByHandle(opened, &facts))
         return how;
     close();
     return Opening::failed;
