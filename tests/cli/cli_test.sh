@@ -290,6 +290,7 @@ cat >warning.json <<JSON
   {"method": "1/11", "result": 1004110, "data": "<ParViews/>"},
   {"method": "1/3", "data": "<schema><element name='G' type='T'/><complexType name='T'><all><element name='a' type='T'/><element name='b' type='T'/><attribute name='at' type='int'/></all></complexType></schema>"},
   {"method": "1/7", "data": "<Other>6</Other>"},
+  {"method": "5/1"},
   {"method": "3/1", "data": "$(head -c 1100000 /dev/zero | tr '\0' x)"}]}]}
 JSON
 start_module --script warning.json
@@ -306,6 +307,7 @@ verdict $? "data that come with a warning are no words of the module"
 run control "$module" SETZERO --xml whole.xml
 [ "$code" -eq 0 ] && [ "$(wc -c <out)" -eq 1100001 ]
 verdict $? "an answer of a control that is too long for the buffer is not lost"
+it_fails 'nothing was recorded' record "$module" $signal --duration 0.1 --out empty.csv
 
 # Modules that behave badly.
 start_module --fault disconnect:6/12
