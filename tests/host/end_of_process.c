@@ -48,7 +48,12 @@ int main(void)
     pthread_t threads[THREADS];
     ZEL_Init();
 #ifndef _WIN32
-    if (!child_ends_well(0) || !child_ends_well(1)) {
+    int may_start = 1;
+#ifdef __SANITIZE_THREAD__
+    printf("the thread sanitizer does not follow threads of a forked child: none is started\n");
+    may_start = 0;
+#endif
+    if (!child_ends_well(0) || (may_start && !child_ends_well(1))) {
         printf("FAILED: the child did not end well\n");
         return 1;
     }

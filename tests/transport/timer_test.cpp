@@ -48,7 +48,7 @@ TEST_F(TimerTest, ExpiresInTheOrderOfDeadlines)
             order.push_back(which);
         };
     };
-    late.set(150, false, note(2));
+    late.set(600, false, note(2));
     // The loop sleeps for the longer time already.
     std::this_thread::sleep_for(20ms);
     early.set(30, false, note(1));
@@ -102,11 +102,11 @@ TEST_F(TimerTest, CountsAnewWhenItIsRestarted)
 {
     const Stopwatch watch;
     std::promise<void> expired;
-    m_timer->set(80, false, [&](bool) { expired.set_value(); });
+    m_timer->set(400, false, [&](bool) { expired.set_value(); });
     std::this_thread::sleep_for(50ms);
-    m_timer->restart(80);
+    m_timer->restart(400);
     expired.get_future().wait();
-    EXPECT_GE(watch.elapsed(), 130ms);
+    EXPECT_GE(watch.elapsed(), 450ms);
 }
 
 TEST_F(TimerTest, WaitsInStopForTheCallbackThatIsRunningAlsoWhenThatSetsItAnew)
