@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <optional>
 
 namespace {
 
@@ -19,21 +21,21 @@ void require(bool holds)
 }
 
 /// The modules in both forms that hosts get.
-std::size_t list(const zel::clPhonebook& phonebook)
+std::size_t list(const zel::clPhonebook::Scan& scan)
 {
     std::size_t count = 0;
-    phonebook.list({}, [&](const zel::ModuleRecord& record) {
+    scan.list([&](const zel::ModuleRecord& record) {
         ++count;
         require(record.name.size() <= zel::clPhonebook::kLongestText);
     });
     static ZEL_SegmentArray segment;
-    zel::network::listModules(phonebook, {}, segment);
+    zel::network::listModules(scan, segment);
     require(segment.count == std::min<std::size_t>(count, ZEL_SEGMENT_SIZE));
     for (std::uint32_t i = 0; i < segment.count; ++i)
         require(std::memchr(segment.modules[i].name, 0, sizeof segment.modules[i].name));
     static char buffer[4096];
     std::uint64_t length = 0;
-    if (zel::network::listModules(phonebook, {}, {buffer, &length, sizeof buffer}) == ZEL_OK)
+    if (zel::network::listModules(scan, {buffer, &length, sizeof buffer}) == ZEL_OK)
         require(std::strlen(buffer) == length);
     return count;
 }
@@ -50,10 +52,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (TransactionHeader::decode(in))
             readModuleRecord(in.rest());
     }
-    static clPhonebook phonebook;
+    static const auto phonebook = std::make_shared<clPhonebook>();
+    static std::optional<clPhonebook::Scan> scan;
+    if (!scan)
+        scan.emplace(phonebook, std::nullopt);
     if (auto record = readModuleRecord(bytes))
-        phonebook.enter(size % 3, std::move(*record));
-    if (list(phonebook) > 20)
-        phonebook.clear({});
+        phonebook->enter(size % 3, std::move(*record));
+    // The next one forgets what this one has heard.
+    if (list(*scan) > 20)
+        scan.reset();
     return 0;
 }
