@@ -128,7 +128,7 @@ try zel teds write $module 1 "$work/teds.bin"
 try zel teds read $module 1
 
 say "Controls act: zero a signal, flash the LED to find the module in the rack"
-try zel zero $module AnalogIn_Connector0.Signal0
+try zel zero $module 2 1
 try zel led $module 0 1
 
 say "How is it?"

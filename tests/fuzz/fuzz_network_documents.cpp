@@ -77,7 +77,9 @@ struct Way final : iRequestorContext {
 /// A text that comes out of a document as it went in.
 bool isKept(std::string_view text)
 {
-    return text.find('\0') == std::string_view::npos;
+    return std::ranges::all_of(text, [](char character) {
+        return (character >= ' ' && character <= '~') || character == '\n' || character == '\r';
+    });
 }
 
 void describeAdapters(std::string_view texts, std::size_t capacity)
