@@ -274,17 +274,17 @@ TEST_F(ParameterCalls, RefuseWhatNoRequestCanAnnounce)
     EXPECT_EQ(m_module.received().size(), 0U);
 }
 
-TEST_F(ParameterCalls, CarryDocumentsOfEightMebibytes)
+TEST_F(ParameterCalls, CarryDocumentsOfMebibytes)
 {
     std::string document;
-    while (document.size() < 8U << 20)
+    while (document.size() < 2U << 20)
         document += "<Connector address=\"" + std::to_string(document.size()) + "\"/>";
     std::string received;
     m_module.setHandler(1, 2, [&](const MethodCall& call) -> MethodAnswer {
         received = call.data;
         return {ZEL_OK};
     });
-    EXPECT_EQ(parameters::writeDocument(m_path, m_uuid, kView, document.data(), document.size()),
+    ASSERT_EQ(parameters::writeDocument(m_path, m_uuid, kView, document.data(), document.size()),
               ZEL_OK);
     EXPECT_EQ(received, parameters::writeDocumentRequest(kView, document));
 
