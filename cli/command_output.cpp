@@ -108,6 +108,17 @@ bool CommandOutput::isOnTerminal() const
     return isTerminal(m_results);
 }
 
+int CommandOutput::file()
+{
+    finish();
+    const int descriptor = fileno(m_results);
+    if (!sizeOf(descriptor)) {
+        return -1;
+    }
+    makeBinary(m_results); // as many bytes go there as are written
+    return descriptor;
+}
+
 void CommandOutput::finish()
 {
     if (std::fflush(m_results) != 0 && m_error == 0) {

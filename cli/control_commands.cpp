@@ -14,6 +14,7 @@
 #include "schema_table.h"
 #include "signal_numbers.h"
 #include "text_reading.h"
+#include "xml_layout.h"
 
 namespace zel::cli {
 
@@ -92,7 +93,7 @@ void listControls(CommandOutput& output, const ModuleSession& session, bool isXm
     for (const auto control : parsed.document_element().children("Control")) {
         const std::string name = control.attribute("name").value();
         const std::string count = control.attribute("parameters").value();
-        const std::string description = trimmed(control.child_value());
+        const std::string description = trimmed(wholeText(control));
         table.addRow({name, count, description});
         entries.push_back({{"name", name}, {"description", description}});
         if (const auto parameters = wholeNumber<std::uint32_t>(count)) {
@@ -123,7 +124,7 @@ void describeControl(CommandOutput& output, const ModuleSession& session, const 
     TextTable table({{"Parameter"}, {"Type"}, {"Accepts"}, {"Preset"}});
     auto entries = nlohmann::json::array();
     for (const auto& entry : parameters) {
-        const std::string preset = present.document_element().child_value(entry.path.c_str());
+        const std::string preset = wholeText(present.document_element().child(entry.path.c_str()));
         table.addRow({entry.path, typeText(entry), acceptedText(entry), preset});
         entries.push_back(schemaJson(entry));
         entries.back()["preset"] = preset;

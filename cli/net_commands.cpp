@@ -14,6 +14,7 @@
 #include "number_text.h"
 #include "printable.h"
 #include "text_reading.h"
+#include "xml_layout.h"
 #include "ZEL_VR_Framework.h"
 
 namespace zel::cli {
@@ -137,8 +138,9 @@ void show(CommandOutput& output, const ShowArguments& arguments)
     TextTable table({{"Setting"}, {"Value"}});
     nlohmann::json settings = nlohmann::json::object();
     for (const auto setting : parsed.document_element().children()) {
-        table.addRow({setting.name(), setting.child_value()});
-        settings[setting.name()] = setting.child_value();
+        const std::string value = wholeText(setting);
+        table.addRow({setting.name(), value});
+        settings[setting.name()] = value;
     }
     if (output.isJson) {
         output.json(target.identity(), {{"settings", settings}});

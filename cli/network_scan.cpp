@@ -153,6 +153,7 @@ std::vector<FoundModule>
 scanUntil(const std::function<bool(const std::vector<FoundModule>&)>& isEnough)
 {
     // Short scans first, for those who look for one module; 3 seconds in all.
+    const std::string set = environmentText("ZEL_SCAN_TIME");
     std::vector<FoundModule> modules;
     for (const char* const milliseconds : {"150", "350", "1000", "1500"}) {
         setEnvironment("ZEL_SCAN_TIME", milliseconds);
@@ -170,7 +171,7 @@ scanUntil(const std::function<bool(const std::vector<FoundModule>&)>& isEnough)
             break;
         }
     }
-    setEnvironment("ZEL_SCAN_TIME", "");
+    setEnvironment("ZEL_SCAN_TIME", set);
     return modules;
 }
 

@@ -197,7 +197,10 @@ public:
     std::string summary() const
     {
         return "recorded " + countOf(m_recording.samples(), "sample") + " in " +
-               countOf(m_file.rows(), "row") + " to " + m_file.name();
+               countOf(m_file.rows(), "row") + " to " + m_file.name() +
+               (m_recording.late() > 0
+                    ? ", those of " + countOf(m_recording.late(), "late signal") + " out of order"
+                    : "");
     }
 
     nlohmann::json result() const;
@@ -307,7 +310,8 @@ nlohmann::json Recorder::result() const
     result.update({{"file", m_file.name()},
                    {"rows", m_file.rows()},
                    {"lost", m_recording.lost()},
-                   {"gaps", m_recording.gaps()}});
+                   {"gaps", m_recording.gaps()},
+                   {"late", m_recording.late()}});
     if (!m_file.hasFailed()) {
         result["samples"] = m_recording.samples(); // else nobody knows how many arrived
     }

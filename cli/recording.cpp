@@ -152,6 +152,12 @@ void Recording::keep(RecordingTrack& track)
     track.hasBegun = true;
     track.passed += m_decoded.size();
     track.newest = m_decoded.back().time;
+    if (track.isLate && !track.isToldLate && m_decoded.front().time <= m_latest) {
+        track.isToldLate = true;
+        ++m_late;
+        m_text += "# late: " + printable(track.signal.reference) +
+                  ", its rows are not in the order of time\n";
+    }
     track.isLate = track.isLate && track.newest <= m_latest;
     const auto end = std::ranges::find_if(
         m_decoded, [this](const Sample& sample) { return sample.time >= m_end; });

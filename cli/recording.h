@@ -49,6 +49,8 @@ public:
     std::uint64_t lost() const { return m_lost; }
     std::uint64_t gaps() const { return m_gaps; }
     std::uint64_t rows() const { return m_rows; }
+    /// Signals that came so late that their rows are not in the order of time.
+    std::uint64_t late() const { return m_late; }
     /// From the first row to the last.
     double seconds() const;
 
@@ -116,6 +118,7 @@ private:
     std::uint64_t m_samples = 0;
     std::uint64_t m_lost = 0;
     std::uint64_t m_gaps = 0;
+    std::uint64_t m_late = 0;
     std::uint64_t m_rows = 0;
 };
 

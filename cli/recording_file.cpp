@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <system_error>
+#include <utility>
 
 #include "command_failure.h"
+#include "console.h"
 #include "file_content.h"
 
 namespace zel::cli {
@@ -36,41 +37,39 @@ std::uint64_t rowsIn(std::string_view lines)
 } // namespace
 
 RecordingFile::RecordingFile(CommandOutput& output, const std::string& name, bool mayReplace)
-    : m_output(output), m_name(name), m_path(hostPath(name))
+    : m_output(output), m_name(name)
 {
     if (name.empty()) {
+        m_file = output.file();
+        m_size = sizeOf(m_file).value_or(0);
         return;
     }
     requireNewFile(name, mayReplace);
-    errno = 0;
-    open(std::ios::trunc);
-    if (!m_file) {
-        throw CommandFailure(
-            {.problem = "could not create " + name +
-                        (errno != 0 ? std::string(": ") + std::strerror(errno) : std::string{}),
-             .advice = "does the folder exist, and may you write there?"});
+    m_file = openToWrite(hostPath(name));
+    if (m_file < 0) {
+        throw CommandFailure({.problem = "could not create " + name + ": " + std::strerror(errno),
+                              .advice = "does the folder exist, and may you write there?"});
     }
 }
 
-void RecordingFile::open(std::ios::openmode how)
+RecordingFile::~RecordingFile()
 {
-    // Without a buffer: what is written is the system's, whatever becomes of this process.
-    m_file.rdbuf()->pubsetbuf(nullptr, 0);
-    m_file.open(m_path, std::ios::binary | std::ios::out | how);
+    if (!m_name.empty() && m_file >= 0) {
+        closeFile(m_file);
+    }
 }
 
 void RecordingFile::write(std::string_view lines, std::uint64_t rows)
 {
     m_hasFailed = true; // unless it gets to the end of this
-    if (m_name.empty()) {
+    if (m_file < 0) {
         m_output.bytes(lines);
         m_output.finish();
-    } else if (append(lines) || append(lines.substr(arrivedOf(lines)))) {
-        m_size += lines.size();
+    } else if (const std::size_t arrived = append(lines); arrived == lines.size()) {
         m_latest = lines;
     } else {
         const int error = errno;
-        keepWholeLines(lines.substr(0, arrivedOf(lines)));
+        keepWholeLines(lines.substr(0, arrived));
         fail(error);
     }
     m_hasFailed = false;
@@ -79,72 +78,55 @@ void RecordingFile::write(std::string_view lines, std::uint64_t rows)
 
 void RecordingFile::close()
 {
-    if (m_file.is_open()) {
-        errno = 0;
-        m_file.close();
-        if (!m_file) {
-            fail(errno);
-        }
+    if (!m_name.empty() && m_file >= 0 && !closeFile(std::exchange(m_file, -1))) {
+        fail(errno);
     }
 }
 
 void RecordingFile::breakOff(const std::string& line)
 {
-    if (m_name.empty()) {
-        m_output.bytes(line);
+    if (m_file < 0) {
+        if (m_name.empty()) {
+            m_output.bytes(line);
+        }
         return;
     }
-    if (!m_file.is_open()) {
-        open(std::ios::app);
-    }
-    if (!append(line)) {
+    std::size_t arrived = append(line);
+    if (arrived < line.size()) {
+        m_size -= arrived;
         makeRoom(line.size());
-        m_size += append(line) ? line.size() : 0;
-        cutBack();
+        arrived = append(line);
+    }
+    if (arrived < line.size()) {
+        m_size -= arrived;
+        cutTo(m_file, m_size);
     }
 }
 
-bool RecordingFile::append(std::string_view text)
+std::size_t RecordingFile::append(std::string_view text)
 {
-    m_file.clear();
-    errno = 0;
-    m_file.write(text.data(), static_cast<std::streamsize>(text.size()));
-    m_file.flush();
-    return m_file.good();
-}
-
-/// How much arrived is for the file to tell. When a part did, only the next attempt tells why.
-std::size_t RecordingFile::arrivedOf(std::string_view lines)
-{
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(m_path, error)) {
-        return 0;
+    std::size_t arrived = writeTo(m_file, text);
+    if (arrived < text.size()) {
+        const int error = errno;
+        const std::uint64_t size = sizeOf(m_file).value_or(0);
+        arrived =
+            size < m_size + arrived
+                ? arrived
+                : static_cast<std::size_t>(std::min<std::uint64_t>(size - m_size, text.size()));
+        errno = error;
     }
-    // Windows need not know the size of a file that is open.
-    m_file.close();
-    const auto size = std::filesystem::file_size(m_path, error);
-    open(std::ios::app);
-    const auto arrived = error || size < m_size ? 0 : size - m_size;
-    return static_cast<std::size_t>(std::min<std::uintmax_t>(arrived, lines.size()));
+    m_size += arrived;
+    return arrived;
 }
 
 void RecordingFile::keepWholeLines(std::string_view arrived)
 {
     const auto kept = arrived.substr(0, arrived.rfind('\n') + 1);
     m_latest += kept;
-    m_size += kept.size();
+    m_size -= arrived.size() - kept.size();
     m_rows += rowsIn(kept);
-    cutBack();
-}
-
-void RecordingFile::cutBack()
-{
-    std::error_code error;
-    if (std::filesystem::is_regular_file(m_path, error)) {
-        m_file.close();
-        std::filesystem::resize_file(m_path, m_size, error);
-        m_file.clear();
-        open(std::ios::app);
+    if (sizeOf(m_file)) {
+        cutTo(m_file, m_size);
     }
 }
 
@@ -161,12 +143,14 @@ void RecordingFile::makeRoom(std::size_t bytes)
         --m_rows;
     }
     m_size -= freed;
-    cutBack();
+    if (sizeOf(m_file)) {
+        cutTo(m_file, m_size);
+    }
 }
 
 void RecordingFile::fail(int error) const
 {
-    throw CommandFailure({.problem = "could not write to " + m_name + ": " +
+    throw CommandFailure({.problem = "could not write to " + name() + ": " +
                                      (error != 0 ? std::strerror(error) : "output error")});
 }
 

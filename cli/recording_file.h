@@ -1,8 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <string_view>
 
@@ -16,6 +14,9 @@ class RecordingFile {
 public:
     /// Without a name, the output. Throws CommandFailure when the file cannot be made.
     RecordingFile(CommandOutput& output, const std::string& name, bool mayReplace);
+    RecordingFile(const RecordingFile&) = delete;
+    RecordingFile& operator=(const RecordingFile&) = delete;
+    ~RecordingFile();
 
     /// Whole lines, so many rows among them. Throws CommandFailure, or ReaderGone; a file then ends
     /// with its last whole line.
@@ -38,19 +39,15 @@ public:
     std::uint64_t rows() const { return m_rows; }
 
 private:
-    bool append(std::string_view text);
-    std::size_t arrivedOf(std::string_view lines);
-    void open(std::ios::openmode how);
+    std::size_t append(std::string_view text);
     void keepWholeLines(std::string_view arrived);
-    void cutBack();
     void makeRoom(std::size_t bytes);
     [[noreturn]] void fail(int error) const;
 
     CommandOutput& m_output;
     const std::string m_name;
-    const std::filesystem::path m_path;
-    std::ofstream m_file;
-    std::uintmax_t m_size = 0;
+    int m_file = -1; // the output's own when that is one; -1 for a pipe
+    std::uint64_t m_size = 0;
     std::uint64_t m_rows = 0;
     bool m_hasFailed = false;
     std::string m_latest; // the lines that the file ends with

@@ -23,6 +23,7 @@ struct RecordingTrack {
     bool hasBegun = false;
     bool isEven = false; ///< its samples are counted; others have times of their own
     bool isLate = false; ///< the others do not wait for it any more
+    bool isToldLate = false;
     std::uint64_t rate = 0;
     std::uint64_t first = 0;  ///< time of the first sample
     std::uint64_t newest = 0; ///< time of the last sample that came

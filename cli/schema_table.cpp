@@ -9,6 +9,7 @@
 
 #include "number_text.h"
 #include "printable.h"
+#include "xml_layout.h"
 
 namespace zel::cli {
 
@@ -127,7 +128,7 @@ private:
             entry.facets.emplace_back(localName(facet.name()), facet.attribute("value").value());
         }
         entry.note =
-            trimmed(childNamed(childNamed(described, "annotation"), "documentation").child_value());
+            trimmed(wholeText(childNamed(childNamed(described, "annotation"), "documentation")));
         m_entries.push_back(std::move(entry));
     }
 

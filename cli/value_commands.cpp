@@ -336,7 +336,14 @@ void addValueCommands(CLI::App& app, Application& application)
     live.add_option("SIGNAL", toWatch->signals,
                     "References, names or parameter paths; without any, all that are switched on");
     live.add_option("--interval", toWatch->interval, "Time between two looks (default 0.5)")
-        ->check(CLI::Range(0.01, 3600.0))
+        ->check(CLI::Validator(
+            [](const std::string& text) {
+                const double seconds = decimalNumber(text).value_or(0);
+                return seconds >= 0.01 && seconds <= 3600
+                           ? ""
+                           : "'" + text + "' is no time from 0.01 to 3600 seconds";
+            },
+            ""))
         ->option_text("SECONDS");
     live.add_option("--count", toWatch->count, "End after so many; otherwise Ctrl-C ends it")
         ->check(CLI::Validator(

@@ -112,4 +112,15 @@ std::string indentedXml(std::string_view document)
     return depth == 0 ? result + '\n' : std::string(document);
 }
 
+std::string wholeText(pugi::xml_node element)
+{
+    std::string text;
+    for (const auto part : element.children()) {
+        if (part.type() == pugi::node_pcdata || part.type() == pugi::node_cdata) {
+            text += part.value();
+        }
+    }
+    return text;
+}
+
 } // namespace zel::cli

@@ -78,12 +78,12 @@
  * Any number of threads may call at the same time, unless an export says otherwise, but none may be
  * inside the library while ZEL_Unload runs. An export that asks a module blocks its caller until
  * the answer has come: at most 3 s until the module acknowledges, plus the time that the module
- * then asks for, an hour at most, plus the time that a long answer takes in its pieces, each within
- * 3 s and all within an hour; a module that keeps sending empty pieces is given up sooner. A
- * request that ends with ZEL_TRANS_TIMEOUT_RESPONSE is sent once more before it is given up. This
- * is "the request time" below. Called from several threads, requests to one module and to many run
- * side by side. An export that "returns at once" waits for no module and no file, and for no other
- * call that does.
+ * then asks for, an hour at most, plus the time that a long request and a long answer take in their
+ * pieces, each within 3 s and all of one of them within an hour; a module that keeps sending empty
+ * pieces is given up sooner. A request that ends with ZEL_TRANS_TIMEOUT_RESPONSE is sent once more
+ * before it is given up. This is "the request time" below. Called from several threads, requests to
+ * one module and to many run side by side. An export that "returns at once" waits for no module and
+ * no file, and for no other call that does.
  *
  * Processes (Linux)
  * -----------------

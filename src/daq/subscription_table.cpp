@@ -55,9 +55,16 @@ std::shared_ptr<SubscriptionTable::Entry> SubscriptionTable::findOrAdd(std::uint
     if (const auto found = m_entries.find(uuid); found != m_entries.end())
         return found->second;
     if (m_entries.size() == kMostSubscriptions)
-        m_entries.erase(std::ranges::min_element(
-            m_entries, {}, [](const auto& named) { return named.second->openedAs; }));
-    return m_entries.emplace(uuid, std::make_shared<Entry>(m_opened++)).first->second;
+        forgetLocked(m_byAge.begin()->second);
+    const auto entry = std::make_shared<Entry>(m_opened++);
+    const auto known = m_entries.emplace(uuid, entry).first;
+    try {
+        m_byAge.emplace(entry->openedAs, uuid);
+    } catch (...) {
+        m_entries.erase(known);
+        throw;
+    }
+    return entry;
 }
 
 void SubscriptionTable::open(std::uint64_t uuid)
@@ -118,7 +125,16 @@ std::int32_t SubscriptionTable::clear(std::uint64_t uuid, const RequestPath& req
 void SubscriptionTable::erase(std::uint64_t uuid)
 {
     const std::lock_guard lock(m_mutex);
-    m_entries.erase(uuid);
+    forgetLocked(uuid);
+}
+
+void SubscriptionTable::forgetLocked(std::uint64_t uuid)
+{
+    const auto found = m_entries.find(uuid);
+    if (found == m_entries.end())
+        return;
+    m_byAge.erase(found->second->openedAs);
+    m_entries.erase(found);
 }
 
 } // namespace zel

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
@@ -51,9 +52,11 @@ private:
 
     std::shared_ptr<Entry> find(std::uint64_t uuid);
     std::shared_ptr<Entry> findOrAdd(std::uint64_t uuid);
+    void forgetLocked(std::uint64_t uuid);
 
     // any thread, under m_mutex, which is a leaf; whoever uses an entry shares it
     std::unordered_map<std::uint64_t, std::shared_ptr<Entry>> m_entries;
+    std::map<std::uint64_t, std::uint64_t> m_byAge; // the UUIDs, in the order of opening
     std::uint64_t m_opened = 0;
     std::mutex m_mutex;
 };

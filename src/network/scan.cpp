@@ -1,6 +1,7 @@
 #include "scan.h"
 
 #include "cut_text.h"
+#include "host_facts.h"
 #include "multi_method_request.h"
 #include "pugi_xml_buffer_composer.h"
 #include "request_document.h"
@@ -8,9 +9,8 @@
 
 #include <charconv>
 #include <chrono>
-#include <cstdlib>
 #include <exception>
-#include <string_view>
+#include <string>
 #include <thread>
 
 namespace zel::network {
@@ -23,8 +23,7 @@ constexpr std::uint32_t kLongestWait = 3000;
 /// The environment can make scans shorter, for whoever asks again and again.
 std::chrono::milliseconds waitTime()
 {
-    const char* const text = std::getenv("ZEL_SCAN_TIME");
-    const std::string_view digits = text != nullptr ? text : "";
+    const std::string digits = environmentText("ZEL_SCAN_TIME");
     std::uint32_t wait = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), wait);
     const bool isNumber = error == std::errc{} && end == digits.data() + digits.size();

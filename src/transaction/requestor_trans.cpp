@@ -78,6 +78,7 @@ void clRequestorTrans::send(std::shared_ptr<const clTxTelContainer> payload)
         m_sender = sender;
         m_state = isSegmented ? State::sendingSegments : State::waitingForAcknowledge;
         m_request = payload;
+        m_segmentsEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds{kLongestMs};
         const std::int32_t result = beginLocked(sender->connectionId(), kAcknowledgeMs);
         if (result != ZEL_OK) {
             finishLocked(result);
@@ -177,6 +178,10 @@ clRequestorTrans::takeLocked(TransactionType type, std::unique_ptr<clRxTelContai
 
 clRequestorTrans::MaybeReply clRequestorTrans::nextSegmentLocked()
 {
+    if (std::chrono::steady_clock::now() >= m_segmentsEnd) {
+        finishLocked(ZEL_TRANS_TIMEOUT_SEND);
+        return {};
+    }
     const std::size_t length = std::min(m_request->size() - m_sent, kSegmentSize);
     const auto segment = m_request->slice(m_sent, length);
     m_sent += length;
@@ -226,7 +231,7 @@ clRequestorTrans::MaybeReply clRequestorTrans::beginResponseLocked(Bytes payload
     m_expected = ByteReader{payload}.u32();
     m_received = 0;
     m_emptySegments = 0;
-    m_responseEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds{kLongestMs};
+    m_segmentsEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds{kLongestMs};
     try {
         m_response = std::make_unique<clRxTelContainer>(std::min(m_expected, kFirstAllocation));
     } catch (const std::bad_alloc&) {
@@ -266,7 +271,7 @@ clRequestorTrans::MaybeReply clRequestorTrans::takeSegmentLocked(Bytes segment)
 
 clRequestorTrans::MaybeReply clRequestorTrans::acknowledgeSegmentLocked()
 {
-    if (std::chrono::steady_clock::now() >= m_responseEnd) {
+    if (std::chrono::steady_clock::now() >= m_segmentsEnd) {
         finishLocked(ZEL_TRANS_TIMEOUT_RESPONSE);
         return {};
     }

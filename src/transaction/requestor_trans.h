@@ -26,7 +26,8 @@ class clRequestorTrans final : public clRequestorBase {
 public:
     static constexpr std::size_t kMaxUnsegmented = 65535;
     static constexpr std::size_t kSegmentSize = 61440;
-    /// The most that a module gets by asking for time, and for sending a response in segments.
+    /// The most that a module gets by asking for time, for taking a request in segments, and for
+    /// sending a response in segments.
     static constexpr std::uint32_t kLongestMs = 60 * 60 * 1000;
     /// In a row; each gives the module its time for a segment anew.
     static constexpr unsigned kMostEmptySegments = 20;
@@ -100,7 +101,7 @@ private:
     std::size_t m_expected = 0;
     std::size_t m_received = 0;
     unsigned m_emptySegments = 0;
-    std::chrono::steady_clock::time_point m_responseEnd;
+    std::chrono::steady_clock::time_point m_segmentsEnd; // of the request, then of the response
 };
 
 } // namespace zel

@@ -2,10 +2,15 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <string>
 
 namespace zel {
 
 std::uint32_t processId();
+
+/// What the process's environment says now, whichever C library the host has changed it with; empty
+/// where it says nothing.
+std::string environmentText(const char* name);
 
 /// The folder that "USERPROFILE" names; on Linux, where that is not usual, the one of "HOME" in its
 /// place. Empty where the environment has neither.

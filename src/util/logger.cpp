@@ -1,5 +1,6 @@
 #include "logger.h"
 
+#include "host_facts.h"
 #include "local_time.h"
 #include "process_wide.h"
 
@@ -60,7 +61,8 @@ void put(std::FILE* stream, std::string_view text)
 struct LoggerOfTheProcess : Logger {
     LoggerOfTheProcess()
     {
-        configure(std::getenv("ZEL_LOG_CATEGORIES"), std::getenv("ZEL_LOG_LEVEL"));
+        configure(environmentText("ZEL_LOG_CATEGORIES").c_str(),
+                  environmentText("ZEL_LOG_LEVEL").c_str());
     }
 };
 

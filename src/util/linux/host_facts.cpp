@@ -11,6 +11,12 @@ std::uint32_t processId()
     return static_cast<std::uint32_t>(getpid());
 }
 
+std::string environmentText(const char* name)
+{
+    const char* const text = std::getenv(name);
+    return text == nullptr ? std::string{} : std::string{text};
+}
+
 std::filesystem::path userFolder()
 {
     const char* folder = std::getenv("USERPROFILE");
