@@ -83,7 +83,8 @@
  * pieces is given up sooner. A request that ends with ZEL_TRANS_TIMEOUT_RESPONSE is sent once more
  * before it is given up. This is "the request time" below. Called from several threads, requests to
  * one module and to many run side by side. An export that "returns at once" waits for no module and
- * no file, and for no other call that does.
+ * no file, and for no other call that does. A thread that is cancelled (pthread_cancel) inside an
+ * export finishes the call first; TerminateThread must not hit one.
  *
  * Processes (Linux)
  * -----------------

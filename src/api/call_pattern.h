@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cancellation.h"
 #include "library.h"
 #include "system_manager.h"
 #include "ZEL_VR_Framework.h"
@@ -36,6 +37,7 @@ inline bool isOneNull(Required pointers)
 template <class Work>
 std::int32_t withoutThrowing(Work&& work) noexcept
 {
+    const sys::CancellationWaits wholeCall;
     try {
         return std::forward<Work>(work)();
     } catch (...) {

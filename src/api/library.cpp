@@ -1,5 +1,6 @@
 #include "library.h"
 
+#include "cancellation.h"
 #include "host_facts.h"
 #include "process_wide.h"
 #include "system_manager.h"
@@ -77,6 +78,7 @@ std::error_code codeOfCurrentException()
 
 std::error_code startUnderLock()
 {
+    const sys::CancellationWaits wholeCall;
     Frame& frame = *g_frame;
     const std::lock_guard lock(frame.mutex);
     abandonAnotherProcess(frame);
@@ -119,6 +121,7 @@ void startLibrary()
 
 void stopLibrary()
 {
+    const sys::CancellationWaits wholeCall;
     Frame& frame = *g_frame;
     const std::lock_guard lock(frame.mutex);
     abandonAnotherProcess(frame);

@@ -327,4 +327,27 @@ TEST_F(LibraryFrame, StaysStoppedWhenItGetsNoThreadAndStartsWhenItDoes)
     EXPECT_EQ(ZEL_XCOM_Disconnect(42), -1000500);
 }
 
+#ifdef __linux__
+
+TEST_F(LibraryFrame, FinishesACallWhoseThreadIsCancelled)
+{
+    pthread_t host;
+    void* result = nullptr;
+    const auto call = [](void* done) -> void* {
+        std::uint64_t uuid = 0;
+        pthread_cancel(pthread_self());
+        ZEL_Init();
+        *static_cast<std::int32_t*>(done) = ZEL_XCOM_ConnectToTcpIpDev("127.0.0.1", 1, &uuid);
+        ZEL_Unload();
+        pthread_testcancel();
+        return done;
+    };
+    std::int32_t done = 0;
+    ASSERT_EQ(pthread_create(&host, nullptr, call, &done), 0);
+    ASSERT_EQ(pthread_join(host, &result), 0);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    EXPECT_EQ(done, -1000620);
+}
+#endif
+
 } // namespace

@@ -1,0 +1,8 @@
+#include "cancellation.h"
+
+namespace zel::sys {
+
+CancellationWaits::CancellationWaits() = default;
+CancellationWaits::~CancellationWaits() = default;
+
+} // namespace zel::sys
