@@ -1687,7 +1687,7 @@ ZEL_API const char* ZEL_XUTIL_GetText(int32_t code);
  *
  * @param uuid  module that returned the code
  * @return the text as for ZEL_XUTIL_GetText; empty when the module does not know it either. A text
- *         from the module is valid until the next call only; never null
+ *         from the module is valid until the next call, or ZEL_Unload, only; never null
  * @threads one at a time; blocks for the request time when the module is asked
  */
 ZEL_API const char* ZEL_XUTIL_GetTextFromModule(uint64_t uuid, int32_t code);

@@ -1,6 +1,7 @@
 #include "system_manager.h"
 
 #include "last_error_stores.h"
+#include "module_texts.h"
 #include "result_texts.h"
 
 namespace zel {
@@ -15,6 +16,7 @@ clSystemMgr::clSystemMgr()
 clSystemMgr::~clSystemMgr()
 {
     clearLastErrorStores();
+    dropTextFromModule();
 }
 
 } // namespace zel

@@ -14,8 +14,8 @@
 
 namespace zel {
 
-/// What exists from ZEL_Init to ZEL_Unload. Destroying it also empties the last-error stores, which
-/// live longer.
+/// What exists from ZEL_Init to ZEL_Unload. Destroying it also empties what lives longer: the
+/// last-error stores and a module's text.
 class clSystemMgr {
 public:
     clSystemMgr();

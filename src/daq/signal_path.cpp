@@ -134,12 +134,14 @@ std::string patternOf(const ReferenceForm& form)
     return pattern;
 }
 
-/// The patterns of everything that is recognised.
-struct Patterns {
-    std::array<std::string, 2> can;        // connector, channel; below the amplifier
-    std::array<std::string, 2> additional; // the same on additional connectors
-    std::array<std::string, 2> analog;     // connector, signal
-    std::array<std::string, kForms.size()> references;
+/// The patterns of everything that is recognised. Their memory is a part of the library file:
+/// nothing stays behind when that is unloaded.
+class Patterns {
+public:
+    std::array<std::string_view, 2> can;        // connector, channel; below the amplifier
+    std::array<std::string_view, 2> additional; // the same on additional connectors
+    std::array<std::string_view, 2> analog;     // connector, signal
+    std::array<std::string_view, kForms.size()> references;
 
     Patterns()
     {
@@ -149,12 +151,28 @@ struct Patterns {
             join({modeStep("AnalogInChannel"), "AnalogInChannel/SyncSignal", kAddress, "#", kEnd});
         const std::string byAddress = join({"/Connector", kAddress, "#", kNext});
         const std::string numbered = "/Connector#/";
-        can = {join({kAmplifier, byAddress, canTail}), join({kAmplifier, numbered, canTail})};
-        additional = {additionalCanPath("#", "#"), join({kAdditional, byAddress, canTail})};
-        analog = {join({kAmplifier, byAddress, analogTail}),
-                  join({kAmplifier, numbered, analogTail})};
-        std::ranges::transform(kForms, references.begin(), patternOf);
+        can = {kept(join({kAmplifier, byAddress, canTail})),
+               kept(join({kAmplifier, numbered, canTail}))};
+        additional = {kept(additionalCanPath("#", "#")),
+                      kept(join({kAdditional, byAddress, canTail}))};
+        analog = {kept(join({kAmplifier, byAddress, analogTail})),
+                  kept(join({kAmplifier, numbered, analogTail}))};
+        std::ranges::transform(kForms, references.begin(),
+                               [this](const ReferenceForm& form) { return kept(patternOf(form)); });
     }
+    Patterns(const Patterns&) = delete;
+    Patterns& operator=(const Patterns&) = delete;
+
+private:
+    std::string_view kept(const std::string& pattern)
+    {
+        const std::size_t begin = m_size;
+        m_size += pattern.copy(m_text.data() + begin, m_text.size() - begin);
+        return {m_text.data() + begin, m_size - begin};
+    }
+
+    std::array<char, 2048> m_text;
+    std::size_t m_size = 0;
 };
 
 /// Built by the first call, whichever thread makes it, and there until the process is gone.
@@ -164,10 +182,10 @@ const Patterns& patterns()
     return *built;
 }
 
-bool matchesOne(std::string_view text, std::span<const std::string> alternatives,
+bool matchesOne(std::string_view text, std::span<const std::string_view> alternatives,
                 std::span<std::uint32_t> numbers)
 {
-    for (const std::string& pattern : alternatives) {
+    for (const std::string_view pattern : alternatives) {
         if (matches(text, pattern, numbers))
             return true;
     }

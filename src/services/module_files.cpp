@@ -7,7 +7,6 @@
 #include "ZEL_VR_Framework.h"
 
 #include <map>
-#include <memory>
 #include <mutex>
 #include <string>
 
@@ -23,24 +22,50 @@ constexpr std::uint16_t kWriteFile = 20;
 constexpr std::uint16_t kReadFile = 21;
 } // namespace method
 
-struct TransferMutexes {
-    std::mutex mutex;
-    std::map<std::uint64_t, std::weak_ptr<std::mutex>> ofModules; // under mutex
-};
+/// A module has one chosen file: choosing it and moving its bytes must not mix with another
+/// thread's. No module waits for another.
+class Turn {
+public:
+    explicit Turn(std::uint64_t uuid) : m_uuid(uuid)
+    {
+        Transfers& transfers = transfersOfAll();
+        {
+            const std::lock_guard lock{transfers.mutex};
+            m_transfer = &transfers.ofModules[uuid];
+            ++m_transfer->threads;
+        }
+        m_transfer->mutex.lock();
+    }
+    ~Turn()
+    {
+        m_transfer->mutex.unlock();
+        Transfers& transfers = transfersOfAll();
+        const std::lock_guard lock{transfers.mutex};
+        if (--m_transfer->threads == 0)
+            transfers.ofModules.erase(m_uuid);
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
 
-// A module has one chosen file: choosing it and moving its bytes must not mix with another
-// thread's. No module waits for another.
-std::shared_ptr<std::mutex> transferMutex(std::uint64_t uuid)
-{
-    static ProcessWide<TransferMutexes> mutexes;
-    const std::lock_guard lock{mutexes->mutex};
-    std::erase_if(mutexes->ofModules, [](const auto& known) { return known.second.expired(); });
-    std::weak_ptr<std::mutex>& known = mutexes->ofModules[uuid];
-    std::shared_ptr<std::mutex> mutex = known.lock();
-    if (!mutex)
-        known = mutex = std::make_shared<std::mutex>();
-    return mutex;
-}
+private:
+    struct Transfer {
+        std::mutex mutex;
+        unsigned threads = 0; // that have it or wait for it; under Transfers::mutex
+    };
+    struct Transfers {
+        std::mutex mutex;
+        std::map<std::uint64_t, Transfer> ofModules; // under mutex
+    };
+
+    static Transfers& transfersOfAll()
+    {
+        static ProcessWide<Transfers> transfers;
+        return *transfers;
+    }
+
+    const std::uint64_t m_uuid;
+    Transfer* m_transfer = nullptr;
+};
 
 std::int32_t choose(const RequestPath& requests, std::uint64_t uuid, const char* folder,
                     const char* name)
@@ -53,8 +78,7 @@ std::int32_t choose(const RequestPath& requests, std::uint64_t uuid, const char*
 Response fetch(const RequestPath& requests, std::uint64_t uuid, const char* folder,
                const char* name)
 {
-    const std::shared_ptr<std::mutex> mutex = transferMutex(uuid);
-    const std::lock_guard oneAtATime{*mutex};
+    const Turn oneAtATime{uuid};
     const std::int32_t chosen = choose(requests, uuid, folder, name);
     if (hasFailed(chosen))
         return {chosen, nullptr};
@@ -72,8 +96,7 @@ std::int32_t write(const RequestPath& requests, std::uint64_t uuid, const char* 
     if (const std::int32_t result = readHostFile(hostPath(hostFile), kLongestRequest, content);
         result != ZEL_OK)
         return result;
-    const std::shared_ptr<std::mutex> mutex = transferMutex(uuid);
-    const std::lock_guard oneAtATime{*mutex};
+    const Turn oneAtATime{uuid};
     const std::int32_t result = choose(requests, uuid, moduleFolder, moduleFile);
     if (hasFailed(result))
         return result;

@@ -37,4 +37,9 @@ const char* textFromModule(const RequestPath& requests, std::uint64_t uuid, std:
     return shared.c_str();
 }
 
+void dropTextFromModule()
+{
+    std::string{}.swap(sharedText());
+}
+
 } // namespace zel

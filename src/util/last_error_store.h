@@ -72,8 +72,9 @@ public:
     void clear()
     {
         Entries gone;
+        Places places; // cleared, it would keep its memory
         const std::lock_guard lock(m_mutex);
-        m_places.clear();
+        m_places.swap(places);
         m_entries.swap(gone);
         m_size = 0;
     }
@@ -85,6 +86,7 @@ private:
         std::size_t size;
     };
     using Entries = std::list<Entry>;
+    using Places = std::unordered_map<std::uint64_t, typename Entries::iterator>;
 
     void take(typename Entries::iterator entry, Entries& gone)
     {
@@ -96,7 +98,7 @@ private:
 
     mutable std::mutex m_mutex; // guards all below
     Entries m_entries;          // the oldest first
-    std::unordered_map<std::uint64_t, typename Entries::iterator> m_places;
+    Places m_places;
     std::size_t m_size = 0;
 };
 

@@ -4,6 +4,8 @@
 #include "process_wide.h"
 #include "ZEL_VR_Framework.h"
 
+#include <cstddef>
+#include <memory_resource>
 #include <string>
 #include <unordered_map>
 
@@ -11,13 +13,22 @@ namespace zel {
 
 namespace {
 
-struct Index {
-    std::unordered_map<std::string_view, const UnitRow*> byName;
-    std::unordered_map<std::uint32_t, const UnitRow*> byCode;
-    std::unordered_map<std::uint32_t, const UnitRow*> byEncoded;
+// Its memory is a part of the library file: nothing stays behind when that is unloaded.
+class Index {
+    alignas(std::max_align_t) std::byte m_storage[32 * 1024];
+    std::pmr::monotonic_buffer_resource m_memory{m_storage, sizeof m_storage};
+
+public:
+    std::pmr::unordered_map<std::string_view, const UnitRow*> byName{&m_memory};
+    std::pmr::unordered_map<std::uint32_t, const UnitRow*> byCode{&m_memory};
+    std::pmr::unordered_map<std::uint32_t, const UnitRow*> byEncoded{&m_memory};
 
     Index()
     {
+        const std::size_t most = unitTable().size();
+        byName.reserve(most);
+        byCode.reserve(most);
+        byEncoded.reserve(most);
         // The first of several rows stays.
         for (const UnitRow& row : unitTable()) {
             byName.try_emplace(row.name, &row);

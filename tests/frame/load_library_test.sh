@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Loads and unloads the library again and again, while a module is connected.
+#
+#   load_library_test.sh ZEL ZEL-SIM LOAD-LIBRARY
+set -euo pipefail
+program=$3
+. "$(dirname "$0")/../support/simulated_module.sh"
+start_module "$2"
+cd "$work"
+"$program" "$port"
