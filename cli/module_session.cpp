@@ -46,8 +46,9 @@ StartedLibrary::StartedLibrary()
     } catch (const std::exception& error) {
         throw CommandFailure(
             {.problem = std::string{"the library could not be started: "} + error.what(),
-             .advice = "it needs a thread of its own: is this host out of threads or memory (on "
-                       "Linux 'ulimit -u' and 'ulimit -v' show what this user may have)?"});
+             .advice = "it needs a thread and some descriptors of its own: is this host out of "
+                       "them or of memory (on Linux 'ulimit -u', 'ulimit -n' and 'ulimit -v' show "
+                       "what this user may have)?"});
     }
 }
 

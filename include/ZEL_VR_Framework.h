@@ -22,8 +22,8 @@
  * below are the library's own codes; a few of them appear in its log only. A module answers a
  * request with a code of its own where it refuses it; ZEL_XUTIL_GetText knows the text of both,
  * ZEL_XPAR_GetLastErrMsgByUuid the module's explanation. Every export that returns a result may
- * give ZEL_SYS_NO_OBJECT where memory runs out; its description names the code where there are
- * other reasons. Two words stand for groups of codes in the descriptions of the exports:
+ * give ZEL_SYS_NO_OBJECT where memory or descriptors run out; its description names the code where
+ * there are other reasons. Two words stand for groups of codes in the descriptions of the exports:
  *
  *  - "started codes": ZEL_SYS_NOT_STARTED, which always comes before every other check, and
  *    ZEL_SYS_BAD_PARAMETER for a null pointer, which always comes before anything is sent;
@@ -520,11 +520,13 @@ typedef struct ZEL_ReplyMessage {
  * Starts the library: its network thread, and the sockets that listen for scan answers. Calling it
  * while the library is started changes nothing. Calls do not nest: one ZEL_Unload ends them all.
  *
- * Where the host cannot give the library its thread or its memory, the C++ exception that says so
- * (std::system_error with resource_unavailable_try_again, std::bad_alloc) leaves this one export;
- * the library is not started then, nothing is left over, and a later call may try again. Nothing in
- * a C program catches it: the program ends, with a message on standard error. One that must go on
- * calls ZEL_Init from a source file of its own in C++,
+ * Where the host cannot give the library its thread, its descriptors (6 on Linux) or its memory,
+ * the C++ exception that says so leaves this one export: std::system_error, with the code
+ * resource_unavailable_try_again for the thread, too_many_files_open or
+ * too_many_files_open_in_system for descriptors, or std::bad_alloc. The library is not started
+ * then, nothing is left over, and a later call may try again. Nothing in a C program catches it:
+ * the program ends, with a message on standard error. One that must go on calls ZEL_Init from a
+ * source file of its own in C++,
  *
  *     extern "C" int started(void) { try { return ZEL_Init(); } catch (...) { return 0; } }
  *
@@ -567,8 +569,8 @@ ZEL_API void ZEL_Unload(void);
  * @param port     TCP port of the module
  * @param uuid     receives the module's UUID
  * @return ZEL_OK; started codes; ZEL_TCP_CONNECT_FAILED (the name does not resolve, nobody accepts
- *         within 5 s, or the system cannot watch one connection more); ZEL_CONN_NO_ADDRESS_RESPONSE
- *         (connected, but no valid answer within 5 s); ZEL_SYS_NO_OBJECT
+ *         within 5 s, or the system has no descriptor for one connection more or cannot watch it);
+ * ZEL_CONN_NO_ADDRESS_RESPONSE (connected, but no valid answer within 5 s); ZEL_SYS_NO_OBJECT
  * @threads any; blocks for name resolution, then at most 10 s, and as long as a read may for a
  *          connection that has to be tried
  */
@@ -603,7 +605,8 @@ ZEL_API void ZEL_XCOM_DisableZELDevice(void);
  * The library's own UUID, by which the modules address it. It is the same for the life of the
  * process; a forked child has another one.
  *
- * @return the UUID itself, not a result code; works before ZEL_Init
+ * @return the UUID itself, not a result code; works before ZEL_Init. ZEL_NO_MODULE where the host
+ * is out of memory or descriptors: a later call may tell it
  * @threads any; the first call lists the host's adapters
  */
 ZEL_API uint64_t ZEL_XCOM_GetOwnUUID(void);
@@ -643,7 +646,8 @@ ZEL_API int32_t ZEL_XCOM_GetSyncReqrSrvLastErrDatByUuid(uint64_t uuid, const cha
  * @param buffer    receives the document, by the buffer rule
  * @param length    receives its length
  * @param capacity  size of buffer in bytes, not 0
- * @return ZEL_OK; started codes (also for a capacity of 0); ZEL_SRV_BUFFER_TOO_SMALL
+ * @return ZEL_OK; started codes (also for a capacity of 0); ZEL_SRV_BUFFER_TOO_SMALL;
+ *         ZEL_SYS_NO_OBJECT (at once: nobody was asked)
  * @threads any; blocks for 3 s, or for the milliseconds of the environment variable ZEL_SCAN_TIME
  *          where those are fewer (read at each scan)
  */
@@ -656,7 +660,7 @@ ZEL_API int32_t ZEL_XCOM_DoNetScan(uint32_t adapter, char* buffer, uint64_t* len
  * @param adapter  as for ZEL_XCOM_DoNetScan
  * @param segment  receives the modules, 22536 bytes; modules beyond the 128 that it holds are left
  *                 out
- * @return ZEL_OK; started codes
+ * @return ZEL_OK; started codes; ZEL_SYS_NO_OBJECT (at once: nobody was asked)
  * @threads any; blocks as ZEL_XCOM_DoNetScan does
  */
 ZEL_API int32_t ZEL_XCOM_ScanEthSegment(uint32_t adapter, ZEL_SegmentArray* segment);

@@ -20,6 +20,9 @@ void run(sys::EventLoop& loop)
 Client::LoopThread::LoopThread(sys::EventLoop& loop)
     : m_loop(loop), m_thread([&loop] { run(loop); })
 {
+    // Which the thread has told the event log.
+    if (const std::error_code failure = loop.failure())
+        throw std::system_error{failure};
 }
 
 Client::LoopThread::~LoopThread()

@@ -12,7 +12,7 @@ namespace zel {
 /// The communication core: the event loop with its thread, and what receives on it.
 class Client {
 public:
-    /// Throws std::system_error when no thread can be had.
+    /// Throws std::system_error when no thread can be had, or the host has no descriptors left.
     Client();
     /// Stops and joins the thread before the connections go.
     ~Client();

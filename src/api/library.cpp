@@ -132,6 +132,7 @@ void stopLibrary()
 
 void stopLibraryUnlessInUse() noexcept
 {
+    const sys::CancellationWaits wholeCall;
     Frame* const frame = g_frame.ifMade();
     if (!frame)
         return;

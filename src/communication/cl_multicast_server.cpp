@@ -44,6 +44,8 @@ clMulticastServer::clMulticastServer(sys::EventLoop& loop, iDatagramHandler& han
     m_isStarted = m_server.start(kGroup, kPort, [this](Bytes datagram, std::uint32_t index) {
         listenToSocket(datagram, index);
     }) == 0;
+    if (const std::error_code shortage = m_server.shortage())
+        throw std::system_error{shortage};
     if (!m_isStarted)
         log(LogLevel::warning, "clMulticastServer: UDP port " + std::to_string(kPort) +
                                    " cannot be used, multicasts will not be heard");

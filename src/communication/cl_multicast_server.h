@@ -15,7 +15,8 @@ namespace zel {
 /// The multicast path: group 224.0.0.1, port 1300, on every adapter of the host.
 class clMulticastServer {
 public:
-    /// Where the port cannot be had, the log says so and the path is dead.
+    /// Where the port cannot be had, the log says so and the path is dead. Throws std::system_error
+    /// where the host has no descriptors or memory left.
     clMulticastServer(sys::EventLoop& loop, iDatagramHandler& handler);
     virtual ~clMulticastServer();
     clMulticastServer(const clMulticastServer&) = delete;

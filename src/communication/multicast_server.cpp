@@ -1,6 +1,7 @@
 #include "multicast_server.h"
 
 #include "native_datagram.h"
+#include "shortage.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -49,8 +50,10 @@ int MulticastServer::start(const std::string& group, std::uint32_t port, DataHan
     m_group = group;
     m_port = port;
     m_sendSocket = native::openDatagram();
-    if (m_sendSocket == sys::kNoSocket)
+    if (m_sendSocket == sys::kNoSocket) {
+        m_shortage = sys::lastShortage();
         return complain("Could not create socket!");
+    }
     if (!native::setMulticastLoop(m_sendSocket, false))
         complain("Error setsockopt IP_MULTICAST_LOOP!");
     std::uint32_t address = 0;
@@ -63,8 +66,10 @@ int MulticastServer::startReceiving(DataHandler handler)
 {
     auto receiver = std::make_unique<DatagramReceiver>(m_loop);
     const sys::NativeSocket socket = native::openDatagram();
-    if (socket == sys::kNoSocket)
+    if (socket == sys::kNoSocket) {
+        m_shortage = sys::lastShortage();
         return -1;
+    }
     const auto giveUp = [&](const char* message) {
         native::closeDatagram(socket);
         return message ? complain(message) : -1;

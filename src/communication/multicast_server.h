@@ -25,6 +25,8 @@ public:
 
     /// 0 or -1. Once.
     int start(const std::string& group, std::uint32_t port, DataHandler handler);
+    /// Whether start() has failed because the host has no descriptors or memory left.
+    std::error_code shortage() const { return m_shortage; }
     void stop();
 
     /// Joins or leaves the group on the adapter with this address, in the network's byte order.
@@ -57,6 +59,7 @@ private:
     sys::EventLoop& m_loop;
     std::unique_ptr<DatagramReceiver> m_receiver;
     sys::NativeSocket m_receiveSocket = sys::kNoSocket; // the receiver's
+    std::error_code m_shortage;
 
     std::mutex m_sendMutex;
     sys::NativeSocket m_sendSocket = sys::kNoSocket; // used under the mutex

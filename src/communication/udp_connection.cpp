@@ -3,6 +3,7 @@
 #include "datagram_frame.h"
 #include "logger.h"
 #include "native_datagram.h"
+#include "shortage.h"
 #include "telegram_container.h"
 #include "text_handler.h"
 #include "ZEL_VR_Framework.h"
@@ -24,6 +25,17 @@ constexpr std::uint32_t kAnyInterface = 0;
 void log(const std::string& text)
 {
     logger().write(LogLevel::warning, LogCategory::transactions, text);
+}
+
+/// kNoSocket where the system has none for a reason that stays.
+sys::NativeSocket openSocket()
+{
+    const sys::NativeSocket socket = native::openDatagram();
+    if (socket == sys::kNoSocket) {
+        if (const std::error_code shortage = sys::lastShortage())
+            throw std::system_error{shortage};
+    }
+    return socket;
 }
 
 int failed(const char* where, std::int32_t code)
@@ -51,7 +63,7 @@ clUDPConnection::~clUDPConnection()
 
 int clUDPConnection::setRecvInterface()
 {
-    const sys::NativeSocket socket = native::openDatagram();
+    const sys::NativeSocket socket = openSocket();
     if (socket == sys::kNoSocket)
         return -1;
     int result = -1;
@@ -76,7 +88,7 @@ int clUDPConnection::setRecvInterface()
 
 int clUDPConnection::setSendInterface()
 {
-    m_sendSocket = native::openDatagram();
+    m_sendSocket = openSocket();
     if (m_sendSocket == sys::kNoSocket)
         return -1;
     return native::setBroadcast(m_sendSocket) ? 0 : failed("setSendInterface", ZEL_UDP_BROADCAST);

@@ -19,7 +19,8 @@ public:
 };
 
 /// The broadcast path: telegrams go to port 1200 of everybody, answers come to port 1201. Where the
-/// ports cannot be had, the log says so and the path is dead: TCP goes on without it.
+/// ports cannot be had, the log says so and the path is dead: TCP goes on without it. Throws
+/// std::system_error where the host has no descriptors or memory left.
 class clUDPConnection final : public iBroadcastSender {
 public:
     clUDPConnection(sys::EventLoop& loop, iDatagramHandler& handler);

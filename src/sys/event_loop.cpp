@@ -168,9 +168,14 @@ int EventLoop::waitLimitMs() const
         std::clamp<std::int64_t>(left.count(), 0, std::numeric_limits<int>::max()));
 }
 
+std::error_code EventLoop::failure() const
+{
+    return m_port->failure();
+}
+
 int EventLoop::execute()
 {
-    if (!m_port->isOpen()) {
+    if (m_port->failure()) {
         m_log.writeError("Could not create io completion port!");
         m_hasEnded = true;
         return -1;

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <unordered_map>
 #include <vector>
@@ -54,6 +55,8 @@ public:
     /// a callback may erase itself. Always 0.
     int eraseEvent(const Event& event);
 
+    /// Why the system has given it no port; empty where it has.
+    std::error_code failure() const;
     /// Dispatches on the calling thread: 0 when stopped or ended by an error, -1 without a port.
     int execute();
     void stop();

@@ -27,6 +27,7 @@ inline bool hasAddress(const HostAdapter& adapter)
 }
 
 /// Asks the system anew on every call; empty when it cannot be asked. The loopback is none of them.
+/// Throws std::system_error where the host is out of descriptors or memory: they are there then.
 std::vector<HostAdapter> listHostAdapters();
 
 } // namespace zel::sys

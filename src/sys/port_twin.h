@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <system_error>
 
 namespace zel::sys {
 
@@ -24,7 +25,8 @@ public:
     PortTwin(const PortTwin&) = delete;
     PortTwin& operator=(const PortTwin&) = delete;
 
-    bool isOpen() const;
+    /// Why there is nothing to wait on; empty where there is.
+    std::error_code failure() const { return m_failure; }
     /// Watches the event's socket; nothing when that worked, else the system's text.
     std::optional<std::string> watch(const Event& event);
     void unwatch(const Event& event);
@@ -52,6 +54,7 @@ public:
     }
 
 private:
+    std::error_code m_failure;
     void* m_port = nullptr;
     std::atomic<int> m_operationsUnderWay = 0;
 #else
@@ -59,6 +62,7 @@ private:
 private:
     static constexpr int kBatch = 64;
 
+    std::error_code m_failure;
     int m_epoll = -1;
     int m_wakeUp = -1;
     std::atomic<bool> m_mustStop = false;

@@ -1,4 +1,5 @@
 #include "library.h"
+#include "process_facts.h"
 #include "ZEL_VR_Framework.h"
 
 #include <cstddef>
@@ -17,7 +18,11 @@
 #ifdef _WIN32
 #include <windows.h>
 #else
+#include <cstdlib>
+
 #include <pthread.h>
+#include <sys/resource.h>
+#include <unistd.h>
 #endif
 
 namespace {
@@ -328,6 +333,57 @@ TEST_F(LibraryFrame, StaysStoppedWhenItGetsNoThreadAndStartsWhenItDoes)
 }
 
 #ifdef __linux__
+
+/// While it lives the process can open so many descriptors more.
+class DescriptorsLeft {
+public:
+    explicit DescriptorsLeft(int count)
+    {
+        EXPECT_EQ(getrlimit(RLIMIT_NOFILE, &m_usual), 0);
+        // The lowest free numbers, in ascending order.
+        std::vector<int> taken;
+        while (taken.size() <= static_cast<std::size_t>(count))
+            taken.push_back(dup(STDERR_FILENO));
+        rlimit limit = m_usual;
+        limit.rlim_cur = static_cast<rlim_t>(taken.back());
+        for (const int descriptor : taken)
+            close(descriptor);
+        EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    }
+    ~DescriptorsLeft() { EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &m_usual), 0); }
+
+private:
+    rlimit m_usual{};
+};
+
+TEST_F(LibraryFrame, SaysThatTheHostHasNoDescriptorsLeft)
+{
+    setenv("ZEL_SCAN_TIME", "50", 1);
+    const std::size_t before = zel::test::processFacts().descriptors;
+    char text[4096];
+    std::uint64_t length = 0;
+    for (int left = 0; left <= 6; ++left) {
+        const DescriptorsLeft few{left};
+        try {
+            EXPECT_EQ(ZEL_Init(), 1);
+            EXPECT_EQ(left, 6);
+        } catch (const std::system_error& failure) {
+            EXPECT_EQ(failure.code(), std::errc::too_many_files_open);
+            EXPECT_LT(left, 6);
+        }
+        EXPECT_EQ(zel::manager() != nullptr, left == 6);
+        EXPECT_EQ(ZEL_XCOM_GetNetAdapter(text, &length, sizeof text), left % 6 == 0 ? -1016002 : 0);
+    }
+    {
+        const DescriptorsLeft none{0};
+        EXPECT_EQ(ZEL_XCOM_DoNetScan(ZEL_ALL_ADAPTERS, text, &length, sizeof text), -1016002);
+        EXPECT_EQ(ZEL_XCOM_ConnectToTcpIpDev("127.0.0.1", 1, &length), -1000620);
+    }
+    EXPECT_EQ(ZEL_XCOM_DoNetScan(ZEL_ALL_ADAPTERS, text, &length, sizeof text), 0);
+    EXPECT_NE(ZEL_XCOM_GetOwnUUID(), ZEL_NO_MODULE);
+    ZEL_Unload();
+    EXPECT_EQ(zel::test::processFacts().descriptors, before);
+}
 
 TEST_F(LibraryFrame, FinishesACallWhoseThreadIsCancelled)
 {

@@ -1,6 +1,7 @@
 #include "host_adapters.h"
 
 #include "hardware_address.h"
+#include "shortage.h"
 
 #include <algorithm>
 #include <memory>
@@ -25,6 +26,12 @@ std::string ipv4Text(const sockaddr* address)
     return text;
 }
 
+void throwOnShortage()
+{
+    if (const std::error_code shortage = lastShortage())
+        throw std::system_error{shortage};
+}
+
 HostAdapter& adapterNamed(std::vector<HostAdapter>& adapters, const std::string& name)
 {
     const auto found =
@@ -36,6 +43,8 @@ HostAdapter& adapterNamed(std::vector<HostAdapter>& adapters, const std::string&
     added.name = name;
     added.description = name;
     added.interfaceIndex = if_nametoindex(name.c_str());
+    if (added.interfaceIndex == 0)
+        throwOnShortage();
     return added;
 }
 
@@ -61,8 +70,10 @@ void take(const ifaddrs& entry, std::vector<HostAdapter>& adapters)
 std::vector<HostAdapter> listHostAdapters()
 {
     ifaddrs* first = nullptr;
-    if (getifaddrs(&first) != 0)
+    if (getifaddrs(&first) != 0) {
+        throwOnShortage();
         return {};
+    }
     const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner{first, &freeifaddrs};
     std::vector<HostAdapter> adapters;
     for (const ifaddrs* entry = first; entry; entry = entry->ifa_next)

@@ -37,21 +37,14 @@ PortTwin::PortTwin()
     event.events = EPOLLIN;
     event.data.u64 = kWakeUpId;
     // A loop that nobody can wake is none.
-    if (isOpen() && epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_wakeUp, &event) != 0) {
-        close(m_epoll);
-        m_epoll = -1;
-    }
+    if (m_epoll < 0 || m_wakeUp < 0 || epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_wakeUp, &event) != 0)
+        m_failure = {errno, std::system_category()};
 }
 
 PortTwin::~PortTwin()
 {
     closeOwn(m_wakeUp);
     closeOwn(m_epoll);
-}
-
-bool PortTwin::isOpen() const
-{
-    return m_epoll >= 0 && m_wakeUp >= 0;
 }
 
 std::optional<std::string> PortTwin::watch(const Event& event)

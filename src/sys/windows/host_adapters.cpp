@@ -1,6 +1,7 @@
 #include "host_adapters.h"
 
 #include "hardware_address.h"
+#include "shortage.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -42,6 +43,9 @@ std::vector<HostAdapter> listHostAdapters()
         memory.resize(size / sizeof(std::max_align_t) + 1);
         result = GetAdaptersInfo(reinterpret_cast<IP_ADAPTER_INFO*>(memory.data()), &size);
     }
+    SetLastError(result);
+    if (const std::error_code shortage = lastShortage())
+        throw std::system_error{shortage};
     std::vector<HostAdapter> adapters;
     if (result != ERROR_SUCCESS || memory.empty())
         return adapters;

@@ -33,7 +33,11 @@ bool tellsOfALostPeer(DWORD error)
 
 } // namespace
 
-PortTwin::PortTwin() : m_port(CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 1)) {}
+PortTwin::PortTwin() : m_port(CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 1))
+{
+    if (!m_port)
+        m_failure = {static_cast<int>(GetLastError()), std::system_category()};
+}
 
 PortTwin::~PortTwin()
 {
@@ -52,11 +56,6 @@ PortTwin::~PortTwin()
             ReadinessBlock::completed(overlapped, *this);
     }
     CloseHandle(m_port);
-}
-
-bool PortTwin::isOpen() const
-{
-    return m_port != nullptr;
 }
 
 std::optional<std::string> PortTwin::watch(const Event& event)
