@@ -84,7 +84,8 @@
  * before it is given up. This is "the request time" below. Called from several threads, requests to
  * one module and to many run side by side. An export that "returns at once" waits for no module and
  * no file, and for no other call that does. A thread that is cancelled (pthread_cancel) inside an
- * export finishes the call first; TerminateThread must not hit one.
+ * export finishes the call first; with the asynchronous type of cancellation no export may be
+ * called, and TerminateThread must not hit one.
  *
  * Processes (Linux)
  * -----------------
