@@ -4,7 +4,7 @@
 #include "module_codes.h"
 #include "module_model.h"
 #include "service_document.h"
-#include "signal_place.h"
+#include "signal_description.h"
 
 #include "ZEL_VR_Framework.h"
 
@@ -20,6 +20,15 @@ Outcome checkConnector(std::uint32_t connector)
     if (connector < kConnectorsInAll)
         return {};
     return {kNoSuchConnector, "there is no connector " + std::to_string(connector + 1)};
+}
+
+/// Whether the connector has the signal in its present mode. Analog signals have no channel: 0.
+bool hasSignal(const ModuleModel& model, std::uint32_t connector, std::uint32_t channel,
+               std::uint32_t signal)
+{
+    return (channel == 0 && describeSignal(model, {SignalKind::analog, connector, 0, signal})) ||
+           describeSignal(model, {SignalKind::can, connector, channel, signal}) ||
+           describeSignal(model, {SignalKind::fiber, connector, channel, signal});
 }
 
 } // namespace
@@ -130,12 +139,15 @@ Outcome SystemServer::setSimulatedValue(const MethodCall& call)
         return request.failure();
     if (const Outcome outcome = checkConnector(connector); !outcome.isGood())
         return outcome;
-    if (channel >= 8 || signal >= 8)
-        return {ZEL_INDEX_OUT_OF_RANGE, "the connector has no such signal"};
-    // Mode 0 gives the signal back to the sensor.
-    if (mode == 0)
-        m_model.simulatedValues.erase({connector, channel, signal});
-    else
+    // Mode 0 gives the signal back to the sensor, also one that a new mode of its connector has
+    // taken away.
+    if (mode == 0 && m_model.simulatedValues.erase({connector, channel, signal}) > 0)
+        return {};
+    if (!hasSignal(m_model, connector, channel, signal))
+        return {kSignalUnknown, "connector " + std::to_string(connector + 1) + " has no signal " +
+                                    std::to_string(signal + 1) + " of channel " +
+                                    std::to_string(channel + 1)};
+    if (mode != 0)
         m_model.simulatedValues[{connector, channel, signal}] = {mode, value};
     return {};
 }

@@ -319,6 +319,14 @@ run control "$module" SETZERO --xml whole.xml
 verdict $? "an answer of a control that is too long for the buffer is not lost"
 it_fails 'nothing was recorded' record "$module" $signal --duration 0.1 --out empty.csv
 
+echo '{"modules": [{"uuid": "0xFFFFFFFFFFFFFFFF"}]}' >none.json
+for options in '--uuid 0x8ffffffffffffffe' '--uuid 0xfffffffffffffffe --modules 2' '--script none.json'; do
+    timeout 60 "$simulator" --port 0 $options >out 2>err </dev/null
+    code=$?
+    [ "$code" -eq 1 ] && grep -qE "^zel-sim: .*UUID 0x[0-9a-f]{16} cannot be a module's" err
+    verdict $? "zel-sim refuses $options"
+done
+
 # Modules that behave badly.
 start_module --fault disconnect:6/12
 it_works 'is back; it gave no answer' restart "$module" --wait 30

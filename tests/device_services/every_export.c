@@ -243,6 +243,10 @@ static void system_functions(void)
     GIVES(0, ZEL_XSYS_GetTr620RgRx(module, 0, &first, &second));
     GIVES(0, ZEL_XSYS_GetTr620CalUgMeasUx(module, 0, &first, &second));
     GIVES(0, ZEL_XSYS_SetSimValue(module, 0, 0, 0, 1, 12.5));
+    for (uint32_t mode = 0; mode < 2; ++mode) { /* no fifth signal, and no channels */
+        HOLDS(ZEL_XSYS_SetSimValue(module, 0, 0, 4, mode, 1) == -1014102);
+        HOLDS(ZEL_XSYS_SetSimValue(module, 0, 1, 0, mode, 1) == -1014102);
+    }
     GIVES(0, ZEL_XSYS_RequestDebugInfo(module, 1, "a", "b", "c", "d", "<e>", text, sizeof text));
     GIVES(ZEL_SRV_BUFFER_TOO_SMALL,
           ZEL_XSYS_RequestDebugInfo(module, 1, "a", "b", "c", "d", "<e>", text, 1));
