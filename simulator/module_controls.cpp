@@ -93,6 +93,12 @@ MethodAnswer shiftTo(ModuleModel& model, const SignalDescription& signal, double
     return {};
 }
 
+MethodAnswer unknown(const SignalPlace& place)
+{
+    return {kSignalUnknown, "connector " + std::to_string(place.connector + 1) + " has no signal " +
+                                std::to_string(place.signal + 1)};
+}
+
 MethodAnswer setZero(ModuleModel& model, const ControlTexts& texts)
 {
     double target = 0;
@@ -103,24 +109,27 @@ MethodAnswer setZero(ModuleModel& model, const ControlTexts& texts)
             return {kInvalidControlParameter, "Par3: '" + texts[2] + "' is not a number"};
     }
     const SignalPlace place{SignalKind::analog, asNumber(texts[0]), 0, asNumber(texts[1])};
-    const std::string connector = "connector " + std::to_string(place.connector + 1);
-    const std::string number = "signal " + std::to_string(place.signal + 1);
     if (model.parameters.value(connectorPathOf(place) + "/Mode") != modeOf(place.kind))
-        return {kZeroNotPossible, connector + " cannot be set to zero"};
+        return {kZeroNotPossible,
+                "connector " + std::to_string(place.connector + 1) + " cannot be set to zero"};
     const auto signal = describeSignal(model, place);
     if (!signal)
-        return {kSignalUnknown, connector + " has no " + number};
+        return unknown(place);
     if (!signal->isEnabled)
-        return {kSignalSwitchedOff, number + " is switched off"};
+        return {kSignalSwitchedOff,
+                "signal " + std::to_string(place.signal + 1) + " is switched off"};
     return shiftTo(model, *signal, target);
 }
 
 MethodAnswer addCalibrationPoint(ModuleModel& model, const ControlTexts& texts)
 {
+    const SignalPlace place{SignalKind::analog, asNumber(texts[0]), 0, asNumber(texts[1])};
+    if (!describeSignal(model, place))
+        return unknown(place);
     std::int32_t point = 0;
     std::from_chars(texts[2].data(), texts[2].data() + texts[2].size(), point);
     keep(model.controls.calibrationPoints,
-         {asNumber(texts[0]), asNumber(texts[1]), point, std::strtod(texts[3].c_str(), nullptr)});
+         {place.connector, place.signal, point, std::strtod(texts[3].c_str(), nullptr)});
     return {};
 }
 

@@ -153,6 +153,7 @@ static void controls(void)
     GIVES(0, ZEL_XCTRL_ExecuteXMLPars(module, "SELFTEST", 0, "", OUT));
     HOLDS(has("passed"));
     GIVES(0, ZEL_XCTRL_SetCalPoint(module, 0, 1, -2, 0.001));
+    GIVES(-1014102, ZEL_XCTRL_SetCalPoint(module, 0, 4, -2, 0.001));
     GIVES(0, ZEL_XCTRL_SetI2SToCal(module, 1));
     GIVES(0, ZEL_XCTRL_SetInputSource(module, 0, 1, 2));
     GIVES(0, ZEL_XCTRL_SetLedMode(module, 0, 1));
@@ -244,8 +245,8 @@ static void system_functions(void)
     GIVES(0, ZEL_XSYS_GetTr620CalUgMeasUx(module, 0, &first, &second));
     GIVES(0, ZEL_XSYS_SetSimValue(module, 0, 0, 0, 1, 12.5));
     for (uint32_t mode = 0; mode < 2; ++mode) { /* no fifth signal, and no channels */
-        HOLDS(ZEL_XSYS_SetSimValue(module, 0, 0, 4, mode, 1) == -1014102);
-        HOLDS(ZEL_XSYS_SetSimValue(module, 0, 1, 0, mode, 1) == -1014102);
+        GIVES(-1014102, ZEL_XSYS_SetSimValue(module, 0, 0, 4, mode, 1));
+        GIVES(-1014102, ZEL_XSYS_SetSimValue(module, 0, 1, 0, mode, 1));
     }
     GIVES(0, ZEL_XSYS_RequestDebugInfo(module, 1, "a", "b", "c", "d", "<e>", text, sizeof text));
     GIVES(ZEL_SRV_BUFFER_TOO_SMALL,
