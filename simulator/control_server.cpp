@@ -10,6 +10,8 @@
 
 namespace zel::simulator {
 
+using wire::ControlMethod;
+
 namespace {
 
 std::string composeList()
@@ -78,18 +80,17 @@ Outcome readParameters(const Control& control, const std::string& document, Cont
 
 MethodAnswer ControlServer::call(const MethodCall& call)
 {
-    switch (call.id.method) {
-    case 1:
+    switch (ControlMethod{call.id.method}) {
+    case ControlMethod::execute:
         return execute(call);
-    case 2:
-    case 3:
-    case 4:
+    case ControlMethod::readDocument:
+    case ControlMethod::readSchema:
+    case ControlMethod::readStyleSheet:
         return describe(call);
-    case 5:
+    case ControlMethod::getControls:
         return {0, composeList()};
-    default:
-        return unknownMethod(call.id);
     }
+    return unknownMethod(call.id);
 }
 
 MethodAnswer ControlServer::execute(const MethodCall& call)
@@ -112,9 +113,9 @@ MethodAnswer ControlServer::describe(const MethodCall& call)
     const Control* control = nullptr;
     if (Outcome outcome = readControl(request, control); !outcome.isGood())
         return outcome;
-    if (call.id.method == 2)
+    if (call.id == ControlMethod::readDocument)
         return {0, composeDocument(*control)};
-    if (call.id.method == 3)
+    if (call.id == ControlMethod::readSchema)
         return {0, composeSectionSchema(control->parameters)};
     return {0, composeStyleSheet(control->name)};
 }

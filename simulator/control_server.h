@@ -10,7 +10,7 @@ class ControlServer : public ModuleService {
 public:
     explicit ControlServer(ModuleModel& model) : m_model(model) {}
 
-    std::uint16_t id() const override { return 3; }
+    wire::Service service() const override { return wire::Service::control; }
     MethodAnswer call(const MethodCall& call) override;
 
 private:

@@ -14,6 +14,8 @@
 
 namespace zel::simulator {
 
+using wire::MeasurementMethod;
+
 namespace {
 
 constexpr std::uint64_t kLargestBlock = 16u << 20;
@@ -74,22 +76,21 @@ std::string field(std::string text)
 
 MethodAnswer MeasurementServer::call(const MethodCall& call)
 {
-    switch (call.id.method) {
-    case 1:
+    switch (MeasurementMethod{call.id.method}) {
+    case MeasurementMethod::readBlock:
         return fetchBlock(call);
-    case 2:
+    case MeasurementMethod::subscribe:
         return subscribe(call);
-    case 3:
+    case MeasurementMethod::unsubscribe:
         return unsubscribe(call);
-    case 6:
+    case MeasurementMethod::listSignals:
         return listSignals(call);
-    case 7:
+    case MeasurementMethod::readValues:
         return currentValues(call);
-    case 8:
+    case MeasurementMethod::listSignalsAsText:
         return listAsText(call);
-    default:
-        return unknownMethod(call.id);
     }
+    return unknownMethod(call.id);
 }
 
 MethodAnswer MeasurementServer::fetchBlock(const MethodCall& call)

@@ -16,7 +16,7 @@ class MeasurementServer : public ModuleService {
 public:
     explicit MeasurementServer(ModuleModel& model) : m_model(model) {}
 
-    std::uint16_t id() const override { return 5; }
+    wire::Service service() const override { return wire::Service::measurement; }
     MethodAnswer call(const MethodCall& call) override;
 
 private:

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "methods.h"
+
 #include <chrono>
-#include <compare>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -11,12 +12,7 @@ namespace zel::simulator {
 
 using std::chrono::milliseconds;
 
-struct MethodId {
-    std::uint16_t service = 0;
-    std::uint16_t method = 0;
-
-    auto operator<=>(const MethodId&) const = default;
-};
+using wire::MethodId;
 
 /// One method request as a service of the module sees it.
 struct MethodCall {

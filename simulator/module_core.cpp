@@ -26,7 +26,7 @@ ModuleCore::ModuleCore(asio::io_context& context, ModuleSettings settings)
       m_model(m_settings, [this](milliseconds downtime) { restart(downtime); })
 {
     for (auto& service : makeServices(m_model))
-        m_services.emplace(service->id(), std::move(service));
+        m_services.emplace(service->service(), std::move(service));
 }
 
 ModuleCore::~ModuleCore() = default;
@@ -118,7 +118,7 @@ MethodAnswer ModuleCore::answer(ReceivedCall call, std::uint64_t connection)
     try {
         if (const MethodHandler handler = handlerOf(request.id))
             return handler(request);
-        const auto service = m_services.find(request.id.service);
+        const auto service = m_services.find(wire::Service{request.id.service});
         if (service == m_services.end())
             return unknownMethod(request.id);
         MethodAnswer answer = service->second->call(request);

@@ -83,7 +83,7 @@ private:
     unsigned m_generation = 0; // counts the ends of listening: what began before one is void
     std::set<std::shared_ptr<ModuleConnection>> m_connections;
     ModuleModel m_model;
-    std::map<std::uint16_t, std::unique_ptr<ModuleService>> m_services;
+    std::map<wire::Service, std::unique_ptr<ModuleService>> m_services;
 
     std::mutex m_handlersMutex;
     std::map<MethodId, MethodHandler> m_handlers; // under m_handlersMutex

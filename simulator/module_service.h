@@ -16,7 +16,7 @@ class ModuleService {
 public:
     virtual ~ModuleService() = default;
 
-    virtual std::uint16_t id() const = 0;
+    virtual wire::Service service() const = 0;
     virtual MethodAnswer call(const MethodCall& call) = 0;
 };
 

@@ -8,38 +8,39 @@
 
 namespace zel::simulator {
 
+using wire::ParameterMethod;
+
 MethodAnswer ParameterServer::call(const MethodCall& call)
 {
-    switch (call.id.method) {
-    case 1:
+    switch (ParameterMethod{call.id.method}) {
+    case ParameterMethod::readDocument:
         return readDocument(call);
-    case 2:
+    case ParameterMethod::writeDocument:
         return writeDocument(call);
-    case 3:
+    case ParameterMethod::readSchema:
         return readSchema(call);
-    case 4:
+    case ParameterMethod::readStyleSheet:
         return readStyleSheet(call);
-    case 5:
+    case ParameterMethod::readSection:
         return readSection(call);
-    case 6:
+    case ParameterMethod::writeSection:
         return writeSection(call);
-    case 7:
+    case ParameterMethod::readSectionSchema:
         return readSectionSchema(call);
-    case 9:
+    case ParameterMethod::writeParameter:
         return writeValue(call);
-    case 10:
+    case ParameterMethod::readParameter:
         return readValue(call);
-    case 11:
+    case ParameterMethod::getViews:
         return listViews(call);
-    case 12:
+    case ParameterMethod::activateDefault:
         return activateDefaults(call);
-    case 13:
+    case ParameterMethod::readTeds:
         return readTeds(call);
-    case 14:
+    case ParameterMethod::writeTeds:
         return writeTeds(call);
-    default:
-        return unknownMethod(call.id);
     }
+    return unknownMethod(call.id);
 }
 
 Outcome ParameterServer::readDocument(const MethodCall& call)

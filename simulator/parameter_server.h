@@ -10,7 +10,7 @@ class ParameterServer : public ModuleService {
 public:
     explicit ParameterServer(ModuleModel& model) : m_model(model) {}
 
-    std::uint16_t id() const override { return 1; }
+    wire::Service service() const override { return wire::Service::parameters; }
     MethodAnswer call(const MethodCall& call) override;
 
 private:

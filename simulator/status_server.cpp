@@ -8,6 +8,8 @@
 
 namespace zel::simulator {
 
+using wire::StatusMethod;
+
 namespace {
 
 void addPlace(pugi::xml_node element, const auto& entry)
@@ -21,18 +23,17 @@ void addPlace(pugi::xml_node element, const auto& entry)
 
 MethodAnswer StatusServer::call(const MethodCall& call)
 {
-    switch (call.id.method) {
-    case 1:
+    switch (StatusMethod{call.id.method}) {
+    case StatusMethod::getConnectedModules:
         return connectedModules();
-    case 2:
+    case StatusMethod::getErrors:
         return errors();
-    case 3:
+    case StatusMethod::getStatuses:
         return statuses();
-    case 4:
+    case StatusMethod::getTedsStatus:
         return tedsStatus(call);
-    default:
-        return unknownMethod(call.id);
     }
+    return unknownMethod(call.id);
 }
 
 Outcome StatusServer::connectedModules()

@@ -9,7 +9,7 @@ class StatusServer : public ModuleService {
 public:
     explicit StatusServer(ModuleModel& model) : m_model(model) {}
 
-    std::uint16_t id() const override { return 2; }
+    wire::Service service() const override { return wire::Service::status; }
     MethodAnswer call(const MethodCall& call) override;
 
 private:

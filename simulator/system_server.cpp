@@ -10,10 +10,11 @@
 
 namespace zel::simulator {
 
+using wire::SystemMethod;
+
 namespace {
 
 constexpr std::uint32_t kRegisters = 256;
-constexpr std::uint16_t kBridgeResistances = 22;
 
 Outcome checkConnector(std::uint32_t connector)
 {
@@ -35,45 +36,46 @@ bool hasSignal(const ModuleModel& model, std::uint32_t connector, std::uint32_t 
 
 MethodAnswer SystemServer::call(const MethodCall& call)
 {
-    switch (call.id.method) {
-    case 1:
+    switch (SystemMethod{call.id.method}) {
+    case SystemMethod::sendImage:
         return m_model.firmware.receive(call.data);
-    case 3:
+    case SystemMethod::receiveImage: // no module sends its firmware back
+        break;
+    case SystemMethod::flash:
         return m_model.firmware.startFlashing();
-    case 4:
+    case SystemMethod::getFlashStatus:
         return flashStatus();
-    case 7:
+    case SystemMethod::getMspRegister:
         return readRegister(call);
-    case 8:
+    case SystemMethod::setMspRegister:
         return writeRegister(call);
-    case 9:
+    case SystemMethod::setSimulatedValue:
         return setSimulatedValue(call);
-    case 12:
+    case SystemMethod::restart:
         return restart(call);
-    case 13:
+    case SystemMethod::describeModule:
         return describeModule();
-    case 14:
+    case SystemMethod::announceImage:
         return announceFirmware(call);
-    case 15:
+    case SystemMethod::flashMsp:
         return flashChannel(call);
-    case 17:
+    case SystemMethod::requestDebugInfo:
         return debugInfo(call);
-    case 18:
+    case SystemMethod::getBackgroundServiceResult:
         return backgroundResult(call);
-    case 19:
+    case SystemMethod::setFilePath:
         return chooseFile(call);
-    case 20:
+    case SystemMethod::writeFile:
         return m_model.files.write(call.source, call.data);
-    case 21:
+    case SystemMethod::readFile:
         return m_model.files.read(call.source);
-    case 22:
-    case 24:
+    case SystemMethod::getTr620RgRx:
+    case SystemMethod::getTr620CalUgMeasUx:
         return bridgeValues(call);
-    case 23:
+    case SystemMethod::getText:
         return textOfCode(call);
-    default:
-        return unknownMethod(call.id);
     }
+    return unknownMethod(call.id);
 }
 
 Outcome SystemServer::flashStatus()
@@ -218,7 +220,7 @@ Outcome SystemServer::bridgeValues(const MethodCall& call)
         return request.failure();
     if (const Outcome outcome = checkConnector(connector); !outcome.isGood())
         return outcome;
-    if (call.id.method == kBridgeResistances)
+    if (call.id == SystemMethod::getTr620RgRx)
         return ServiceAnswer{}
             .add("Tr620Rg", 350000 + connector)
             .add("Tr620Rx", 349000 + connector)

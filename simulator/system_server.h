@@ -9,7 +9,7 @@ class SystemServer : public ModuleService {
 public:
     explicit SystemServer(ModuleModel& model) : m_model(model) {}
 
-    std::uint16_t id() const override { return 6; }
+    wire::Service service() const override { return wire::Service::system; }
     MethodAnswer call(const MethodCall& call) override;
 
 private:

@@ -124,7 +124,7 @@ int32_t ZEL_XDAQ_GetSignalListString(uint64_t uuid, char* buffer, uint64_t* leng
                                      uint64_t capacity)
 {
     return forward({buffer, length}, [&](clSystemMgr& mgr) {
-        return sendForText(mgr.modules(), {uuid, daq::kService, daq::kListSignalsAsText},
+        return sendForText(mgr.modules(), {uuid, wire::MeasurementMethod::listSignalsAsText},
                            RequestDocument{}.take(), {buffer, length, capacity});
     });
 }

@@ -21,7 +21,7 @@ void log(const std::string& text)
 std::int32_t clAsyncCom::startBlock(std::uint64_t uuid, const AsyncBuffer& buffer,
                                     std::uint32_t& handle)
 {
-    const MethodAddress address{uuid, daq::kService, daq::kReadBlock};
+    const MethodAddress address{uuid, wire::MeasurementMethod::readBlock};
     auto request = std::make_unique<clAsyncMthdReqrSrv>(address, buffer, m_path);
     request->prepare(makeMethodRequest(address, daq::blockRequest(buffer.size)));
     const std::uint32_t label = request->label();

@@ -12,10 +12,9 @@
 
 namespace zel::daq {
 
-namespace {
+using wire::MeasurementMethod;
 
-constexpr std::uint16_t kListSignals = 6;
-constexpr std::uint16_t kReadValues = 7;
+namespace {
 
 void fill(ZEL_SignalInfo& info, pugi::xml_node signal)
 {
@@ -82,7 +81,7 @@ template <class Info>
 std::int32_t readInfos(const RequestPath& requests, std::uint64_t uuid, std::span<Info> infos,
                        std::uint64_t& count)
 {
-    return readList(requests, {uuid, kService, kListSignals}, RequestDocument{}.take(),
+    return readList(requests, {uuid, MeasurementMethod::listSignals}, RequestDocument{}.take(),
                     infos.size(), count, [&](std::uint64_t index, pugi::xml_node signal) {
                         fill(infos[index], signal);
                         return ZEL_OK;
@@ -101,7 +100,7 @@ std::int32_t readBlock(const RequestPath& requests, std::uint64_t uuid, void* bu
 {
     received = 0;
     const Response response =
-        sendForResponse(requests, {uuid, kService, kReadBlock}, blockRequest(size));
+        sendForResponse(requests, {uuid, MeasurementMethod::readBlock}, blockRequest(size));
     if (hasFailed(response.result))
         return response.result;
     const CopyOutcome copied = copyBytes(response.payload(), buffer, size);
@@ -139,7 +138,7 @@ std::int32_t readValue(const RequestPath& requests, std::uint64_t uuid, const ch
     if (const std::int32_t result = toPath(signal, path); result != ZEL_OK)
         return result;
     const Response response = sendForResponse(
-        requests, {uuid, kService, kReadValues},
+        requests, {uuid, MeasurementMethod::readValues},
         RequestDocument{}.addText("SigId", path).addNumber("ScaleType", scaleType).take());
     if (hasFailed(response.result))
         return response.result;
@@ -154,7 +153,7 @@ std::int32_t readAllValues(const RequestPath& requests, std::uint64_t uuid, bool
                            std::span<ZEL_MeasuredValue> values, std::uint64_t& count)
 {
     return readList(
-        requests, {uuid, kService, kReadValues},
+        requests, {uuid, MeasurementMethod::readValues},
         RequestDocument{}.addFlag("EnabledOnly", enabledOnly).take(), values.size(), count,
         [&](std::uint64_t index, pugi::xml_node signal) { return fill(values[index], signal); });
 }

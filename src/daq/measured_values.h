@@ -12,10 +12,6 @@
 /// warning is taken as without.
 namespace zel::daq {
 
-inline constexpr std::uint16_t kService = 5;
-inline constexpr std::uint16_t kReadBlock = 1;
-inline constexpr std::uint16_t kListSignalsAsText = 8;
-
 /// The request for a block of at most so many bytes.
 std::string blockRequest(std::uint64_t size);
 

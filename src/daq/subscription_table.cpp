@@ -14,9 +14,6 @@ namespace zel {
 
 namespace {
 
-constexpr std::uint16_t kSubscribe = 2;
-constexpr std::uint16_t kUnsubscribe = 3;
-
 void addText(pugi::xml_node parent, const char* name, const std::string& text)
 {
     parent.append_child(name).append_child(pugi::node_pcdata).set_value(text.c_str());
@@ -109,7 +106,7 @@ std::int32_t SubscriptionTable::finish(std::uint64_t uuid, std::uint64_t startTi
     entry->signalCount = 0;
     entry->document.reset();
     const std::int32_t result =
-        send(requests, {uuid, daq::kService, kSubscribe}, std::move(document));
+        send(requests, {uuid, wire::MeasurementMethod::subscribe}, std::move(document));
     logFinish(uuid, result);
     return result;
 }
@@ -117,7 +114,7 @@ std::int32_t SubscriptionTable::finish(std::uint64_t uuid, std::uint64_t startTi
 std::int32_t SubscriptionTable::clear(std::uint64_t uuid, const RequestPath& requests)
 {
     const std::int32_t result =
-        send(requests, {uuid, daq::kService, kUnsubscribe}, RequestDocument{}.take());
+        send(requests, {uuid, wire::MeasurementMethod::unsubscribe}, RequestDocument{}.take());
     erase(uuid);
     return result;
 }

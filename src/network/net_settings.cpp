@@ -5,11 +5,10 @@
 
 namespace zel::network {
 
+using wire::ParameterMethod;
+
 namespace {
 
-constexpr std::uint16_t kParameters = 1;
-constexpr std::uint16_t kReadSection = 5;
-constexpr std::uint16_t kWriteSection = 6;
 constexpr std::uint32_t kView = 1;
 
 template <class Send>
@@ -28,7 +27,7 @@ std::int32_t readNetSettings(const RequestPath& path, const RequestPath& datagra
                                                                    ? "/Communication/Network/eth0"
                                                                    : "/Communication/Network");
     return sendByEitherWay(path, datagrams, [&](const RequestPath& way) {
-        return sendForText(way, {uuid, kParameters, kReadSection}, request, buffer);
+        return sendForText(way, {uuid, ParameterMethod::readSection}, request, buffer);
     });
 }
 
@@ -39,7 +38,7 @@ std::int32_t writeNetSettings(const RequestPath& path, const RequestPath& datagr
         return ZEL_SRV_INVALID_PARAMETERS;
     const std::string request = parameters::writeSectionRequest(kView, "/Communication", document);
     return sendByEitherWay(path, datagrams, [&](const RequestPath& way) {
-        return send(way, {uuid, kParameters, kWriteSection}, request);
+        return send(way, {uuid, ParameterMethod::writeSection}, request);
     });
 }
 

@@ -17,7 +17,7 @@ namespace zel::network {
 
 namespace {
 
-constexpr MethodAddress kScan{kBroadcastNode, 6, 13};
+constexpr MethodAddress kScan{kBroadcastNode, wire::SystemMethod::describeModule};
 constexpr std::uint32_t kLongestWait = 3000;
 
 /// The environment can make scans shorter, for whoever asks again and again.

@@ -14,17 +14,9 @@
 
 namespace zel::controls {
 
+using wire::ControlMethod;
+
 namespace {
-
-constexpr std::uint16_t kService = 3;
-
-namespace method {
-constexpr std::uint16_t kExecute = 1;
-constexpr std::uint16_t kReadDocument = 2;
-constexpr std::uint16_t kReadSchema = 3;
-constexpr std::uint16_t kReadStyleSheet = 4;
-constexpr std::uint16_t kGetControls = 5;
-} // namespace method
 
 constexpr std::size_t kClockAnswerSize = 1024;
 constexpr unsigned kCalibrationDecimals = 8;
@@ -34,16 +26,16 @@ std::string describeRequest(const char* control)
     return RequestDocument{}.addVerbatim("Control", control).take();
 }
 
-std::int32_t describe(const RequestPath& requests, std::uint64_t uuid, std::uint16_t methodId,
+std::int32_t describe(const RequestPath& requests, std::uint64_t uuid, ControlMethod method,
                       const char* control, const TextBuffer& buffer)
 {
-    return sendForText(requests, {uuid, kService, methodId}, describeRequest(control), buffer);
+    return sendForText(requests, {uuid, method}, describeRequest(control), buffer);
 }
 
 std::int32_t perform(const RequestPath& requests, std::uint64_t uuid, const char* control,
                      ControlParameters& parameters)
 {
-    return send(requests, {uuid, kService, method::kExecute},
+    return send(requests, {uuid, ControlMethod::execute},
                 controlRequest(control, parameters.take().c_str()));
 }
 
@@ -80,36 +72,36 @@ std::int32_t execute(const RequestPath& requests, std::uint64_t uuid, const char
 std::int32_t executeDocument(const RequestPath& requests, std::uint64_t uuid, const char* control,
                              const char* parameterDocument, const TextBuffer& buffer)
 {
-    return sendForText(requests, {uuid, kService, method::kExecute},
+    return sendForText(requests, {uuid, ControlMethod::execute},
                        controlRequest(control, parameterDocument), buffer);
 }
 
 std::int32_t readList(const RequestPath& requests, std::uint64_t uuid, const TextBuffer& buffer)
 {
-    return sendForText(requests, {uuid, kService, method::kGetControls}, {}, buffer);
+    return sendForText(requests, {uuid, ControlMethod::getControls}, {}, buffer);
 }
 
 std::int32_t readListToFile(const RequestPath& requests, std::uint64_t uuid, const char* fileName)
 {
-    return sendForFile(requests, {uuid, kService, method::kGetControls}, {}, fileName);
+    return sendForFile(requests, {uuid, ControlMethod::getControls}, {}, fileName);
 }
 
 std::int32_t readDocument(const RequestPath& requests, std::uint64_t uuid, const char* control,
                           const TextBuffer& buffer)
 {
-    return describe(requests, uuid, method::kReadDocument, control, buffer);
+    return describe(requests, uuid, ControlMethod::readDocument, control, buffer);
 }
 
 std::int32_t readSchema(const RequestPath& requests, std::uint64_t uuid, const char* control,
                         const TextBuffer& buffer)
 {
-    return describe(requests, uuid, method::kReadSchema, control, buffer);
+    return describe(requests, uuid, ControlMethod::readSchema, control, buffer);
 }
 
 std::int32_t readStyleSheet(const RequestPath& requests, std::uint64_t uuid, const char* control,
                             const TextBuffer& buffer)
 {
-    return describe(requests, uuid, method::kReadStyleSheet, control, buffer);
+    return describe(requests, uuid, ControlMethod::readStyleSheet, control, buffer);
 }
 
 std::int32_t activateTeds(const RequestPath& requests, std::uint64_t uuid, std::uint32_t connector)

@@ -13,10 +13,6 @@ namespace zel::firmware {
 
 namespace {
 
-constexpr std::uint16_t kService = 6;
-constexpr std::uint16_t kSendImage = 1;
-constexpr std::uint16_t kAnnounceImage = 14;
-
 constexpr std::uint32_t kBootEnvironment = 6;
 
 constexpr Image kImages[] = {
@@ -61,11 +57,12 @@ std::int32_t readImage(const Image& image, const std::filesystem::path& file, st
 std::int32_t sendImage(const RequestPath& requests, std::uint64_t uuid, std::size_t index,
                        std::string content)
 {
-    const std::int32_t result = send(requests, {uuid, kService, kAnnounceImage},
+    const std::int32_t result = send(requests, {uuid, wire::SystemMethod::announceImage},
                                      RequestDocument{}.addNumber("Index", index).take());
     if (hasFailed(result))
         return result;
-    return firstOf(result, send(requests, {uuid, kService, kSendImage}, std::move(content)));
+    return firstOf(result,
+                   send(requests, {uuid, wire::SystemMethod::sendImage}, std::move(content)));
 }
 
 } // namespace

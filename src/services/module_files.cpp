@@ -12,15 +12,9 @@
 
 namespace zel::module_files {
 
+using wire::SystemMethod;
+
 namespace {
-
-constexpr std::uint16_t kService = 6;
-
-namespace method {
-constexpr std::uint16_t kSetFilePath = 19;
-constexpr std::uint16_t kWriteFile = 20;
-constexpr std::uint16_t kReadFile = 21;
-} // namespace method
 
 /// A module has one chosen file: choosing it and moving its bytes must not mix with another
 /// thread's. No module waits for another.
@@ -71,7 +65,7 @@ std::int32_t choose(const RequestPath& requests, std::uint64_t uuid, const char*
                     const char* name)
 {
     const std::string path = *folder == '\0' ? name : std::string{folder} + "/" + name;
-    return send(requests, {uuid, kService, method::kSetFilePath},
+    return send(requests, {uuid, SystemMethod::setFilePath},
                 RequestDocument{}.addText("FilePath", path).take());
 }
 
@@ -82,7 +76,7 @@ Response fetch(const RequestPath& requests, std::uint64_t uuid, const char* fold
     const std::int32_t chosen = choose(requests, uuid, folder, name);
     if (hasFailed(chosen))
         return {chosen, nullptr};
-    Response response = sendForResponse(requests, {uuid, kService, method::kReadFile}, {});
+    Response response = sendForResponse(requests, {uuid, SystemMethod::readFile}, {});
     response.result = firstOf(chosen, response.result);
     return response;
 }
@@ -100,8 +94,7 @@ std::int32_t write(const RequestPath& requests, std::uint64_t uuid, const char* 
     const std::int32_t result = choose(requests, uuid, moduleFolder, moduleFile);
     if (hasFailed(result))
         return result;
-    return firstOf(result,
-                   send(requests, {uuid, kService, method::kWriteFile}, std::move(content)));
+    return firstOf(result, send(requests, {uuid, SystemMethod::writeFile}, std::move(content)));
 }
 
 std::int32_t read(const RequestPath& requests, std::uint64_t uuid, const char* moduleFolder,

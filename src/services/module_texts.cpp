@@ -11,9 +11,6 @@ namespace zel {
 
 namespace {
 
-constexpr std::uint16_t kSystemService = 6;
-constexpr std::uint16_t kReadText = 23;
-
 std::string& sharedText()
 {
     static ProcessWide<std::string> text;
@@ -27,7 +24,7 @@ const char* textFromModule(const RequestPath& requests, std::uint64_t uuid, std:
     std::string& shared = sharedText();
     shared.clear();
     const Response response =
-        sendForResponse(requests, {uuid, kSystemService, kReadText},
+        sendForResponse(requests, {uuid, wire::SystemMethod::getText},
                         RequestDocument().addVerbatim("TextHandle", std::to_string(code)).take());
     ResponseDocument document;
     std::string text;

@@ -11,23 +11,9 @@
 
 namespace zel::parameters {
 
-namespace {
+using wire::ParameterMethod;
 
-namespace method {
-constexpr std::uint16_t kReadDocument = 1;
-constexpr std::uint16_t kWriteDocument = 2;
-constexpr std::uint16_t kReadSchema = 3;
-constexpr std::uint16_t kReadStyleSheet = 4;
-constexpr std::uint16_t kReadSection = 5;
-constexpr std::uint16_t kWriteSection = 6;
-constexpr std::uint16_t kReadSectionSchema = 7;
-constexpr std::uint16_t kWriteParameter = 9;
-constexpr std::uint16_t kReadParameter = 10;
-constexpr std::uint16_t kGetViews = 11;
-constexpr std::uint16_t kActivateDefault = 12;
-constexpr std::uint16_t kReadTeds = 13;
-constexpr std::uint16_t kWriteTeds = 14;
-} // namespace method
+namespace {
 
 // Longer value texts are no numbers.
 constexpr std::size_t kNumberTextSize = 100;
@@ -38,17 +24,10 @@ constexpr std::uint32_t kConnectorView = 5;
 // How modules refuse TEDS data that do not fit.
 constexpr std::array<std::int32_t, 2> kTedsDoesNotFit = {-120197, -120195};
 
-constexpr std::uint16_t kService = 1;
-
-MethodAddress of(std::uint64_t uuid, std::uint16_t methodId)
-{
-    return {uuid, kService, methodId};
-}
-
 std::int32_t write(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                    const char* path, const char* name, std::string_view value)
 {
-    return send(requests, of(uuid, method::kWriteParameter),
+    return send(requests, {uuid, ParameterMethod::writeParameter},
                 writeSectionRequest(view, joinedPath(path, name), value));
 }
 
@@ -63,7 +42,7 @@ void giveIdentifier(std::uint64_t identifier, char* out)
 std::int32_t read(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                   const char* path, const char* name, const TextBuffer& buffer)
 {
-    return sendForText(requests, of(uuid, method::kReadParameter),
+    return sendForText(requests, {uuid, ParameterMethod::readParameter},
                        pathRequest(view, joinedPath(path, name)), buffer);
 }
 
@@ -100,14 +79,14 @@ std::int32_t writeString(const RequestPath& requests, std::uint64_t uuid, std::u
 std::int32_t readDocument(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                           bool currentChoicesOnly, const TextBuffer& buffer)
 {
-    return sendForText(requests, of(uuid, method::kReadDocument),
+    return sendForText(requests, {uuid, ParameterMethod::readDocument},
                        documentRequest(view, currentChoicesOnly), buffer);
 }
 
 std::int32_t readSection(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                          bool currentChoicesOnly, const char* path, const TextBuffer& buffer)
 {
-    return sendForText(requests, of(uuid, method::kReadSection),
+    return sendForText(requests, {uuid, ParameterMethod::readSection},
                        sectionRequest(view, path, currentChoicesOnly), buffer);
 }
 
@@ -116,7 +95,7 @@ std::int32_t writeDocument(const RequestPath& requests, std::uint64_t uuid, std:
 {
     if (length > kLongestRequest)
         return ZEL_SRV_INVALID_PARAMETERS;
-    return send(requests, of(uuid, method::kWriteDocument),
+    return send(requests, {uuid, ParameterMethod::writeDocument},
                 writeDocumentRequest(view, {document, static_cast<std::size_t>(length)}));
 }
 
@@ -125,48 +104,50 @@ std::int32_t writeSection(const RequestPath& requests, std::uint64_t uuid, std::
 {
     if (length > kLongestRequest)
         return ZEL_SRV_INVALID_PARAMETERS;
-    return send(requests, of(uuid, method::kWriteSection),
+    return send(requests, {uuid, ParameterMethod::writeSection},
                 writeSectionRequest(view, path, {section, static_cast<std::size_t>(length)}));
 }
 
 std::int32_t readSchema(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                         const TextBuffer& buffer)
 {
-    return sendForText(requests, of(uuid, method::kReadSchema), viewRequest(view), buffer);
+    return sendForText(requests, {uuid, ParameterMethod::readSchema}, viewRequest(view), buffer);
 }
 
 std::int32_t readSectionSchema(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                                const char* path, const TextBuffer& buffer)
 {
-    return sendForText(requests, of(uuid, method::kReadSectionSchema), pathRequest(view, path),
-                       buffer);
+    return sendForText(requests, {uuid, ParameterMethod::readSectionSchema},
+                       pathRequest(view, path), buffer);
 }
 
 std::int32_t readStyleSheet(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                             const TextBuffer& buffer)
 {
-    return sendForText(requests, of(uuid, method::kReadStyleSheet), viewRequest(view), buffer);
+    return sendForText(requests, {uuid, ParameterMethod::readStyleSheet}, viewRequest(view),
+                       buffer);
 }
 
 std::int32_t activateDefault(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
                              const char* xpath)
 {
-    return send(requests, of(uuid, method::kActivateDefault), activateDefaultRequest(view, xpath));
+    return send(requests, {uuid, ParameterMethod::activateDefault},
+                activateDefaultRequest(view, xpath));
 }
 
 std::int32_t activateAllDefaults(const RequestPath& requests, std::uint64_t uuid)
 {
-    return send(requests, of(uuid, method::kActivateDefault), activateAllDefaultsRequest());
+    return send(requests, {uuid, ParameterMethod::activateDefault}, activateAllDefaultsRequest());
 }
 
 std::int32_t readViews(const RequestPath& requests, std::uint64_t uuid, const TextBuffer& buffer)
 {
-    return sendForText(requests, of(uuid, method::kGetViews), {}, buffer);
+    return sendForText(requests, {uuid, ParameterMethod::getViews}, {}, buffer);
 }
 
 std::int32_t readViewsToFile(const RequestPath& requests, std::uint64_t uuid, const char* fileName)
 {
-    return sendForFile(requests, of(uuid, method::kGetViews), {}, fileName);
+    return sendForFile(requests, {uuid, ParameterMethod::getViews}, {}, fileName);
 }
 
 std::int32_t maxCount(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
@@ -174,11 +155,11 @@ std::int32_t maxCount(const RequestPath& requests, std::uint64_t uuid, std::uint
 {
     const bool countsConnectors = view == kConnectorView && std::string_view(path) == "Amplifier" &&
                                   std::string_view(name) == "Connector";
-    const Response response = countsConnectors
-                                  ? sendForResponse(requests, of(uuid, method::kReadSection),
-                                                    sectionRequest(view, path, true))
-                                  : sendForResponse(requests, of(uuid, method::kReadSectionSchema),
-                                                    pathRequest(view, joinedPath(path, name)));
+    const Response response =
+        countsConnectors ? sendForResponse(requests, {uuid, ParameterMethod::readSection},
+                                           sectionRequest(view, path, true))
+                         : sendForResponse(requests, {uuid, ParameterMethod::readSectionSchema},
+                                           pathRequest(view, joinedPath(path, name)));
     // A warning must not pass for a count.
     if (hasFailed(response.result))
         return response.result;
@@ -191,7 +172,7 @@ std::int32_t readTeds(const RequestPath& requests, std::uint64_t uuid, std::uint
     if (channel == 0)
         return ZEL_SRV_INVALID_PARAMETERS;
     const Response response =
-        sendForResponse(requests, of(uuid, method::kReadTeds), readTedsRequest(channel));
+        sendForResponse(requests, {uuid, ParameterMethod::readTeds}, readTedsRequest(channel));
     TedsAnswer answer;
     std::int32_t result = response.result;
     if (!hasFailed(result))
@@ -208,7 +189,7 @@ std::int32_t writeTeds(const RequestPath& requests, std::uint64_t uuid, std::uin
     if (channel == 0 || data == nullptr || length > kLongestRequest)
         return ZEL_SRV_INVALID_PARAMETERS;
     const Bytes image = asBytes(data, static_cast<std::size_t>(length));
-    const MethodAddress address = of(uuid, method::kWriteTeds);
+    const MethodAddress address = {uuid, ParameterMethod::writeTeds};
     Response response = sendForResponse(requests, address, writeTedsRequest(channel, image));
     if (std::count(kTedsDoesNotFit.begin(), kTedsDoesNotFit.end(), response.result) != 0) {
         // Zero-filled images are common: modules refuse the padding, so drop it and try once more.

@@ -10,15 +10,9 @@
 
 namespace zel::status {
 
+using wire::StatusMethod;
+
 namespace {
-
-constexpr std::uint16_t kService = 2;
-
-namespace method {
-constexpr std::uint16_t kGetErrors = 2;
-constexpr std::uint16_t kGetStatuses = 3;
-constexpr std::uint16_t kGetTedsStatus = 4;
-} // namespace method
 
 // A text that fills the field has no zero byte behind it.
 void fillText(char (&field)[ZEL_STATUS_TEXT_SIZE], std::string_view text)
@@ -89,25 +83,25 @@ void copyCut(std::string_view text, const TextBuffer& buffer)
 std::int32_t readErrors(const RequestPath& requests, std::uint64_t uuid, std::uint32_t& count,
                         std::span<ZEL_ErrorEntry> entries)
 {
-    return readList(requests, {uuid, kService, method::kGetErrors}, "Error", count, entries);
+    return readList(requests, {uuid, StatusMethod::getErrors}, "Error", count, entries);
 }
 
 std::int32_t readStatuses(const RequestPath& requests, std::uint64_t uuid, std::uint32_t& count,
                           std::span<ZEL_StatusEntry> entries)
 {
-    return readList(requests, {uuid, kService, method::kGetStatuses}, "Status", count, entries);
+    return readList(requests, {uuid, StatusMethod::getStatuses}, "Status", count, entries);
 }
 
 std::int32_t readErrorDocument(const RequestPath& requests, std::uint64_t uuid,
                                const TextBuffer& buffer)
 {
-    return sendForText(requests, {uuid, kService, method::kGetErrors}, {}, buffer);
+    return sendForText(requests, {uuid, StatusMethod::getErrors}, {}, buffer);
 }
 
 std::int32_t readStatusDocument(const RequestPath& requests, std::uint64_t uuid,
                                 const TextBuffer& buffer)
 {
-    return sendForText(requests, {uuid, kService, method::kGetStatuses}, {}, buffer);
+    return sendForText(requests, {uuid, StatusMethod::getStatuses}, {}, buffer);
 }
 
 std::int32_t readTedsStatus(const RequestPath& requests, std::uint64_t uuid,
@@ -115,7 +109,7 @@ std::int32_t readTedsStatus(const RequestPath& requests, std::uint64_t uuid,
                             const TextBuffer& warning)
 {
     const Response response =
-        sendForResponse(requests, {uuid, kService, method::kGetTedsStatus},
+        sendForResponse(requests, {uuid, StatusMethod::getTedsStatus},
                         RequestDocument{}.addNumber("Connector", connector).take());
     ResponseDocument document;
     std::int32_t result = response.result;

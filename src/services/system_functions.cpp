@@ -7,26 +7,9 @@
 
 namespace zel::system_functions {
 
+using wire::SystemMethod;
+
 namespace {
-
-constexpr std::uint16_t kService = 6;
-
-namespace method {
-constexpr std::uint16_t kFlash = 3;
-constexpr std::uint16_t kGetFlashStatus = 4;
-constexpr std::uint16_t kSetSimulatedValue = 9;
-constexpr std::uint16_t kRestart = 12;
-constexpr std::uint16_t kFlashMsp = 15;
-constexpr std::uint16_t kRequestDebugInfo = 17;
-constexpr std::uint16_t kGetBackgroundServiceResult = 18;
-constexpr std::uint16_t kGetTr620RgRx = 22;
-constexpr std::uint16_t kGetTr620CalUgMeasUx = 24;
-} // namespace method
-
-MethodAddress of(std::uint64_t uuid, std::uint16_t methodId)
-{
-    return {uuid, kService, methodId};
-}
 
 std::int32_t takeNumber(const ResponseDocument& document, const char* name, std::uint32_t& value)
 {
@@ -65,33 +48,33 @@ std::string connectorRequest(std::uint32_t connector)
 
 std::int32_t restart(const RequestPath& requests, std::uint64_t uuid)
 {
-    return send(requests, of(uuid, method::kRestart),
+    return send(requests, {uuid, SystemMethod::restart},
                 RequestDocument{}.addFlag("Cold", true).take());
 }
 
 std::int32_t readBackgroundServiceResult(const RequestPath& requests, std::uint64_t uuid,
                                          std::uint32_t service, const TextBuffer& buffer)
 {
-    return sendForText(requests, of(uuid, method::kGetBackgroundServiceResult),
+    return sendForText(requests, {uuid, SystemMethod::getBackgroundServiceResult},
                        RequestDocument{}.addNumber("Service", service).take(), buffer);
 }
 
 std::int32_t startFlashing(const RequestPath& requests, std::uint64_t uuid)
 {
-    return send(requests, of(uuid, method::kFlash), {});
+    return send(requests, {uuid, SystemMethod::flash}, {});
 }
 
 std::int32_t startMspFlashing(const RequestPath& requests, std::uint64_t uuid,
                               std::uint32_t channel)
 {
-    return send(requests, of(uuid, method::kFlashMsp),
+    return send(requests, {uuid, SystemMethod::flashMsp},
                 RequestDocument{}.addNumber("Channel", channel).take());
 }
 
 std::int32_t readFlashStatus(const RequestPath& requests, std::uint64_t uuid, std::uint32_t& status,
                              std::uint32_t& progress)
 {
-    return readTwoNumbers(requests, of(uuid, method::kGetFlashStatus), {}, "Status", status,
+    return readTwoNumbers(requests, {uuid, SystemMethod::getFlashStatus}, {}, "Status", status,
                           "Progress", progress);
 }
 
@@ -104,7 +87,7 @@ std::int32_t requestDebugInfo(const RequestPath& requests, std::uint64_t uuid,
     for (std::size_t i = 0; i < parameters.size(); ++i)
         request.addText("Par" + std::to_string(i + 1), parameters[i]);
     const Response response =
-        sendForResponse(requests, of(uuid, method::kRequestDebugInfo), request.take());
+        sendForResponse(requests, {uuid, SystemMethod::requestDebugInfo}, request.take());
     if (hasFailed(response.result))
         return response.result;
     ResponseDocument document;
@@ -122,7 +105,7 @@ std::int32_t setSimulatedValue(const RequestPath& requests, std::uint64_t uuid,
                                std::uint32_t connector, std::uint32_t channel, std::uint32_t signal,
                                std::uint32_t mode, double value)
 {
-    return send(requests, of(uuid, method::kSetSimulatedValue),
+    return send(requests, {uuid, SystemMethod::setSimulatedValue},
                 RequestDocument{}
                     .addNumber("Connector", connector)
                     .addNumber("Channel", channel)
@@ -136,14 +119,14 @@ std::int32_t readTr620CalUgMeasUx(const RequestPath& requests, std::uint64_t uui
                                   std::uint32_t connector, std::uint32_t& calUg,
                                   std::uint32_t& measUx)
 {
-    return readTwoNumbers(requests, of(uuid, method::kGetTr620CalUgMeasUx),
+    return readTwoNumbers(requests, {uuid, SystemMethod::getTr620CalUgMeasUx},
                           connectorRequest(connector), "Tr620CalUg", calUg, "Tr620MeasUx", measUx);
 }
 
 std::int32_t readTr620RgRx(const RequestPath& requests, std::uint64_t uuid, std::uint32_t connector,
                            std::uint32_t& rg, std::uint32_t& rx)
 {
-    return readTwoNumbers(requests, of(uuid, method::kGetTr620RgRx), connectorRequest(connector),
+    return readTwoNumbers(requests, {uuid, SystemMethod::getTr620RgRx}, connectorRequest(connector),
                           "Tr620Rg", rg, "Tr620Rx", rx);
 }
 

@@ -14,9 +14,6 @@ namespace zel::topology {
 
 namespace {
 
-constexpr std::uint16_t kService = 2;
-constexpr std::uint16_t kGetConnectedModules = 1;
-
 constexpr std::uint32_t kConnectedDeviceType = 2;
 constexpr std::uint32_t kEthernetInterface = 1;
 
@@ -43,7 +40,8 @@ Number numberIn(pugi::xml_node node, const char* child)
 std::int32_t modulesBehind(const RequestPath& requests, std::uint64_t uuid,
                            std::vector<ConnectedModule>& modules)
 {
-    const Response response = sendForResponse(requests, {uuid, kService, kGetConnectedModules}, {});
+    const Response response =
+        sendForResponse(requests, {uuid, wire::StatusMethod::getConnectedModules}, {});
     if (hasFailed(response.result))
         return response.result;
     ResponseDocument document;

@@ -88,7 +88,8 @@ bool isAlive(const clTcpTelHndlr& connection, clTcpTelHndlr::Clock::time_point s
     if (connection.life() == Life::silent)
         return false;
     // Which modules it knows: changes nothing, and any answer will do.
-    clSyncMthdReqrSrv{{connection.peer(), 2, 1}, {}, path}.execute();
+    clSyncMthdReqrSrv{{connection.peer(), wire::StatusMethod::getConnectedModules}, {}, path}
+        .execute();
     return connection.hasHeardSince(since);
 }
 

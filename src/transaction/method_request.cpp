@@ -2,7 +2,6 @@
 
 #include "logger.h"
 #include "method_header.h"
-#include "method_names.h"
 #include "text_handler.h"
 #include "text_stream.h"
 #include "ZEL_VR_Framework.h"
@@ -27,7 +26,8 @@ std::shared_ptr<const clTxTelContainer> makeMethodRequest(const MethodAddress& a
                                                           std::string requestData)
 {
     return std::make_shared<const clTxTelContainer>(
-        MethodRequestHeader{address.service, address.method}.encode(), std::move(requestData));
+        MethodRequestHeader{address.method.service, address.method.method}.encode(),
+        std::move(requestData));
 }
 
 clMthdReqrSrv::clMthdReqrSrv(const MethodAddress& address, sys::EventLoop& loop,
@@ -69,7 +69,7 @@ std::string clMthdReqrSrv::logName(const char* direction, const char* prepositio
     TextStream text;
     text << "Srv     : " << direction << " (id=" << label() << ") " << preposition
          << " UUID: " << std::hex << m_address.uuid << std::dec << " "
-         << methodLogName(m_address.service, m_address.method);
+         << wire::logName(m_address.method);
     return text.str();
 }
 
@@ -82,7 +82,7 @@ std::int32_t clMthdReqrSrv::evalRespHeader(clRxTelContainer& response)
         log(LogLevel::info, logName("rx: RESP", "from") +
                                 " Result: " + std::to_string(header.result) +
                                 " DatLen: " + std::to_string(response.payload().size()));
-    if (header.service == m_address.service && header.method == m_address.method)
+    if (wire::MethodId{header.service, header.method} == m_address.method)
         return header.result;
     log(LogLevel::warning,
         std::string{"clMthdReqrSrv::evalRespHeader(): "} + logText(ZEL_SRV_RESPONSE_MISMATCH));

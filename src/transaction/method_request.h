@@ -1,5 +1,6 @@
 #pragma once
 
+#include "methods.h"
 #include "requestor_context.h"
 #include "telegram_container.h"
 
@@ -11,8 +12,7 @@ namespace zel {
 
 struct MethodAddress {
     std::uint64_t uuid = 0;
-    std::uint16_t service = 0;
-    std::uint16_t method = 0;
+    wire::MethodId method;
 };
 
 /// The way that a service's requests take. The retry after a response time-out takes the second

@@ -31,7 +31,7 @@ std::int32_t connectTo(const simulator::Module& module, std::uint64_t& uuid)
 std::int32_t request(std::uint64_t uuid, std::uint16_t service, std::uint16_t method,
                      std::string data, std::string* response)
 {
-    clSyncMthdReqrSrv call{{uuid, service, method}, std::move(data), manager()->modules()};
+    clSyncMthdReqrSrv call{{uuid, {service, method}}, std::move(data), manager()->modules()};
     const std::int32_t result = call.execute();
     const Bytes bytes = call.responseData();
     if (response)
