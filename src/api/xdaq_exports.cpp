@@ -1,8 +1,6 @@
 #include "call_pattern.h"
 #include "measured_values.h"
-#include "request_document.h"
 #include "signal_path.h"
-#include "text_response.h"
 #include "triggers.h"
 
 using namespace zel;
@@ -124,8 +122,7 @@ int32_t ZEL_XDAQ_GetSignalListString(uint64_t uuid, char* buffer, uint64_t* leng
                                      uint64_t capacity)
 {
     return forward({buffer, length}, [&](clSystemMgr& mgr) {
-        return sendForText(mgr.modules(), {uuid, wire::MeasurementMethod::listSignalsAsText},
-                           RequestDocument{}.take(), {buffer, length, capacity});
+        return daq::readSignalsText(mgr.modules(), uuid, {buffer, length, capacity});
     });
 }
 

@@ -4,7 +4,6 @@
 #include "request_document.h"
 #include "response_document.h"
 #include "signal_path.h"
-#include "text_response.h"
 
 #include <algorithm>
 #include <cstring>
@@ -106,6 +105,13 @@ std::int32_t readBlock(const RequestPath& requests, std::uint64_t uuid, void* bu
     const CopyOutcome copied = copyBytes(response.payload(), buffer, size);
     received = copied.length;
     return copied.result != ZEL_OK ? copied.result : response.result;
+}
+
+std::int32_t readSignalsText(const RequestPath& requests, std::uint64_t uuid,
+                             const TextBuffer& buffer)
+{
+    return sendForText(requests, {uuid, MeasurementMethod::listSignalsAsText},
+                       RequestDocument{}.take(), buffer);
 }
 
 std::int32_t toPath(const char* signal, std::string& path)

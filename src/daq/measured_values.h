@@ -1,6 +1,6 @@
 #pragma once
 
-#include "method_request.h"
+#include "method_call.h"
 #include "ZEL_VR_Framework.h"
 
 #include <cstdint>
@@ -38,6 +38,10 @@ std::int32_t readSignals(const RequestPath& requests, std::uint64_t uuid,
                          std::span<ZEL_SignalInfo> signals, std::uint64_t& count);
 std::int32_t readSignals(const RequestPath& requests, std::uint64_t uuid,
                          std::span<ZEL_SignalInfoEx> signals, std::uint64_t& count);
+
+/// The list of signals as the module writes it.
+std::int32_t readSignalsText(const RequestPath& requests, std::uint64_t uuid,
+                             const TextBuffer& buffer);
 
 /// What requests carry: the text itself where it is a path, else the path of the reference.
 std::int32_t toPath(const char* signal, std::string& path);

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "caller_buffer.h"
 #include "host_adapters.h"
-#include "text_response.h"
 
 #include <cstdint>
 #include <span>

@@ -2,6 +2,7 @@
 
 #include "cut_text.h"
 #include "host_facts.h"
+#include "method_call.h"
 #include "multi_method_request.h"
 #include "pugi_xml_buffer_composer.h"
 #include "request_document.h"

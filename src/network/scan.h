@@ -1,8 +1,8 @@
 #pragma once
 
+#include "caller_buffer.h"
 #include "phonebook.h"
 #include "requestor_context.h"
-#include "text_response.h"
 #include "ZEL_VR_Framework.h"
 
 #include <cstdint>

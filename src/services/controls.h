@@ -1,6 +1,6 @@
 #pragma once
 
-#include "text_response.h"
+#include "method_call.h"
 
 #include <array>
 #include <cstdint>

@@ -1,9 +1,9 @@
 #include "firmware.h"
 
 #include "host_file.h"
+#include "method_call.h"
 #include "process_wide.h"
 #include "request_document.h"
-#include "text_response.h"
 #include "ZEL_VR_Framework.h"
 
 #include <fstream>

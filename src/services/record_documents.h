@@ -1,7 +1,7 @@
 #pragma once
 
+#include "caller_buffer.h"
 #include "record_fields.h"
-#include "text_response.h"
 
 #include <string_view>
 

@@ -1,6 +1,6 @@
+#include "caller_buffer.h"
 #include "parameter_documents.h"
 #include "response_document.h"
-#include "text_response.h"
 
 #include <array>
 #include <string>

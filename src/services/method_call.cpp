@@ -1,23 +1,16 @@
-#include "text_response.h"
+#include "method_call.h"
 
 #include "host_file.h"
 #include "last_error_stores.h"
 #include "sync_method_request.h"
 #include "ZEL_VR_Framework.h"
 
-#include <algorithm>
-#include <cstring>
 #include <stdexcept>
 #include <utility>
 
 namespace zel {
 
 namespace {
-
-CopyOutcome tooSmall(std::uint64_t length)
-{
-    return {ZEL_SRV_BUFFER_TOO_SMALL, length, false};
-}
 
 /// Runs `work(call)`, which returns a result code, and turns its exceptions into one.
 template <class Work>
@@ -47,33 +40,6 @@ CopyOutcome copyResponse(clSyncMthdReqrSrv& call, std::uint64_t uuid, const Text
 }
 
 } // namespace
-
-CopyOutcome copyText(Bytes text, char* buffer, std::uint64_t capacity)
-{
-    if (text.size() >= capacity) {
-        if (capacity != 0 && buffer != nullptr)
-            *buffer = '\0';
-        CopyOutcome outcome = tooSmall(text.size());
-        outcome.mustKeep = text.size() > capacity;
-        return outcome;
-    }
-    if (buffer == nullptr)
-        return {text.empty() ? ZEL_OK : ZEL_SYS_BAD_PARAMETER, 0, false};
-    if (!text.empty())
-        std::memcpy(buffer, text.data(), text.size());
-    buffer[text.size()] = '\0';
-    return {ZEL_OK, text.size(), false};
-}
-
-CopyOutcome copyBytes(Bytes data, void* buffer, std::uint64_t capacity)
-{
-    const std::uint64_t size = std::min<std::uint64_t>(data.size(), capacity);
-    if (size != 0 && buffer == nullptr)
-        return {ZEL_SYS_BAD_PARAMETER, 0, false};
-    if (size != 0)
-        std::memcpy(buffer, data.data(), size);
-    return size < data.size() ? tooSmall(size) : CopyOutcome{ZEL_OK, size, false};
-}
 
 std::int32_t sendForText(const RequestPath& path, const MethodAddress& method, std::string request,
                          const TextBuffer& buffer)
