@@ -1,11 +1,3 @@
-# A library needs one source at least; a folder that has none yet must not break the build.
-function(zel_never_empty list)
-  if(NOT ${list})
-    file(CONFIGURE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/empty.cpp CONTENT "")
-    set(${list} ${CMAKE_CURRENT_BINARY_DIR}/empty.cpp PARENT_SCOPE)
-  endif()
-endfunction()
-
 # zel_layer(NAME DEPENDS...): one folder of src/ as an object library. A layer sees its own headers
 # and those of the layers that it names, so an include that points up does not build.
 function(zel_layer name)
@@ -15,7 +7,6 @@ function(zel_layer name)
     set(twin linux)
   endif()
   file(GLOB sources CONFIGURE_DEPENDS *.cpp ${twin}/*.cpp)
-  zel_never_empty(sources)
   add_library(zel_${name} OBJECT ${sources})
   target_include_directories(zel_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}
                              PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/${twin})
