@@ -58,11 +58,13 @@ std::int32_t checked(Required pointers, Work&& work) noexcept
 template <class Work>
 std::int32_t forward(Required pointers, Work&& work) noexcept
 {
-    const CallInside inside;
-    clSystemMgr* const mgr = manager();
-    if (mgr == nullptr)
-        return ZEL_SYS_NOT_STARTED;
-    return checked(pointers, [&] { return std::int32_t{work(*mgr)}; });
+    return withoutThrowing([&] {
+        const CallInside inside;
+        clSystemMgr* const mgr = manager();
+        if (mgr == nullptr)
+            return ZEL_SYS_NOT_STARTED;
+        return checked(pointers, [&] { return std::int32_t{work(*mgr)}; });
+    });
 }
 
 } // namespace zel

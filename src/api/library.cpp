@@ -2,7 +2,9 @@
 
 #include "cancellation.h"
 #include "host_facts.h"
+#include "last_error_stores.h"
 #include "process_wide.h"
+#include "requestor_registry.h"
 #include "system_manager.h"
 #include "wsa.h"
 
@@ -76,6 +78,14 @@ std::error_code codeOfCurrentException()
     }
 }
 
+/// The manager's end asks for them, also where it ends half made, and must find them made.
+void makeWhatTheEndNeeds()
+{
+    requestorRegistry();
+    messageStore();
+    dataStore();
+}
+
 std::error_code startUnderLock()
 {
     const sys::CancellationWaits wholeCall;
@@ -87,6 +97,7 @@ std::error_code startUnderLock()
     frame.wsa.startup();
     try {
         frame.process = processId();
+        makeWhatTheEndNeeds();
         frame.manager.store(new clSystemMgr, std::memory_order_release);
         return {};
     } catch (...) {

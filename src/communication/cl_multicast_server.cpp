@@ -2,12 +2,13 @@
 
 #include "datagram_frame.h"
 #include "frame.h"
-#include "logger.h"
 #include "native_datagram.h"
 #include "telegram_container.h"
+#include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
 #include <exception>
+#include <string>
 
 namespace zel {
 
@@ -18,22 +19,19 @@ constexpr std::uint32_t kPort = 1300;
 constexpr std::uint32_t kTimeToLive = 1;
 constexpr std::size_t kLargestDatagram = 10000;
 
-void log(LogLevel level, const std::string& text)
-{
-    logger().write(level, LogCategory::transactions, text);
-}
-
 /// What there is of a frame, whether it is valid or not.
 void logReceived(Bytes datagram)
 {
     if (!logger().isOn(LogCategory::transactions) || datagram.size() < kFrameHeaderSize)
         return;
-    log(LogLevel::info, frameLogLine(FrameHeader::decode(datagram.first<kFrameHeaderSize>()),
-                                     FrameDirection::received));
+    logTransaction(LogLevel::info, [&] {
+        return frameLogLine(FrameHeader::decode(datagram.first<kFrameHeaderSize>()),
+                            FrameDirection::received);
+    });
     const Bytes behind = datagram.subspan(kFrameHeaderSize);
     if (behind.size() < kFrameTrailerSize ||
         decodeFrameTrailer(behind.last<kFrameTrailerSize>()) != kFrameTrailer)
-        log(LogLevel::info, "FT_ERR");
+        logTransaction(LogLevel::info, "FT_ERR");
 }
 
 } // namespace
@@ -47,8 +45,10 @@ clMulticastServer::clMulticastServer(sys::EventLoop& loop, iDatagramHandler& han
     if (const std::error_code shortage = m_server.shortage())
         throw std::system_error{shortage};
     if (!m_isStarted)
-        log(LogLevel::warning, "clMulticastServer: UDP port " + std::to_string(kPort) +
-                                   " cannot be used, multicasts will not be heard");
+        logTransaction(LogLevel::warning, [] {
+            return "clMulticastServer: UDP port " + std::to_string(kPort) +
+                   " cannot be used, multicasts will not be heard";
+        });
     refresh();
 }
 
@@ -114,10 +114,12 @@ void clMulticastServer::listenToSocket(Bytes datagram, std::uint32_t interfaceIn
         if (auto telegram = unframe(datagram, source))
             m_handler.datagramArrived(source, interfaceIndex, std::move(telegram));
         else
-            log(LogLevel::error, "connection frame check of request failed");
+            logTransaction(LogLevel::error, "connection frame check of request failed");
     } catch (const std::exception& failure) {
-        log(LogLevel::warning,
-            std::string{"clMulticastServer::listenToSocket(): caught exception "} + failure.what());
+        logTransaction(LogLevel::warning, [&] {
+            return std::string{"clMulticastServer::listenToSocket(): caught exception "} +
+                   failure.what();
+        });
     }
 }
 

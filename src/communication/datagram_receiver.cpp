@@ -1,6 +1,9 @@
 #include "datagram_receiver.h"
 
 #include "native_datagram.h"
+#include "transaction_log.h"
+
+#include <exception>
 
 namespace zel::communication {
 
@@ -29,6 +32,7 @@ bool DatagramReceiver::start(sys::NativeSocket socket, Take take)
 {
     m_take = std::move(take);
     m_readiness.setSocket(socket);
+    m_readiness.expectDatagrams();
     if (m_readiness.loop().addEvent(m_readiness.event(), [this] { return onReadable(); }) != 0)
         return false;
     m_readiness.arm();
@@ -40,7 +44,11 @@ int DatagramReceiver::onReadable()
     int count = 0;
     while (count < kBatch && m_readiness.nextDatagram(m_buffer)) {
         ++count;
-        m_take({m_buffer->data.data(), m_buffer->size}, m_buffer->interfaceIndex);
+        try {
+            m_take({m_buffer->data.data(), m_buffer->size}, m_buffer->interfaceIndex);
+        } catch (const std::exception&) {
+            logTransaction(LogLevel::warning, "DatagramReceiver: no memory for a datagram");
+        }
     }
     // The system is asked anew, which puts the socket behind the others.
     if (count == kBatch)

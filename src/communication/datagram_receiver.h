@@ -12,7 +12,8 @@ namespace zel::communication {
 /// the loop from its other work: after some of them the others get their turn.
 class DatagramReceiver {
 public:
-    /// Gets each datagram with the index of its adapter, on the loop's thread.
+    /// Gets each datagram with the index of its adapter, on the loop's thread. What throws has lost
+    /// its datagram, as the network may lose any.
     using Take = std::function<void(Bytes datagram, std::uint32_t interfaceIndex)>;
 
     explicit DatagramReceiver(sys::EventLoop& loop);

@@ -56,6 +56,7 @@ int SocketNonblocking::connect(const std::string& address, const std::string& po
 int SocketNonblocking::connect(int family, const sockaddr* address, std::size_t length)
 {
     disconnect();
+    m_readiness.renew();
     m_socket = native::openStream(family);
     if (m_socket == sys::kNoSocket)
         return -1;
@@ -268,7 +269,7 @@ void SocketNonblocking::close()
     native::close(m_socket);
     m_socket = sys::kNoSocket;
     m_peerName.clear();
-    m_readiness.renew();
+    m_readiness.setSocket(sys::kNoSocket);
     m_isRegistered = false;
     m_filled = m_position = 0;
 }

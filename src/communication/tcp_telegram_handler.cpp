@@ -1,12 +1,13 @@
 #include "tcp_telegram_handler.h"
 
 #include "hexadecimal_text.h"
-#include "logger.h"
+#include "transaction_log.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <exception>
 
 namespace zel {
 
@@ -27,15 +28,9 @@ std::uint64_t nextConnectionId()
     return ++last;
 }
 
-void logTransaction(LogLevel level, const std::string& text)
-{
-    logger().write(level, LogCategory::transactions, text);
-}
-
 void logFrame(const FrameHeader& header, FrameDirection direction)
 {
-    if (logger().isOn(LogCategory::transactions))
-        logTransaction(LogLevel::info, frameLogLine(header, direction));
+    logTransaction(LogLevel::info, [&] { return frameLogLine(header, direction); });
 }
 
 } // namespace
@@ -108,7 +103,12 @@ clTcpTelHndlr::Life clTcpTelHndlr::life() const
 
 int clTcpTelHndlr::onReadable()
 {
-    const int result = receiveTelegrams();
+    int result = 0;
+    try {
+        result = receiveTelegrams();
+    } catch (const std::exception&) {
+        // A telegram is lost: what comes behind it cannot be trusted, and somebody waits for it.
+    }
     if (result > 0) {
         noteHearing();
         // Whoever receives on a lent connection asks the system again before it is taken back: a
@@ -122,9 +122,10 @@ int clTcpTelHndlr::onReadable()
         if (failure == Failure::wouldBlock || failure == Failure::pending)
             return result;
         // The text is that of errno, whatever the socket's own error was.
-        logTransaction(LogLevel::warning, "destroying telegram handler to " +
-                                              hexadecimalText(m_peer) + " after error '" +
-                                              std::strerror(errno) + "'");
+        logTransaction(LogLevel::warning, [&, error = errno] {
+            return "destroying telegram handler to " + hexadecimalText(m_peer) + " after error '" +
+                   std::strerror(error) + "'";
+        });
     }
     m_transactions.connectionLost(*this);
     return result;
@@ -146,8 +147,8 @@ int clTcpTelHndlr::receiveTelegrams()
         if (count <= 0)
             return count;
         total += count;
-        if (m_headerReceived == m_header.size() && !beginPayload())
-            return 0;
+        if (m_headerReceived == m_header.size())
+            beginPayload();
     }
     while (m_payloadReceived < m_incoming->size()) {
         const int count = readStage(m_incoming->writable(), m_payloadReceived);
@@ -164,16 +165,10 @@ int clTcpTelHndlr::receiveTelegrams()
     return finishTelegram(total);
 }
 
-bool clTcpTelHndlr::beginPayload()
+void clTcpTelHndlr::beginPayload()
 {
-    try {
-        m_incoming =
-            std::make_unique<clRxTelContainer>(FrameHeader::decode(m_header).payloadLength);
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
+    m_incoming = std::make_unique<clRxTelContainer>(FrameHeader::decode(m_header).payloadLength);
     m_payloadReceived = 0;
-    return true;
 }
 
 int clTcpTelHndlr::finishTelegram(int count)
@@ -182,7 +177,7 @@ int clTcpTelHndlr::finishTelegram(int count)
     m_headerReceived = m_payloadReceived = m_trailerReceived = 0;
     logFrame(header, FrameDirection::received);
     const bool isTrailerValid = decodeFrameTrailer(m_trailer) == kFrameTrailer;
-    if (!isTrailerValid && logger().isOn(LogCategory::transactions))
+    if (!isTrailerValid)
         logTransaction(LogLevel::info, "FT_ERR");
     if (!header.isValid() || !isTrailerValid) {
         logTransaction(LogLevel::error, "connection frame check of request failed");
@@ -228,7 +223,7 @@ int clTcpTelHndlr::send(std::span<const Bytes> payload)
     }
     if (result == SocketNonblocking::SendResult::sent)
         return 0;
-    logTransaction(LogLevel::error, "could not send to " + hexadecimalText(m_peer));
+    logTransaction(LogLevel::error, [&] { return "could not send to " + hexadecimalText(m_peer); });
     if (result == SocketNonblocking::SendResult::brokenOff)
         m_transactions.connectionLost(*this);
     return -1;

@@ -59,7 +59,7 @@ private:
     int onReadable();
     int receiveTelegrams();
     int readStage(MutableBytes stage, std::size_t& received);
-    bool beginPayload();
+    void beginPayload();
     int finishTelegram(int count);
 
     // fixed at construction

@@ -49,11 +49,7 @@ private:
     std::size_t m_count = 0;
 };
 
-SpareBlocks& spareBlocks()
-{
-    static constinit ProcessWide<SpareBlocks> blocks;
-    return *blocks;
-}
+constinit ProcessWide<SpareBlocks> g_spareBlocks;
 
 // realloc moves large blocks by their pages instead of copying them.
 std::byte* reallocate(std::byte* bytes, std::size_t size)
@@ -71,20 +67,21 @@ clRxTelContainer::clRxTelContainer(std::size_t size)
     : clTelContainer(size), m_isSpareBlock(SpareBlocks::serves(size))
 {
     if (m_isSpareBlock)
-        m_bytes = spareBlocks().take();
+        m_bytes = g_spareBlocks->take();
     if (!m_bytes)
         m_bytes = reallocate(nullptr, m_isSpareBlock ? SpareBlocks::kBlockSize : size);
 }
 
 clRxTelContainer::~clRxTelContainer()
 {
-    if (!m_isSpareBlock || !spareBlocks().keep(m_bytes))
+    if (!m_isSpareBlock || !g_spareBlocks->keep(m_bytes))
         std::free(m_bytes);
 }
 
 void clRxTelContainer::dropSpareBlocks()
 {
-    spareBlocks().drop();
+    if (SpareBlocks* const blocks = g_spareBlocks.ifMade())
+        blocks->drop();
 }
 
 void clRxTelContainer::takeOff(std::size_t headerSize)

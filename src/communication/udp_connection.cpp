@@ -1,14 +1,15 @@
 #include "udp_connection.h"
 
 #include "datagram_frame.h"
-#include "logger.h"
 #include "native_datagram.h"
 #include "shortage.h"
 #include "telegram_container.h"
 #include "text_handler.h"
+#include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
 #include <string>
+#include <utility>
 
 namespace zel {
 
@@ -22,9 +23,10 @@ constexpr std::uint32_t kBroadcastAddress = 0xFFFFFFFF;
 constexpr int kReceiveBuffer = 128000;
 constexpr std::uint32_t kAnyInterface = 0;
 
-void log(const std::string& text)
+template <class Text>
+void log(Text&& text)
 {
-    logger().write(LogLevel::warning, LogCategory::transactions, text);
+    logTransaction(LogLevel::warning, std::forward<Text>(text));
 }
 
 /// kNoSocket where the system has none for a reason that stays.
@@ -40,7 +42,7 @@ sys::NativeSocket openSocket()
 
 int failed(const char* where, std::int32_t code)
 {
-    log(std::string{"clUDPConnection::"} + where + "(): " + logText(code));
+    log([&] { return std::string{"clUDPConnection::"} + where + "(): " + logText(code); });
     return -1;
 }
 
@@ -50,8 +52,10 @@ clUDPConnection::clUDPConnection(sys::EventLoop& loop, iDatagramHandler& handler
     : m_handler(handler), m_receiver(loop)
 {
     if (setRecvInterface() != 0)
-        log("clUDPConnection::setRecvInterface(): UDP port " + std::to_string(kHostPort) +
-            " cannot be used, answers to broadcasts will not be heard");
+        log([] {
+            return "clUDPConnection::setRecvInterface(): UDP port " + std::to_string(kHostPort) +
+                   " cannot be used, answers to broadcasts will not be heard";
+        });
     setSendInterface();
 }
 
@@ -107,8 +111,10 @@ std::int32_t clUDPConnection::sendOver(std::uint32_t interfaceIndex, Bytes data)
     // Also without a choice: the last one must not hold for this datagram.
     if (m_sendSocket != sys::kNoSocket &&
         !native::setBroadcastInterface(m_sendSocket, interfaceIndex)) {
-        log("clUDPConnection::sendOver(): interface " + std::to_string(interfaceIndex) +
-            " cannot be chosen");
+        log([&] {
+            return "clUDPConnection::sendOver(): interface " + std::to_string(interfaceIndex) +
+                   " cannot be chosen";
+        });
         return ZEL_CONN_SEND_FAILED;
     }
     if (m_sendSocket != sys::kNoSocket &&

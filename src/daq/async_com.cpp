@@ -10,10 +10,10 @@ namespace zel {
 
 namespace {
 
-void log(const std::string& text)
+template <class Compose>
+void log(Compose&& compose)
 {
-    if (logger().isOn(LogCategory::measurement))
-        logger().write(LogLevel::info, LogCategory::measurement, text);
+    logger().write(LogLevel::info, LogCategory::measurement, compose);
 }
 
 } // namespace
@@ -32,7 +32,7 @@ std::int32_t clAsyncCom::startBlock(std::uint64_t uuid, const AsyncBuffer& buffe
         m_pending.emplace(label, std::move(request));
     }
     handle = label;
-    log("ZEL_XDAQ_Async_GetMeasValBlock (Request) Handle=" + std::to_string(label));
+    log([&] { return "ZEL_XDAQ_Async_GetMeasValBlock (Request) Handle=" + std::to_string(label); });
     return ZEL_OK;
 }
 
@@ -48,8 +48,10 @@ std::int32_t clAsyncCom::read(std::uint32_t handle)
 
 std::int32_t clAsyncCom::take(std::uint32_t handle, std::optional<std::uint32_t> milliseconds)
 {
-    const std::string name = "ZEL_XCOM_Async_ReadData (Handle=" + std::to_string(handle) + ")";
-    log(name + " start");
+    const auto name = [&] {
+        return "ZEL_XCOM_Async_ReadData (Handle=" + std::to_string(handle) + ")";
+    };
+    log([&] { return name() + " start"; });
     std::int32_t result = ZEL_INDEX_OUT_OF_RANGE;
     {
         const std::lock_guard lock{m_mutex};
@@ -59,7 +61,7 @@ std::int32_t clAsyncCom::take(std::uint32_t handle, std::optional<std::uint32_t>
             m_pending.erase(found);
         }
     }
-    log(name + " finished: Result=" + std::to_string(result));
+    log([&] { return name() + " finished: Result=" + std::to_string(result); });
     return result;
 }
 

@@ -10,11 +10,11 @@ namespace zel {
 
 namespace {
 
-void log(const std::string& text)
+template <class Compose>
+void log(Compose&& compose)
 {
-    if (logger().isOn(LogCategory::measurement))
-        logger().write(LogLevel::info, LogCategory::measurement,
-                       "ZEL_XDAQ_Async_GetMeasValBlock " + text);
+    logger().write(LogLevel::info, LogCategory::measurement,
+                   [&] { return "ZEL_XDAQ_Async_GetMeasValBlock " + compose(); });
 }
 
 } // namespace
@@ -34,7 +34,7 @@ clAsyncMthdReqrSrv::~clAsyncMthdReqrSrv()
 void clAsyncMthdReqrSrv::completed(std::int32_t result)
 {
     logFailure(result);
-    log("(Failure): Result=" + std::to_string(result));
+    log([&] { return "(Failure): Result=" + std::to_string(result); });
     m_result = result;
     m_isOver.set();
 }
@@ -54,8 +54,10 @@ void clAsyncMthdReqrSrv::delivered(std::unique_ptr<clRxTelContainer> response,
         else if (length > 0)
             std::memcpy(m_buffer.data, data.data(), data.size());
     }
-    log("(Response): Result=" + std::to_string(m_result) + ", " + std::to_string(length) +
-        " bytes of data");
+    log([&] {
+        return "(Response): Result=" + std::to_string(m_result) + ", " + std::to_string(length) +
+               " bytes of data";
+    });
     m_isOver.set();
 }
 

@@ -12,7 +12,7 @@ public:
     EventLog(const EventLog&) = delete;
     EventLog& operator=(const EventLog&) = delete;
 
-    void writeError(const std::string& text);
+    void writeError(const char* text);
 
 private:
     void* m_source = nullptr;

@@ -5,7 +5,11 @@
 #include "port_twin.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
+#include <exception>
 #include <limits>
+#include <string>
 
 namespace zel::sys {
 
@@ -65,12 +69,14 @@ int EventLoop::addEvent(const Event& event, EventCallback callback)
         return -1;
     {
         const std::lock_guard lock{m_mutex};
+        m_unfinished.reserve(m_unfinished.size() + m_events.size() + 1);
         m_events[event.id] = std::make_shared<const EventCallback>(std::move(callback));
     }
     if (event.socket == kNoSocket)
         return 0;
     if (const auto failure = m_port->watch(event)) {
-        m_log.writeError("Could not add event to event loop '" + *failure + "'");
+        m_log.writeError(
+            ("Could not add event to event loop '" + systemErrorText(*failure) + "'").c_str());
         return -1;
     }
     return 0;
@@ -102,8 +108,12 @@ EventLoop::Turn EventLoop::dispatch(EventId id, bool mayRepeat)
             return Turn::gone;
         const DispatchMark mark{m_dispatcher};
         callback = found->second;
-        if ((*callback)() <= 0 || !mayRepeat)
+        try {
+            if ((*callback)() <= 0 || !mayRepeat)
+                return Turn::done;
+        } catch (const std::exception&) {
             return Turn::done;
+        }
     }
     return Turn::unfinished;
 }
@@ -111,23 +121,35 @@ EventLoop::Turn EventLoop::dispatch(EventId id, bool mayRepeat)
 void EventLoop::addUnfinished(EventId id)
 {
     const std::lock_guard lock{m_mutex};
+    if (!m_events.contains(id) || std::ranges::count(m_unfinished, id) != 0)
+        return;
     m_unfinished.push_back(id);
     m_hasUnfinished = true;
+}
+
+std::optional<EventId> EventLoop::takeUnfinished()
+{
+    const std::lock_guard lock{m_mutex};
+    if (m_unfinished.empty())
+        return {};
+    const EventId id = m_unfinished.front();
+    m_unfinished.erase(m_unfinished.begin());
+    m_hasUnfinished = !m_unfinished.empty();
+    return id;
 }
 
 void EventLoop::goOn()
 {
     if (!m_hasUnfinished)
         return;
-    std::vector<EventId> unfinished;
+    std::size_t count;
     {
         const std::lock_guard lock{m_mutex};
-        unfinished.swap(m_unfinished);
-        m_hasUnfinished = false;
+        count = m_unfinished.size();
     }
-    for (const EventId id : unfinished)
-        if (dispatch(id, true) == Turn::unfinished)
-            addUnfinished(id);
+    for (; count > 0; --count)
+        if (const auto id = takeUnfinished(); id && dispatch(*id, true) == Turn::unfinished)
+            addUnfinished(*id);
 }
 
 bool EventLoop::lend(const Event& event)
@@ -197,13 +219,24 @@ int EventLoop::execute()
             m_thread = std::thread::id{};
             return 0;
         case PortTwin::Reason::failed:
-            m_log.writeError("Event loop stopped with error " + wakeUp.failure);
             m_hasEnded = true;
             m_thread = std::thread::id{};
+            tellOfEnd(wakeUp.error);
             return 0;
         }
         m_timers.runDue();
         goOn();
+    }
+}
+
+void EventLoop::tellOfEnd(int error)
+{
+    try {
+        m_log.writeError(("Event loop stopped with error " + systemErrorText(error)).c_str());
+    } catch (const std::exception&) { // without memory the number must do
+        std::array<char, 64> text{};
+        std::snprintf(text.data(), text.size(), "Event loop stopped with error %d", error);
+        m_log.writeError(text.data());
     }
 }
 

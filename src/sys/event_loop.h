@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <system_error>
 #include <thread>
 #include <unordered_map>
@@ -21,7 +22,8 @@ class PortTwin;
 using EventId = std::uint64_t;
 
 /// Returns more than zero when more may be waiting and it wants to be called again. It is, after
-/// the timers and the other events have had their turn when it goes on for long.
+/// the timers and the other events have had their turn when it goes on for long. One that throws
+/// has done what it did: nobody on the loop's thread could know better.
 using EventCallback = std::function<int()>;
 
 /// What a socket registers: an id that is unique among the registered events and its handle.
@@ -96,11 +98,15 @@ private:
     enum class Turn { gone, done, unfinished };
 
     Turn dispatch(EventId id, bool mayRepeat);
+    /// Needs no memory.
     void addUnfinished(EventId id);
+    /// The oldest that is left, when there is one.
+    std::optional<EventId> takeUnfinished();
     /// Gives each event that is not finished one more turn.
     void goOn();
     /// Milliseconds until the next timer, rounded up; -1 for no limit.
     int waitLimitMs() const;
+    void tellOfEnd(int error);
 
     EventLog m_log;
     std::unique_ptr<PortTwin> m_port;
@@ -109,8 +115,8 @@ private:
     std::recursive_mutex m_mutex;
     Events m_events;
     std::atomic<std::thread::id> m_dispatcher{}; // written under m_mutex
-    std::vector<EventId> m_unfinished;
-    std::atomic<bool> m_hasUnfinished = false; // written under m_mutex
+    std::vector<EventId> m_unfinished;           // each once, with room for all events
+    std::atomic<bool> m_hasUnfinished = false;   // written under m_mutex
 
     TimerQueue m_timers;
     std::atomic<bool> m_hasEnded = false;

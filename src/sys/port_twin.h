@@ -3,7 +3,6 @@
 #include "event_loop.h"
 
 #include <optional>
-#include <string>
 #include <system_error>
 
 namespace zel::sys {
@@ -17,7 +16,7 @@ public:
     struct WakeUp {
         Reason reason = Reason::again;
         EventId id = 0;
-        std::string failure;
+        int error = 0; // of the system, where it failed
     };
 
     PortTwin();
@@ -27,8 +26,8 @@ public:
 
     /// Why there is nothing to wait on; empty where there is.
     std::error_code failure() const { return m_failure; }
-    /// Watches the event's socket; nothing when that worked, else the system's text.
-    std::optional<std::string> watch(const Event& event);
+    /// Watches the event's socket; nothing when that worked, else the system's error.
+    std::optional<int> watch(const Event& event);
     void unwatch(const Event& event);
     /// Stops telling of a watched socket's input, until notice(); false where that cannot be.
     bool ignore(const Event& event);
@@ -62,14 +61,14 @@ private:
 private:
     static constexpr int kBatch = 64;
 
+    // loop thread only: what one epoll_wait brought and is not handed out yet
+    struct Batch;
+    std::unique_ptr<Batch> m_batch; // first: without memory for it there is nothing to be closed
+
     std::error_code m_failure;
     int m_epoll = -1;
     int m_wakeUp = -1;
     std::atomic<bool> m_mustStop = false;
-
-    // loop thread only: what one epoll_wait brought and is not handed out yet
-    struct Batch;
-    std::unique_ptr<Batch> m_batch;
 #endif
 };
 

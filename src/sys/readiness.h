@@ -33,6 +33,8 @@ public:
     void arm();
     /// On the loop's thread: asks to be told of the next input. `completed`: there is some already.
     Posted post();
+    /// Makes what nextDatagram() may need when it cannot receive for a while.
+    void expectDatagrams();
     /// Whether the system has what nextDatagram() needs on that socket.
     static bool canReceiveDatagrams(NativeSocket socket);
     /// On the loop's thread, for a datagram socket instead of post(): true when a datagram is in

@@ -11,10 +11,17 @@ Timer::~Timer()
     stop();
 }
 
-void Timer::set(std::uint32_t milliseconds, bool repeat, Callback callback)
+void Timer::prepare(Callback callback)
 {
     stop();
-    m_callback = std::move(callback);
+    if (!m_place)
+        m_place = TimerQueue::makePlace(*this);
+    m_callback = std::make_shared<const Callback>(std::move(callback));
+}
+
+void Timer::set(std::uint32_t milliseconds, bool repeat, Callback callback)
+{
+    prepare(std::move(callback));
     m_period = std::chrono::milliseconds{repeat ? milliseconds : 0};
     restart(milliseconds);
 }
@@ -27,8 +34,8 @@ void Timer::restart(std::uint32_t milliseconds)
 void Timer::cancel()
 {
     stop();
-    if (m_callback)
-        m_callback(false);
+    if (m_callback && *m_callback)
+        (*m_callback)(false);
 }
 
 void Timer::stop()

@@ -2,6 +2,8 @@
 
 #include "timer_queue.h"
 
+#include <memory>
+
 namespace zel::sys {
 
 class EventLoop;
@@ -19,6 +21,8 @@ public:
     Timer(const Timer&) = delete;
     Timer& operator=(const Timer&) = delete;
 
+    /// Stops counting and makes what is needed to call back: nothing else of a timer needs memory.
+    void prepare(Callback callback);
     void set(std::uint32_t milliseconds, bool repeat, Callback callback);
     /// Begins to count anew with the callback as it is.
     void restart(std::uint32_t milliseconds);
@@ -31,9 +35,10 @@ private:
     friend class TimerQueue;
 
     TimerQueue& m_queue;
-    Callback m_callback;
+    std::shared_ptr<const Callback> m_callback; // held while it runs
 
     // under the queue's mutex
+    TimerQueue::Place m_place; // while it is prepared and not armed
     bool m_isArmed = false;
     TimerQueue::Clock::time_point m_deadline{};
     std::chrono::milliseconds m_period{0};

@@ -2,6 +2,7 @@
 
 #include "timer.h"
 
+#include <exception>
 #include <functional>
 
 namespace zel::sys {
@@ -24,15 +25,20 @@ std::optional<TimerQueue::Clock::time_point> TimerQueue::wakeAt() const
     return m_wakeAt;
 }
 
+TimerQueue::Place TimerQueue::makePlace(Timer& timer)
+{
+    Armed alone{&timer};
+    return alone.extract(alone.begin());
+}
+
 void TimerQueue::arm(Timer& timer, Clock::time_point deadline)
 {
     bool mustWake = false;
     {
         const std::lock_guard lock{m_mutex};
-        if (timer.m_isArmed)
-            m_armed.erase(&timer);
+        removeLocked(timer);
         timer.m_deadline = deadline;
-        m_armed.insert(&timer);
+        m_armed.insert(std::move(timer.m_place));
         timer.m_isArmed = true;
         if (!m_wakeAt || deadline < *m_wakeAt) {
             m_wakeAt = deadline;
@@ -47,7 +53,7 @@ void TimerQueue::removeLocked(Timer& timer)
 {
     if (!timer.m_isArmed)
         return;
-    m_armed.erase(&timer);
+    timer.m_place = m_armed.extract(&timer);
     timer.m_isArmed = false;
 }
 
@@ -74,11 +80,10 @@ bool TimerQueue::takeDue(Clock::time_point now)
         return false;
     }
     Timer* const timer = *m_armed.begin();
-    m_armed.erase(m_armed.begin());
-    timer->m_isArmed = false;
+    removeLocked(*timer);
     if (timer->m_period.count() > 0) {
         timer->m_deadline = now + timer->m_period;
-        m_armed.insert(timer);
+        m_armed.insert(std::move(timer->m_place));
         timer->m_isArmed = true;
     }
     m_firing = timer;
@@ -100,10 +105,13 @@ void TimerQueue::runDue()
         const std::lock_guard loopLock{m_loopMutex};
         if (!takeDue(now))
             return;
-        // Copied: the callback may set its own timer anew or destroy it.
-        const Timer::Callback callback = m_firing->m_callback;
-        if (callback)
-            callback(true);
+        // Held: the callback may set its own timer anew or destroy it.
+        const std::shared_ptr<const Timer::Callback> callback = m_firing->m_callback;
+        try {
+            if (*callback)
+                (*callback)(true);
+        } catch (const std::exception&) { // as with events
+        }
         const std::lock_guard lock{m_mutex};
         m_firing = nullptr;
     }

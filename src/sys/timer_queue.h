@@ -32,7 +32,11 @@ private:
     struct Earlier {
         bool operator()(const Timer* a, const Timer* b) const;
     };
+    using Armed = std::set<Timer*, Earlier>;
+    /// A timer's own, in the order of all or with the timer: only making it needs memory.
+    using Place = Armed::node_type;
 
+    static Place makePlace(Timer& timer);
     void arm(Timer& timer, Clock::time_point deadline);
     void disarm(Timer& timer);
     void removeLocked(Timer& timer);
@@ -43,7 +47,7 @@ private:
 
     // any thread, under m_mutex, which is a leaf lock
     mutable std::mutex m_mutex;
-    std::set<Timer*, Earlier> m_armed;
+    Armed m_armed;
     Timer* m_firing = nullptr;
     std::thread::id m_firingThread;
     // Left standing when its timer is cancelled: a steady stream of requests then never has to

@@ -4,11 +4,11 @@
 #include "address_resolution.h"
 #include "connection_table.h"
 #include "frame.h"
-#include "logger.h"
 #include "own_uuid.h"
 #include "socket_nonblocking.h"
 #include "sync_method_request.h"
 #include "text_stream.h"
+#include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
 #include <array>
@@ -30,13 +30,13 @@ constexpr std::size_t kResponseSize =
 void logAddressResolution(const char* direction, const char* type, std::uint16_t label,
                           std::optional<std::uint64_t> uuid)
 {
-    if (!logger().isOn(LogCategory::transactions))
-        return;
-    TextStream line;
-    line << "AdrRes  : " << direction << " Type: " << type << " Label: " << label;
-    if (uuid)
-        line << " ReqUUID: " << std::hex << *uuid;
-    logger().write(LogLevel::info, LogCategory::transactions, line.str());
+    logTransaction(LogLevel::info, [&] {
+        TextStream line;
+        line << "AdrRes  : " << direction << " Type: " << type << " Label: " << label;
+        if (uuid)
+            line << " ReqUUID: " << std::hex << *uuid;
+        return line.str();
+    });
 }
 
 bool sendAddressRequest(SocketNonblocking& socket)

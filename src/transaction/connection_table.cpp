@@ -4,6 +4,7 @@
 #include "spinning_lock.h"
 
 #include <algorithm>
+#include <exception>
 
 namespace zel {
 
@@ -20,8 +21,13 @@ clConHndlr::Connection clConHndlr::insert(const Connection& connection)
         if (!isNew)
             return place->second;
     }
-    if (connection->start())
-        return connection;
+    try {
+        if (connection->start())
+            return connection;
+    } catch (const std::exception&) {
+        erase(*connection);
+        throw;
+    }
     erase(*connection);
     return nullptr;
 }

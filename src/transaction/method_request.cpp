@@ -1,26 +1,14 @@
 #include "method_request.h"
 
-#include "logger.h"
 #include "method_header.h"
 #include "text_handler.h"
 #include "text_stream.h"
+#include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
+#include <exception>
+
 namespace zel {
-
-namespace {
-
-void log(LogLevel level, const std::string& text)
-{
-    logger().write(level, LogCategory::transactions, text);
-}
-
-bool isLogging()
-{
-    return logger().isOn(LogCategory::transactions);
-}
-
-} // namespace
 
 std::shared_ptr<const clTxTelContainer> makeMethodRequest(const MethodAddress& address,
                                                           std::string requestData)
@@ -46,15 +34,20 @@ void clMthdReqrSrv::prepare(std::shared_ptr<const clTxTelContainer> request)
 void clMthdReqrSrv::sendRequest()
 {
     if (!m_request) {
-        log(LogLevel::warning,
-            std::string{"clMthdReqrSrv::sendRequest(): "} + logText(ZEL_SRV_NO_TELEGRAM));
+        logTransaction(LogLevel::warning, [] {
+            return std::string{"clMthdReqrSrv::sendRequest(): "} + logText(ZEL_SRV_NO_TELEGRAM);
+        });
         completed(ZEL_SRV_NO_TELEGRAM);
         return;
     }
-    if (isLogging())
-        log(LogLevel::info,
-            logName("tx: REQ", "to") + " DatLen: " + std::to_string(m_request->dataSize()));
-    m_requestor->send(std::move(m_request));
+    logTransaction(LogLevel::info, [&] {
+        return logName("tx: REQ", "to") + " DatLen: " + std::to_string(m_request->dataSize());
+    });
+    try {
+        m_requestor->send(std::move(m_request));
+    } catch (const std::exception&) {
+        m_requestor->finish(ZEL_SYS_NO_OBJECT);
+    }
 }
 
 void clMthdReqrSrv::sendRequestAndWait(sys::EventFlag& isOver)
@@ -78,21 +71,24 @@ std::int32_t clMthdReqrSrv::evalRespHeader(clRxTelContainer& response)
     ByteReader in{response.payload()};
     const auto header = MethodResponseHeader::decode(in).value_or(MethodResponseHeader{});
     response.takeOff(MethodResponseHeader::kSize);
-    if (isLogging())
-        log(LogLevel::info, logName("rx: RESP", "from") +
-                                " Result: " + std::to_string(header.result) +
-                                " DatLen: " + std::to_string(response.payload().size()));
+    logTransaction(LogLevel::info, [&] {
+        return logName("rx: RESP", "from") + " Result: " + std::to_string(header.result) +
+               " DatLen: " + std::to_string(response.payload().size());
+    });
     if (wire::MethodId{header.service, header.method} == m_address.method)
         return header.result;
-    log(LogLevel::warning,
-        std::string{"clMthdReqrSrv::evalRespHeader(): "} + logText(ZEL_SRV_RESPONSE_MISMATCH));
+    logTransaction(LogLevel::warning, [] {
+        return std::string{"clMthdReqrSrv::evalRespHeader(): "} +
+               logText(ZEL_SRV_RESPONSE_MISMATCH);
+    });
     return ZEL_SRV_RESPONSE_MISMATCH;
 }
 
 void clMthdReqrSrv::logFailure(std::int32_t result) const
 {
-    if (isLogging())
-        log(LogLevel::info, logName("rx: RESP", "from") + " Failure: " + std::to_string(result));
+    logTransaction(LogLevel::info, [&] {
+        return logName("rx: RESP", "from") + " Failure: " + std::to_string(result);
+    });
 }
 
 } // namespace zel

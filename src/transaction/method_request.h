@@ -38,7 +38,7 @@ public:
     void prepare(std::shared_ptr<const clTxTelContainer> request);
 
     /// Sends what was prepared; completes with ZEL_SRV_NO_TELEGRAM when nothing was. The outcome
-    /// may come before this returns.
+    /// may come before this returns: ZEL_SYS_NO_OBJECT where there is no memory to send it.
     void sendRequest();
 
     /// Sends, and waits until `isOver` is set, as a callback of the derived class must do.

@@ -1,7 +1,7 @@
 #include "multi_method_request.h"
 
-#include "logger.h"
 #include "text_handler.h"
+#include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
 namespace zel {
@@ -63,8 +63,9 @@ void clMultiMthdReqrSrv::receiveResponse(std::unique_ptr<clRxTelContainer> respo
         m_functor->failed(result, source);
     }
     if (result != ZEL_OK)
-        logger().write(LogLevel::info, LogCategory::transactions,
-                       std::string{"clMultiMthdReqrSrv::receiveResponse(): "} + logText(result));
+        logTransaction(LogLevel::info, [&] {
+            return std::string{"clMultiMthdReqrSrv::receiveResponse(): "} + logText(result);
+        });
 }
 
 } // namespace zel

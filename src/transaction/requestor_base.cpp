@@ -1,9 +1,9 @@
 #include "requestor_base.h"
 
 #include "event_loop.h"
-#include "logger.h"
 #include "telegram_container.h"
 #include "text_stream.h"
+#include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
 namespace zel {
@@ -40,12 +40,12 @@ std::int32_t clRequestorBase::beginLocked(std::uint64_t connectionId, std::uint3
 {
     if (!m_label)
         return ZEL_SYS_NO_OBJECT;
-    m_connectionId = connectionId;
-    requestorRegistry().enter(shared_from_this());
     m_timer.set(milliseconds, false, [weak = weak_from_this()](bool expired) {
         if (const auto self = weak.lock())
             self->onTimeout(expired);
     });
+    m_connectionId = connectionId;
+    requestorRegistry().enter(shared_from_this());
     return m_loop.canRun() ? ZEL_OK : ZEL_CONN_RECEIVE_FAILED;
 }
 
@@ -91,12 +91,12 @@ void clRequestorBase::deliverOneOfManyLocked(std::unique_ptr<clRxTelContainer> r
 
 void clRequestorBase::logSent(TransactionType type) const
 {
-    if (!logger().isOn(LogCategory::transactions))
-        return;
-    TextStream line;
-    line << "Trans   : tx: Dest: " << std::hex << m_target << std::dec
-         << "  TransLabel: " << label() << " Type: " << transactionTypeName(type);
-    logger().write(LogLevel::info, LogCategory::transactions, line.str());
+    logTransaction(LogLevel::info, [&] {
+        TextStream line;
+        line << "Trans   : tx: Dest: " << std::hex << m_target << std::dec
+             << "  TransLabel: " << label() << " Type: " << transactionTypeName(type);
+        return line.str();
+    });
 }
 
 } // namespace zel

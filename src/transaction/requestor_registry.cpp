@@ -1,12 +1,12 @@
 #include "requestor_registry.h"
 
-#include "logger.h"
 #include "process_wide.h"
 #include "requestor_base.h"
 #include "spinning_lock.h"
 #include "telegram_container.h"
 #include "text_handler.h"
 #include "text_stream.h"
+#include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
 namespace zel {
@@ -15,20 +15,21 @@ namespace {
 
 void logReceived(const TransactionSource& source, const TransactionHeader& header)
 {
-    if (!logger().isOn(LogCategory::transactions))
-        return;
-    TextStream line;
-    line << "Trans   : rx: Src: " << std::hex << source.uuid << " Dest: " << header.destination
-         << std::dec << "  TransLabel: " << header.label
-         << " Type: " << transactionTypeName(header.type);
-    logger().write(LogLevel::info, LogCategory::transactions, line.str());
+    logTransaction(LogLevel::info, [&] {
+        TextStream line;
+        line << "Trans   : rx: Src: " << std::hex << source.uuid << " Dest: " << header.destination
+             << std::dec << "  TransLabel: " << header.label
+             << " Type: " << transactionTypeName(header.type);
+        return line.str();
+    });
 }
 
 void logDropped(std::int32_t code)
 {
-    logger().write(LogLevel::warning, LogCategory::transactions,
-                   std::string{"clRequestorBase::receiveResponseSegment: "} + logText(code) + " (" +
-                       std::to_string(code) + ")");
+    logTransaction(LogLevel::warning, [&] {
+        return std::string{"clRequestorBase::receiveResponseSegment: "} + logText(code) + " (" +
+               std::to_string(code) + ")";
+    });
 }
 
 } // namespace

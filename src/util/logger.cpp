@@ -68,7 +68,7 @@ struct LoggerOfTheProcess : Logger {
 
 } // namespace
 
-void Logger::write(LogLevel level, LogCategory category, std::string_view text)
+void Logger::write(LogLevel level, LogCategory category, std::string_view text) noexcept
 {
     if (!isOn(category))
         return;
@@ -76,7 +76,10 @@ void Logger::write(LogLevel level, LogCategory category, std::string_view text)
     std::array<char, 32> start{};
     std::snprintf(start.data(), start.size(), "Log %02X%08X: ", 0U,
                   static_cast<unsigned>(category));
-    output(capped(level, category), start.data(), text);
+    try {
+        output(capped(level, category), start.data(), text);
+    } catch (const std::exception&) {
+    }
 }
 
 void Logger::writePlain(LogLevel level, std::string_view text)
@@ -138,7 +141,8 @@ void Logger::output(LogLevel level, std::string_view start, std::string_view tex
 
 Logger& logger()
 {
-    static constinit ProcessWide<LoggerOfTheProcess> instance;
+    // It has no lock, and a child's may be its parent's: so it never needs memory.
+    static constinit ProcessWide<LoggerOfTheProcess, InChild::kept> instance;
     return *instance;
 }
 

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <atomic>
+#include <concepts>
 #include <cstdint>
+#include <exception>
+#include <string>
 #include <string_view>
 
 namespace zel {
@@ -37,15 +40,28 @@ public:
     Logger(const Logger&) = delete;
     Logger& operator=(const Logger&) = delete;
 
-    /// Whether write() with this category can produce a line: ask before building an expensive
-    /// text.
+    /// Whether write() with this category can produce a line.
     bool isOn(LogCategory category) const
     {
         return m_isOpen.load(std::memory_order_relaxed) && isIn(m_mask, category);
     }
 
+    // A line that there is no memory for is left out: nothing may fail for the sake of the log.
+
     /// One line of a category, if logging is open and the category on.
-    void write(LogLevel level, LogCategory category, std::string_view text);
+    void write(LogLevel level, LogCategory category, std::string_view text) noexcept;
+    /// The same with a text that `compose` makes, only where it is written.
+    template <std::invocable Compose>
+    void write(LogLevel level, LogCategory category, Compose&& compose) noexcept
+    {
+        if (!isOn(category))
+            return;
+        try {
+            const std::string text = compose();
+            write(level, category, std::string_view{text});
+        } catch (const std::exception&) {
+        }
+    }
 
     /// One line "Log: " + text, subject to the threshold alone.
     void writePlain(LogLevel level, std::string_view text);

@@ -9,9 +9,9 @@ namespace zel::sys {
 EventLog::EventLog() = default;
 EventLog::~EventLog() = default;
 
-void EventLog::writeError(const std::string& text)
+void EventLog::writeError(const char* text)
 {
-    syslog(LOG_ERR, "%s", text.c_str());
+    syslog(LOG_ERR, "%s", text);
 }
 
 std::string systemErrorText(int code)

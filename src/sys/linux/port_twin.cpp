@@ -29,9 +29,9 @@ struct PortTwin::Batch {
 };
 
 PortTwin::PortTwin()
-    : m_epoll(closedInChild(epoll_create1(EPOLL_CLOEXEC))),
-      m_wakeUp(closedInChild(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))),
-      m_batch(std::make_unique<Batch>())
+    : m_batch(std::make_unique<Batch>()),
+      m_epoll(closedInChild(epoll_create1(EPOLL_CLOEXEC))),
+      m_wakeUp(closedInChild(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)))
 {
     epoll_event event{};
     event.events = EPOLLIN;
@@ -47,7 +47,7 @@ PortTwin::~PortTwin()
     closeOwn(m_epoll);
 }
 
-std::optional<std::string> PortTwin::watch(const Event& event)
+std::optional<int> PortTwin::watch(const Event& event)
 {
     epoll_event watched{};
     watched.events = kWatched;
@@ -56,7 +56,7 @@ std::optional<std::string> PortTwin::watch(const Event& event)
         return {};
     if (errno == EEXIST && epoll_ctl(m_epoll, EPOLL_CTL_MOD, event.socket, &watched) == 0)
         return {};
-    return systemErrorText(errno);
+    return errno;
 }
 
 void PortTwin::unwatch(const Event& event)
@@ -98,17 +98,17 @@ PortTwin::WakeUp PortTwin::wait(int limitMs, EventLog&)
             m_batch->count = 0;
             // A signal of the host's is no failure of the loop.
             if (errno != EINTR)
-                return {Reason::failed, 0, systemErrorText(errno)};
+                return {Reason::failed, 0, errno};
         }
     }
     if (m_batch->next == m_batch->count)
         return {};
     const EventId id = m_batch->events[static_cast<std::size_t>(m_batch->next++)].data.u64;
     if (id != kWakeUpId)
-        return {Reason::event, id, {}};
+        return {Reason::event, id};
     std::uint64_t posts = 0;
     [[maybe_unused]] const ssize_t got = read(m_wakeUp, &posts, sizeof posts);
-    return {m_mustStop.load() ? Reason::stop : Reason::again, 0, {}};
+    return {m_mustStop.load() ? Reason::stop : Reason::again};
 }
 
 void PortTwin::postStop()

@@ -32,6 +32,8 @@ Readiness::Posted Readiness::post()
     return Posted::pending;
 }
 
+void Readiness::expectDatagrams() {}
+
 bool Readiness::canReceiveDatagrams(NativeSocket)
 {
     return true;

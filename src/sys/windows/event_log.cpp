@@ -12,11 +12,11 @@ EventLog::~EventLog()
         DeregisterEventSource(m_source);
 }
 
-void EventLog::writeError(const std::string& text)
+void EventLog::writeError(const char* text)
 {
     if (!m_source)
         return;
-    LPCSTR strings[] = {text.c_str()};
+    LPCSTR strings[] = {text};
     ReportEventA(m_source, EVENTLOG_ERROR_TYPE, 0, 0, nullptr, 1, 0, strings, nullptr);
 }
 

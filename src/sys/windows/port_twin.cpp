@@ -58,7 +58,7 @@ PortTwin::~PortTwin()
     CloseHandle(m_port);
 }
 
-std::optional<std::string> PortTwin::watch(const Event& event)
+std::optional<int> PortTwin::watch(const Event& event)
 {
     const auto key = static_cast<ULONG_PTR>(event.id & 0xFFFFFFFFu);
     if (CreateIoCompletionPort(reinterpret_cast<HANDLE>(event.socket), m_port, key, 1))
@@ -67,7 +67,7 @@ std::optional<std::string> PortTwin::watch(const Event& event)
     const DWORD error = GetLastError();
     if (error == ERROR_INVALID_PARAMETER)
         return {};
-    return systemErrorText(static_cast<int>(error));
+    return static_cast<int>(error);
 }
 
 void PortTwin::unwatch(const Event&) {}
@@ -98,10 +98,10 @@ PortTwin::WakeUp PortTwin::wait(int limitMs, EventLog& log)
         return {};
     if (succeeded) {
         if (key == kStopKey)
-            return {Reason::stop, 0, {}};
+            return {Reason::stop};
         if (key == kWakeUpKey)
             return {};
-        return {Reason::event, key, {}};
+        return {Reason::event, key};
     }
     if (!overlapped) {
         if (error != WAIT_TIMEOUT)
@@ -112,8 +112,8 @@ PortTwin::WakeUp PortTwin::wait(int limitMs, EventLog& log)
     if (error == ERROR_OPERATION_ABORTED)
         return {};
     if (tellsOfALostPeer(error))
-        return {Reason::last, key, {}};
-    return {Reason::failed, 0, systemErrorText(static_cast<int>(error))};
+        return {Reason::last, key};
+    return {Reason::failed, 0, static_cast<int>(error)};
 }
 
 void PortTwin::postStop()

@@ -145,6 +145,15 @@ int postDatagram(ReadinessBlock& block, SOCKET socket, PortTwin& port,
 
 } // namespace
 
+void Readiness::expectDatagrams()
+{
+    m_block->retry = std::make_unique<Timer>(m_loop);
+    m_block->retry->prepare([this](bool expired) {
+        if (expired)
+            arm();
+    });
+}
+
 bool Readiness::canReceiveDatagrams(NativeSocket socket)
 {
     return receiveMessage(socket) != nullptr;
@@ -164,15 +173,11 @@ bool Readiness::nextDatagram(const std::shared_ptr<DatagramBuffer>& buffer)
     }
     const int failure = postDatagram(*m_block, m_event.socket, m_loop.port(), buffer);
     if (failure != 0) {
-        logger().write(LogLevel::warning, LogCategory::system,
-                       "Readiness: a UDP socket cannot receive, it is tried again: " +
-                           systemErrorText(failure));
-        if (!m_block->retry)
-            m_block->retry = std::make_unique<Timer>(m_loop);
-        m_block->retry->set(kRetryMs, false, [this](bool expired) {
-            if (expired)
-                arm();
+        logger().write(LogLevel::warning, LogCategory::system, [&] {
+            return "Readiness: a UDP socket cannot receive, it is tried again: " +
+                   systemErrorText(failure);
         });
+        m_block->retry->restart(kRetryMs);
     }
     return false;
 }
