@@ -5,18 +5,20 @@
 #include "method_call.h"
 #include "request_document.h"
 #include "text_stream.h"
+#include "xml_building.h"
 #include "ZEL_VR_Framework.h"
 
 #include <algorithm>
+#include <exception>
 #include <string>
 
 namespace zel {
 
 namespace {
 
-void addText(pugi::xml_node parent, const char* name, const std::string& text)
+void addText(pugi::xml_node parent, const char* name, const char* text)
 {
-    parent.append_child(name).append_child(pugi::node_pcdata).set_value(text.c_str());
+    appendText(appendElement(parent, name), text);
 }
 
 std::string serialise(const pugi::xml_document& document)
@@ -29,15 +31,26 @@ std::string serialise(const pugi::xml_document& document)
 
 void logFinish(std::uint64_t uuid, std::int32_t result)
 {
-    if (!logger().isOn(LogCategory::measurement))
-        return;
-    TextStream line;
-    line << "ZEL_XDAQ_FinishSubscription (UUID=" << std::hex << uuid << std::dec
-         << ") Result=" << result;
-    logger().write(LogLevel::info, LogCategory::measurement, line.str());
+    logger().write(LogLevel::info, LogCategory::measurement, [&] {
+        TextStream line;
+        line << "ZEL_XDAQ_FinishSubscription (UUID=" << std::hex << uuid << std::dec
+             << ") Result=" << result;
+        return line.str();
+    });
 }
 
 } // namespace
+
+/// Empties a subscription when it is over with it, come what may.
+struct SubscriptionTable::Emptied {
+    Entry& entry;
+
+    ~Emptied()
+    {
+        entry.signalCount = 0;
+        entry.document.reset();
+    }
+};
 
 std::shared_ptr<SubscriptionTable::Entry> SubscriptionTable::find(std::uint64_t uuid)
 {
@@ -68,7 +81,7 @@ void SubscriptionTable::open(std::uint64_t uuid)
 {
     const std::shared_ptr<Entry> entry = findOrAdd(uuid);
     const std::lock_guard lock(entry->mutex);
-    entry->document.append_child("SrvParams");
+    appendElement(entry->document, "SrvParams");
 }
 
 std::int32_t SubscriptionTable::addSignal(std::uint64_t uuid, const char* reference,
@@ -81,13 +94,18 @@ std::int32_t SubscriptionTable::addSignal(std::uint64_t uuid, const char* refere
     pugi::xml_node list = entry->document.document_element();
     if (!list)
         return ZEL_DAQ_SUBSCRIPTION_STATE;
+    pugi::xml_node signal = appendElement(list, "Signal");
+    try {
+        appendAttribute(signal, "address",
+                        ("Sig" + std::to_string(entry->signalCount + 1)).c_str());
+        addText(signal, "Name", reference);
+        addText(signal, "UserSigId", std::to_string(userSignalId).c_str());
+        addText(signal, "BlockSize", std::to_string(std::min(blockSize, kLargestBlock)).c_str());
+    } catch (const std::exception&) {
+        list.remove_child(signal);
+        throw;
+    }
     ++entry->signalCount;
-    pugi::xml_node signal = list.append_child("Signal");
-    signal.append_attribute("address").set_value(
-        ("Sig" + std::to_string(entry->signalCount)).c_str());
-    addText(signal, "Name", reference);
-    addText(signal, "UserSigId", std::to_string(userSignalId));
-    addText(signal, "BlockSize", std::to_string(std::min(blockSize, kLargestBlock)));
     return ZEL_OK;
 }
 
@@ -101,12 +119,10 @@ std::int32_t SubscriptionTable::finish(std::uint64_t uuid, std::uint64_t startTi
     const pugi::xml_node list = entry->document.document_element();
     if (!list)
         return ZEL_DAQ_SUBSCRIPTION_STATE;
-    addText(list, "StartTime", std::to_string(startTime));
-    std::string document = serialise(entry->document);
-    entry->signalCount = 0;
-    entry->document.reset();
+    const Emptied emptied{*entry};
+    addText(list, "StartTime", std::to_string(startTime).c_str());
     const std::int32_t result =
-        send(requests, {uuid, wire::MeasurementMethod::subscribe}, std::move(document));
+        send(requests, {uuid, wire::MeasurementMethod::subscribe}, serialise(entry->document));
     logFinish(uuid, result);
     return result;
 }

@@ -50,6 +50,8 @@ private:
         std::uint32_t signalCount = 0;
     };
 
+    struct Emptied;
+
     std::shared_ptr<Entry> find(std::uint64_t uuid);
     std::shared_ptr<Entry> findOrAdd(std::uint64_t uuid);
     void forgetLocked(std::uint64_t uuid);

@@ -1,10 +1,9 @@
 #include "control_request.h"
 
 #include "request_document.h"
+#include "xml_building.h"
 #include "xml_escape.h"
 
-#include <pugixml.hpp>
-#include <stdexcept>
 #include <utility>
 
 namespace zel {
@@ -22,14 +21,6 @@ public:
 private:
     std::string& m_out;
 };
-
-void appendTextElement(pugi::xml_node parent, const char* name, const char* text)
-{
-    pugi::xml_node element = parent.append_child(name);
-    // The XML library reports what it has no memory for by its result alone.
-    if (!element.append_child(pugi::node_pcdata).set_value(text))
-        throw std::runtime_error("no memory for a control request");
-}
 
 } // namespace
 
@@ -59,10 +50,10 @@ std::string ControlParameters::take()
 std::string controlRequest(const char* control, const char* parameterDocument)
 {
     pugi::xml_document document;
-    const pugi::xml_node root = document.append_child("SrvParams");
-    appendTextElement(root, "Control", control);
+    const pugi::xml_node root = appendElement(document, "SrvParams");
+    appendText(appendElement(root, "Control"), control);
     if (*parameterDocument != '\0')
-        appendTextElement(root, "ControlParams", parameterDocument);
+        appendText(appendElement(root, "ControlParams"), parameterDocument);
 
     std::string text;
     StringWriter writer(text);

@@ -1,6 +1,7 @@
 #include "pugi_xml_composer.h"
 
 #include "number_format.h"
+#include "xml_building.h"
 #include "xml_characters.h"
 #include "ZEL_VR_Framework.h"
 
@@ -21,10 +22,8 @@ std::int32_t PugiXmlComposer::openElement(const char* name)
 {
     if (isEmpty(name))
         return ZEL_XML_TAG_NOT_DEFINED;
-    const pugi::xml_node child = m_current.append_child(name);
-    if (child)
-        m_current = child;
-    return added(static_cast<bool>(child));
+    m_current = appendElement(m_current, name);
+    return added();
 }
 
 std::int32_t PugiXmlComposer::closeElement()
@@ -72,7 +71,10 @@ std::int32_t PugiXmlComposer::addText(const char* text)
 {
     if (text == nullptr)
         return ZEL_OK;
-    return added(m_current.append_child(pugi::node_pcdata).set_value(xmlText(text).c_str()));
+    if (isOutside())
+        return ZEL_FAILED;
+    appendText(m_current, xmlText(text).c_str());
+    return added();
 }
 
 std::int32_t PugiXmlComposer::addAttribute(const char* name, const std::string& value)
@@ -102,9 +104,10 @@ std::int32_t PugiXmlComposer::addAttribute(const char* name, double value)
 
 std::int32_t PugiXmlComposer::addAttribute(const char* name, const char* value)
 {
-    if (name == nullptr || value == nullptr)
+    if (name == nullptr || value == nullptr || isOutside())
         return ZEL_FAILED;
-    return added(m_current.append_attribute(name).set_value(xmlText(value).c_str()));
+    appendAttribute(m_current, name, xmlText(value).c_str());
+    return added();
 }
 
 std::int32_t PugiXmlComposer::addElement(const char* name, std::uint32_t value)
@@ -128,14 +131,14 @@ std::int32_t PugiXmlComposer::addElement(const char* name, const char* value)
         return ZEL_FAILED;
     if (isEmpty(name))
         return ZEL_XML_TAG_NOT_DEFINED;
-    return added(m_current.append_child(name)
-                     .append_child(pugi::node_pcdata)
-                     .set_value(xmlText(value).c_str()));
+    appendText(appendElement(m_current, name), xmlText(value).c_str());
+    return added();
 }
 
 std::int32_t PugiXmlComposer::addComment(const std::string& text)
 {
-    return added(m_current.append_child(pugi::node_comment).set_value(xmlText(text).c_str()));
+    appendText(m_current, xmlText(text).c_str(), pugi::node_comment);
+    return added();
 }
 
 void PugiXmlComposer::saveDocument(pugi::xml_writer& writer) const
@@ -143,11 +146,13 @@ void PugiXmlComposer::saveDocument(pugi::xml_writer& writer) const
     m_document.save(writer, " ", pugi::format_raw, pugi::encoding_auto);
 }
 
-// The library refuses, for instance, text beside the root element and what there is no memory for.
-std::int32_t PugiXmlComposer::added(bool isDone)
+bool PugiXmlComposer::isOutside() const
 {
-    if (!isDone)
-        return ZEL_FAILED;
+    return m_current.type() == pugi::node_document;
+}
+
+std::int32_t PugiXmlComposer::added()
+{
     countItem();
     return ZEL_OK;
 }

@@ -43,7 +43,9 @@ private:
     /// Called once for everything that was added.
     virtual void countItem() {}
 
-    std::int32_t added(bool isDone);
+    /// Nothing is written yet, or the root is closed: texts and attributes have no place.
+    bool isOutside() const;
+    std::int32_t added();
 
     pugi::xml_document m_document;
     pugi::xml_node m_current = m_document;

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <string>
 
 namespace zel {
@@ -49,6 +50,8 @@ bool loadXml(pugi::xml_document& document, Bytes text, unsigned options)
         return false;
     }
     const pugi::xml_parse_result parsed = document.load_buffer(text.data(), text.size(), options);
+    if (parsed.status == pugi::status_out_of_memory)
+        throw std::bad_alloc{};
     if (!parsed)
         lastError().note(parsed.description(), parsed.offset);
     return parsed;

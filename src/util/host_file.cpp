@@ -3,10 +3,12 @@
 #include "process_wide.h"
 #include "ZEL_VR_Framework.h"
 
+#include <exception>
 #include <fstream>
 #include <map>
 #include <mutex>
 #include <system_error>
+#include <utility>
 
 namespace zel {
 
@@ -77,7 +79,14 @@ HostFileWriter::HostFileWriter(const std::filesystem::path& file) : m_file(file)
         const OutputFile::Opening opening = m_output.open(m_file);
         if (opening == OutputFile::Opening::failed)
             return;
-        join(m_output.identity(), opening == OutputFile::Opening::made);
+        const bool isMade = opening == OutputFile::Opening::made;
+        try {
+            join(m_output.identity(), isMade);
+        } catch (const std::exception&) {
+            if (isMade)
+                m_output.closeAndRemoveEmpty(m_file);
+            throw;
+        }
         // Whoever made it may have removed it before this writer was known to it. Some network file
         // systems do not know a file again.
         if (m_output.isAt(m_file) || attempt == kAttempts)
@@ -104,16 +113,17 @@ std::int32_t HostFileWriter::write(const void* data, std::size_t size)
 
 void HostFileWriter::join(FileIdentity identity, bool isMade)
 {
-    const std::filesystem::path madeAs = isMade ? OutputFile::realName(m_file) : m_file;
+    std::filesystem::path madeAs = isMade ? OutputFile::realName(m_file) : m_file;
+    auto fresh = std::make_shared<Shared>();
     const std::lock_guard lock{openFiles().mutex};
     std::shared_ptr<Shared>& shared = openFiles().files[identity];
     if (!shared)
-        shared = std::make_shared<Shared>();
+        shared = std::move(fresh);
     m_identity = identity;
     m_shared = shared;
     ++shared->writers;
     if (isMade)
-        shared->madeAs = madeAs;
+        shared->madeAs = std::move(madeAs);
 }
 
 void HostFileWriter::leave()
