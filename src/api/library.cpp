@@ -3,6 +3,7 @@
 #include "cancellation.h"
 #include "host_facts.h"
 #include "last_error_stores.h"
+#include "mutex.h"
 #include "process_wide.h"
 #include "requestor_registry.h"
 #include "system_manager.h"
@@ -28,7 +29,7 @@ struct alignas(64) Counter {
 /// A forked child has one of its own, and nothing of its parent's: it does not have the threads
 /// that belong to the manager, and ending the connections would end them for the parent.
 struct Frame {
-    std::mutex mutex;
+    Mutex mutex;
 
     // under mutex
     sys::clWsa wsa;

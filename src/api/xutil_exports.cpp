@@ -1,5 +1,6 @@
 #include "call_pattern.h"
 #include "library_version.h"
+#include "mutex.h"
 #include "process_wide.h"
 #include "units.h"
 #include "xml_loading.h"
@@ -26,7 +27,7 @@ public:
     }
 
 private:
-    std::mutex m_mutex;
+    Mutex m_mutex;
     std::array<char, 32> m_text{};
 };
 

@@ -2,10 +2,10 @@
 
 #include "datagram_handler.h"
 #include "multicast_server.h"
+#include "mutex.h"
 
 #include <compare>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <vector>
@@ -43,7 +43,7 @@ private:
 
     iDatagramHandler& m_handler;
 
-    std::mutex m_mutex;
+    Mutex m_mutex;
     std::set<Membership> m_joined; // under m_mutex
 
     bool m_isStarted = false; // fixed at construction

@@ -2,11 +2,11 @@
 
 #include "datagram_receiver.h"
 #include "host_adapters.h"
+#include "mutex.h"
 #include "socket_library.h"
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace zel::communication {
@@ -61,7 +61,7 @@ private:
     sys::NativeSocket m_receiveSocket = sys::kNoSocket; // the receiver's
     std::error_code m_shortage;
 
-    std::mutex m_sendMutex;
+    Mutex m_sendMutex;
     sys::NativeSocket m_sendSocket = sys::kNoSocket; // used under the mutex
 };
 

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <new>
 
+#include "mutex.h"
 #include "process_wide.h"
 
 namespace zel {
@@ -44,7 +45,7 @@ public:
     }
 
 private:
-    std::mutex m_mutex;
+    Mutex m_mutex;
     std::array<std::byte*, 4> m_blocks{};
     std::size_t m_count = 0;
 };

@@ -2,11 +2,11 @@
 
 #include "datagram_handler.h"
 #include "datagram_receiver.h"
+#include "mutex.h"
 #include "socket_library.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 
 namespace zel {
 
@@ -41,7 +41,7 @@ private:
     iDatagramHandler& m_handler;
     communication::DatagramReceiver m_receiver;
 
-    std::mutex m_sendMutex;
+    Mutex m_sendMutex;
     sys::NativeSocket m_sendSocket = sys::kNoSocket; // fixed at construction; used under the mutex
 };
 

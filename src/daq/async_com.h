@@ -1,11 +1,11 @@
 #pragma once
 
 #include "async_method_request.h"
+#include "mutex.h"
 
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 namespace zel {
@@ -33,7 +33,7 @@ private:
 
     const RequestPath m_path;
 
-    std::mutex m_mutex;
+    Mutex m_mutex;
     std::map<std::uint32_t, std::unique_ptr<clAsyncMthdReqrSrv>> m_pending; // under m_mutex
 };
 

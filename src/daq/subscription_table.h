@@ -1,12 +1,12 @@
 #pragma once
 
 #include "method_request.h"
+#include "mutex.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 
 #include <pugixml.hpp>
@@ -45,7 +45,7 @@ private:
         const std::uint64_t openedAs;
 
         // any thread, under its mutex
-        std::mutex mutex;
+        Mutex mutex;
         pugi::xml_document document; // under construction; empty once it has been sent
         std::uint32_t signalCount = 0;
     };
@@ -60,7 +60,7 @@ private:
     std::unordered_map<std::uint64_t, std::shared_ptr<Entry>> m_entries;
     std::map<std::uint64_t, std::uint64_t> m_byAge; // the UUIDs, in the order of opening
     std::uint64_t m_opened = 0;
-    std::mutex m_mutex;
+    Mutex m_mutex;
 };
 
 } // namespace zel

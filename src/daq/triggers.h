@@ -1,14 +1,13 @@
 #pragma once
 
 #include "method_request.h"
+#include "mutex.h"
 #include "ZEL_VR_Framework.h"
 
 #include <chrono>
 #include <compare>
-#include <condition_variable>
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -71,8 +70,8 @@ private:
     /// Sleeps until then: ZEL_OK, or why the wait is over before.
     std::int32_t sleepUntil(Deadline time, const Activation& activation);
 
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
+    Mutex m_mutex;
+    ConditionVariable m_changed;
 
     // under m_mutex
     std::map<Trigger, std::uint64_t> m_active; // with the numbers of their activations

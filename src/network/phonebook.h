@@ -1,12 +1,12 @@
 #pragma once
 
 #include "byte_cursor.h"
+#include "mutex.h"
 
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -65,7 +65,7 @@ private:
     };
 
     // under m_mutex
-    mutable std::mutex m_mutex;
+    mutable Mutex m_mutex;
     std::map<std::uint32_t, std::map<std::uint64_t, Module>> m_adapters;
     std::uint64_t m_latestScan = 0;
     std::set<std::uint64_t> m_scans; // under way

@@ -2,6 +2,7 @@
 
 #include "host_file.h"
 #include "method_call.h"
+#include "mutex.h"
 #include "process_wide.h"
 #include "request_document.h"
 #include "ZEL_VR_Framework.h"
@@ -31,9 +32,9 @@ constexpr Image kImages[] = {
     {"FirmwareUpdate.xml", 11, "", 100000},
 };
 
-std::mutex& transferMutex()
+Mutex& transferMutex()
 {
-    static ProcessWide<std::mutex> mutex;
+    static ProcessWide<Mutex> mutex;
     return *mutex;
 }
 

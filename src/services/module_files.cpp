@@ -2,6 +2,7 @@
 
 #include "host_file.h"
 #include "method_call.h"
+#include "mutex.h"
 #include "process_wide.h"
 #include "request_document.h"
 #include "ZEL_VR_Framework.h"
@@ -43,11 +44,11 @@ public:
 
 private:
     struct Transfer {
-        std::mutex mutex;
+        Mutex mutex;
         unsigned threads = 0; // that have it or wait for it; under Transfers::mutex
     };
     struct Transfers {
-        std::mutex mutex;
+        Mutex mutex;
         std::map<std::uint64_t, Transfer> ofModules; // under mutex
     };
 

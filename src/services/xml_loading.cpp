@@ -1,5 +1,6 @@
 #include "xml_loading.h"
 
+#include "mutex.h"
 #include "process_wide.h"
 
 #include <algorithm>
@@ -30,7 +31,7 @@ public:
     const char* text() const { return m_text.data(); }
 
 private:
-    std::mutex m_mutex; // keeps failures apart; who reads the text meanwhile is the host's affair
+    Mutex m_mutex; // keeps failures apart; who reads the text meanwhile is the host's affair
     std::array<char, 256> m_text{};
 };
 

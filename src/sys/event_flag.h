@@ -1,9 +1,9 @@
 #pragma once
 
+#include "mutex.h"
+
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
 
 namespace zel::sys {
 
@@ -19,8 +19,8 @@ public:
     bool isSet() const { return m_isSet.load(std::memory_order_acquire); }
 
 private:
-    std::mutex m_mutex;
-    std::condition_variable m_condition;
+    Mutex m_mutex;
+    ConditionVariable m_condition;
     std::atomic<bool> m_isSet = false; // written under m_mutex
 };
 

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "event_log.h"
+#include "mutex.h"
 #include "native_socket.h"
 #include "timer_queue.h"
 
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <system_error>
 #include <thread>
@@ -112,7 +112,7 @@ private:
     std::unique_ptr<PortTwin> m_port;
 
     // any thread; callbacks run with it held
-    std::recursive_mutex m_mutex;
+    RecursiveMutex m_mutex;
     Events m_events;
     std::atomic<std::thread::id> m_dispatcher{}; // written under m_mutex
     std::vector<EventId> m_unfinished;           // each once, with room for all events

@@ -1,5 +1,6 @@
 #include "timer_queue.h"
 
+#include "mutex.h"
 #include "timer.h"
 
 #include <exception>
@@ -7,7 +8,7 @@
 
 namespace zel::sys {
 
-TimerQueue::TimerQueue(std::recursive_mutex& loopMutex, std::function<void()> wake)
+TimerQueue::TimerQueue(RecursiveMutex& loopMutex, std::function<void()> wake)
     : m_loopMutex(loopMutex), m_wake(std::move(wake))
 {
 }

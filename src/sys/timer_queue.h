@@ -1,8 +1,9 @@
 #pragma once
 
+#include "mutex.h"
+
 #include <chrono>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <thread>
@@ -19,7 +20,7 @@ public:
 
     /// `loopMutex` is the loop's lock, under which callbacks run; `wake` makes a waiting loop look
     /// at wakeAt() again.
-    TimerQueue(std::recursive_mutex& loopMutex, std::function<void()> wake);
+    TimerQueue(RecursiveMutex& loopMutex, std::function<void()> wake);
 
     /// When the loop must come back at the latest; nothing when no timer asks for it.
     std::optional<Clock::time_point> wakeAt() const;
@@ -42,11 +43,11 @@ private:
     void removeLocked(Timer& timer);
     bool takeDue(Clock::time_point now);
 
-    std::recursive_mutex& m_loopMutex;
+    RecursiveMutex& m_loopMutex;
     const std::function<void()> m_wake;
 
     // any thread, under m_mutex, which is a leaf lock
-    mutable std::mutex m_mutex;
+    mutable Mutex m_mutex;
     Armed m_armed;
     Timer* m_firing = nullptr;
     std::thread::id m_firingThread;

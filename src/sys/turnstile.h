@@ -1,7 +1,8 @@
 #pragma once
 
+#include "mutex.h"
+
 #include <chrono>
-#include <condition_variable>
 #include <mutex>
 
 namespace zel::sys {
@@ -57,8 +58,8 @@ private:
         m_isFree.notify_one();
     }
 
-    std::mutex m_mutex;
-    std::condition_variable m_isFree;
+    Mutex m_mutex;
+    ConditionVariable m_isFree;
     bool m_isTaken = false; // under m_mutex
 };
 

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "mutex.h"
 #include "requestor_context.h"
 #include "requestor_trans.h"
 #include "tcp_telegram_handler.h"
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -57,7 +57,7 @@ private:
     iTransactionHandler* m_transactions = nullptr;
 
     // under m_mutex
-    mutable std::mutex m_mutex;
+    mutable Mutex m_mutex;
     Table m_table;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "event_flag.h"
+#include "mutex.h"
 #include "requestor_registry.h"
 #include "timer.h"
 #include "transaction.h"
@@ -43,7 +44,7 @@ public:
     virtual void wait(sys::EventFlag& isOver) { isOver.wait(); }
 
 protected:
-    using Lock = std::unique_lock<std::recursive_mutex>;
+    using Lock = std::unique_lock<RecursiveMutex>;
 
     clRequestorBase(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop);
 
@@ -80,7 +81,7 @@ private:
     std::uint64_t m_connectionId = 0;
 
     // under m_mutex
-    std::recursive_mutex m_mutex; // an owner may leave while he is called back
+    RecursiveMutex m_mutex; // an owner may leave while he is called back
     bool m_isFinished = false;
     sys::Timer m_timer;
 };

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "label_set.h"
+#include "mutex.h"
 #include "transaction.h"
 
 #include <array>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 namespace zel {
@@ -51,7 +51,7 @@ private:
     std::shared_ptr<clRequestorBase> next(std::size_t& label);
 
     // under m_mutex
-    std::mutex m_mutex;
+    Mutex m_mutex;
     std::array<Slot, 0x10000> m_slots;
     LabelSet m_held;
     LabelSet m_underWay; // taken and not ended yet

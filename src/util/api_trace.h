@@ -1,10 +1,10 @@
 #pragma once
 
+#include "mutex.h"
 #include "trace_script.h"
 #include "trace_sequence.h"
 
 #include <initializer_list>
-#include <mutex>
 
 namespace zel {
 
@@ -34,7 +34,7 @@ public:
     void recordWait(std::uint32_t milliseconds);
 
 private:
-    mutable std::mutex m_mutex;
+    mutable Mutex m_mutex;
     bool m_isEnabled = true;
     TraceScript m_script;
     TraceSequence m_sequence;

@@ -1,5 +1,6 @@
 #include "host_file.h"
 
+#include "mutex.h"
 #include "process_wide.h"
 #include "ZEL_VR_Framework.h"
 
@@ -54,7 +55,7 @@ std::int32_t readHostFile(const std::filesystem::path& file, std::uint64_t large
 }
 
 struct HostFileWriter::Shared {
-    std::mutex writing;
+    Mutex writing;
 
     // under OpenFiles::mutex
     unsigned writers = 0;
@@ -63,7 +64,7 @@ struct HostFileWriter::Shared {
 
 /// The files that writers have open.
 struct HostFileWriter::OpenFiles {
-    std::mutex mutex;
+    Mutex mutex;
     std::map<FileIdentity, std::shared_ptr<Shared>> files; // under mutex
 };
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "mutex.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <list>
@@ -96,8 +98,8 @@ private:
 
     std::size_t (*const m_sizeOf)(const Value&);
 
-    mutable std::mutex m_mutex; // guards all below
-    Entries m_entries;          // the oldest first
+    mutable Mutex m_mutex; // guards all below
+    Entries m_entries;     // the oldest first
     Places m_places;
     std::size_t m_size = 0;
 };

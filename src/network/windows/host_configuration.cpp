@@ -1,5 +1,6 @@
 #include "host_configuration.h"
 
+#include "mutex.h"
 #include "wmi_steps.h"
 
 #include <mutex>
@@ -38,7 +39,7 @@ IWbemServices* connect()
 /// Made by the first success and kept for the life of the process.
 IWbemServices* service()
 {
-    static std::mutex mutex;
+    static Mutex mutex;
     static IWbemServices* kept = nullptr;
     const std::lock_guard lock{mutex};
     if (!kept)
