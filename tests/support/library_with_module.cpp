@@ -75,9 +75,11 @@ void LibraryWithModule::TearDown()
 simulator::Module& LibraryWithModule::addModule(simulator::ModuleSettings settings)
 {
     settings.uuid += m_modules.size();
-    const std::size_t before = processFacts().descriptors;
+    const ProcessFacts before = processFacts();
     simulator::Module& module = m_simulator.addModule(std::move(settings));
-    m_before.descriptors += processFacts().descriptors - before;
+    const ProcessFacts after = processFacts();
+    m_before.descriptors += after.descriptors - before.descriptors;
+    m_before.threads += after.threads - before.threads;
     module.setHandler(kEchoService, kEchoMethod, echoed);
     m_modules.push_back(&module);
     return module;
