@@ -332,7 +332,9 @@ TEST_F(LibraryFrame, StaysStoppedWhenItGetsNoThreadAndStartsWhenItDoes)
     EXPECT_EQ(ZEL_XCOM_Disconnect(42), -1000500);
 }
 
-#ifdef __linux__
+// The address sanitizer needs descriptors of its own to look at objects, and stumbles over the
+// stack of a cancelled thread.
+#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__)
 
 /// While it lives the process can open so many descriptors more.
 class DescriptorsLeft {
@@ -372,10 +374,10 @@ TEST_F(LibraryFrame, SaysThatTheHostHasNoDescriptorsLeft)
             EXPECT_LT(left, 6);
         }
         EXPECT_EQ(zel::manager() != nullptr, left == 6);
-        EXPECT_EQ(ZEL_XCOM_GetNetAdapter(text, &length, sizeof text), left % 6 == 0 ? -1016002 : 0);
     }
     {
         const DescriptorsLeft none{0};
+        EXPECT_EQ(ZEL_XCOM_GetNetAdapter(text, &length, sizeof text), -1016002);
         EXPECT_EQ(ZEL_XCOM_DoNetScan(ZEL_ALL_ADAPTERS, text, &length, sizeof text), -1016002);
         EXPECT_EQ(ZEL_XCOM_ConnectToTcpIpDev("127.0.0.1", 1, &length), -1000620);
     }

@@ -11,7 +11,7 @@
 #ifdef _WIN32
 #include <windows.h>
 typedef HMODULE Library;
-enum { MOST_FOR_EACH = 8192 }; /* its threads leave something with the emulator */
+enum { MOST_FOR_EACH = 4096 }; /* its threads leave something with the emulator */
 #else
 #include <dlfcn.h>
 #include <malloc.h>
@@ -19,7 +19,7 @@ typedef void* Library;
 enum { MOST_FOR_EACH = 24 };
 #endif
 
-enum { LOADS = 30 };
+enum { LOADS = 50 };
 
 static char buffer[1 << 20];
 
