@@ -11,11 +11,15 @@
 #ifdef _WIN32
 #include <windows.h>
 typedef HMODULE Library;
+#define load() LoadLibraryA(ZEL_LIBRARY_FILE)
+#define unload FreeLibrary
 enum { MOST_FOR_EACH = 4096 }; /* its threads leave something with the emulator */
 #else
 #include <dlfcn.h>
 #include <malloc.h>
 typedef void* Library;
+#define load() dlopen(ZEL_LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL)
+#define unload dlclose
 enum { MOST_FOR_EACH = 24 };
 #endif
 
@@ -24,15 +28,6 @@ enum { LOADS = 50 };
 static char buffer[1 << 20];
 
 static void show_state(void) {}
-
-static Library load(void)
-{
-#ifdef _WIN32
-    return LoadLibraryA(ZEL_LIBRARY_FILE);
-#else
-    return dlopen(ZEL_LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL);
-#endif
-}
 
 static int isLoaded(void)
 {
@@ -43,15 +38,6 @@ static int isLoaded(void)
     if (library)
         dlclose(library);
     return library != NULL;
-#endif
-}
-
-static void unload(Library library)
-{
-#ifdef _WIN32
-    FreeLibrary(library);
-#else
-    dlclose(library);
 #endif
 }
 
