@@ -23,7 +23,9 @@
  * request with a code of its own where it refuses it; ZEL_XUTIL_GetText knows the text of both,
  * ZEL_XPAR_GetLastErrMsgByUuid the module's explanation. Every export that returns a result may
  * give ZEL_SYS_NO_OBJECT where memory or descriptors run out; its description names the code where
- * there are other reasons. Two words stand for groups of codes in the descriptions of the exports:
+ * there are other reasons. A connection on which an answer comes that there is no memory for ends,
+ * and what waits on it gives ZEL_CONN_RECEIVE_FAILED; a scan misses such an answer. Two words
+ * stand for groups of codes in the descriptions of the exports:
  *
  *  - "started codes": ZEL_SYS_NOT_STARTED, which always comes before every other check, and
  *    ZEL_SYS_BAD_PARAMETER for a null pointer, which always comes before anything is sent;
