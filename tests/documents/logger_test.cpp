@@ -1,6 +1,6 @@
 #include "logger.h"
 
-#include <cctype>
+#include <regex>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -18,31 +18,9 @@ struct Streams {
     std::string error;
 };
 
-bool isTimeAt(const std::string& text, std::size_t at)
-{
-    if (at + 9 > text.size())
-        return false;
-    for (std::size_t i = 0; i < 9; ++i) {
-        const bool isDigit = std::isdigit(static_cast<unsigned char>(text[at + i])) != 0;
-        const char expected = "dd:dd:dd "[i];
-        if (expected == 'd' ? !isDigit : text[at + i] != expected)
-            return false;
-    }
-    return true;
-}
-
 std::string withoutTimes(const std::string& text)
 {
-    std::string plain;
-    for (std::size_t at = 0; at < text.size();) {
-        if (isTimeAt(text, at)) {
-            plain += "T ";
-            at += 9;
-        } else {
-            plain += text[at++];
-        }
-    }
-    return plain;
+    return std::regex_replace(text, std::regex{"\\d\\d:\\d\\d:\\d\\d "}, "T ");
 }
 
 template <class Work>

@@ -114,29 +114,17 @@ TEST_F(MeasuredValues, EvenlySampledRecordsOfEveryTypeAndKind)
         const char* digits; // of the data type
         std::string first;
         std::string second;
-        std::string before[2]; // extra values of kind 2
+        std::string before0, before1; // extra values of kind 2
     };
     const Case cases[]{
-        {"Int32",
-         "14",
-         "ffffffff ffffffff 00000000",
-         "00000001",
-         {"7fffffff 00000000", "00000000 00000000"}},
-        {"Int64",
-         "18",
-         "ffffffffffffffff ffffffffffffffff 0000000000000000",
-         "0000000000000001",
-         {"7fffffffffffffff", "0000000000000000"}},
-        {"Float32",
-         "24",
-         "bf800000 bf000000 00000000",
-         "3f000000",
-         {"7f7fffff 00000000", "00000000 00000000"}},
-        {"Float64",
-         "28",
-         "bff0000000000000 bfe0000000000000 0000000000000000",
-         "3fe0000000000000",
-         {"7fefffffffffffff", "0000000000000000"}},
+        {"Int32", "14", "ffffffff ffffffff 00000000", "00000001", "7fffffff 00000000",
+         "00000000 00000000"},
+        {"Int64", "18", "ffffffffffffffff ffffffffffffffff 0000000000000000", "0000000000000001",
+         "7fffffffffffffff", "0000000000000000"},
+        {"Float32", "24", "bf800000 bf000000 00000000", "3f000000", "7f7fffff 00000000",
+         "00000000 00000000"},
+        {"Float64", "28", "bff0000000000000 bfe0000000000000 0000000000000000", "3fe0000000000000",
+         "7fefffffffffffff", "0000000000000000"},
     };
     setSync1({{"SampleRate", "300"}, {"Waveform", "Counter"}, {"Factor", "0.5"}, {"Offset", "-1"}});
     for (const Case& type : cases) {
@@ -149,10 +137,10 @@ TEST_F(MeasuredValues, EvenlySampledRecordsOfEveryTypeAndKind)
             const std::string rate = "00000000000493e0"; // 300000 mHz
             EXPECT_EQ(fetchDigits(),
                       hex(unhex("0" + kind + type.digits + "4567 00000003" + kBeginDigits +
-                                (kind == "1" ? rate : type.before[0]) + type.first + //
-                                "0" + kind + type.digits + "4567 00000001" +         //
-                                "16345785d9389680" +                                 // + 10 ms
-                                (kind == "1" ? rate : type.before[1]) + type.second)));
+                                (kind == "1" ? rate : type.before0) + type.first + //
+                                "0" + kind + type.digits + "4567 00000001" +       //
+                                "16345785d9389680" +                               // + 10 ms
+                                (kind == "1" ? rate : type.before1) + type.second)));
             EXPECT_EQ(fetchDigits(), "") << "all is fetched";
         }
     }
@@ -173,27 +161,18 @@ TEST_F(MeasuredValues, TimeStampedRecordsOfEveryTypeAndKind)
         const char* digits;
         const char* high;
         const char* low;
-        const char* before[2];
+        const char *before0, *before1;
     };
     const Case cases[]{
-        {"Int64",
-         "50",
-         "0000000000000003",
-         "fffffffffffffffd",
-         {"7fffffffffffffff", "0000000000000003"}},
-        {"Int32", "5c", "00000003", "fffffffd", {"7f7fffff 00000000", "40200000 00000000"}},
-        {"Float64",
-         "60",
-         "4004000000000000",
-         "c004000000000000",
-         {"7fefffffffffffff", "4004000000000000"}},
-        {"Float32", "6c", "40200000", "c0200000", {"7f7fffff 00000000", "40200000 00000000"}},
-        {"UInt64",
-         "e0",
-         "0000000000000003",
-         "0000000000000000",
-         {"ffffffffffffffff", "0000000000000003"}},
-        {"UInt32", "ec", "00000003", "00000000", {"ffffffff 00000000", "00000003 00000000"}},
+        {"Int64", "50", "0000000000000003", "fffffffffffffffd", "7fffffffffffffff",
+         "0000000000000003"},
+        {"Int32", "5c", "00000003", "fffffffd", "7f7fffff 00000000", "40200000 00000000"},
+        {"Float64", "60", "4004000000000000", "c004000000000000", "7fefffffffffffff",
+         "4004000000000000"},
+        {"Float32", "6c", "40200000", "c0200000", "7f7fffff 00000000", "40200000 00000000"},
+        {"UInt64", "e0", "0000000000000003", "0000000000000000", "ffffffffffffffff",
+         "0000000000000003"},
+        {"UInt32", "ec", "00000003", "00000000", "ffffffff 00000000", "00000003 00000000"},
     };
     const std::string channel = "Amplifier/Connector2/Mode/CanBus/CanInChannel3/";
     const std::string reference = "CanReceiver_Connector1.Decoder2.Signal0";
@@ -218,12 +197,12 @@ TEST_F(MeasuredValues, TimeStampedRecordsOfEveryTypeAndKind)
             advance(10);
             m_now += times.at(1) - 10 * kMillisecond - 1;
             EXPECT_EQ(fetchDigits(), hex(unhex(head + "00000001" + time(0) +
-                                               (kind == "1" ? "0000000000000000" : type.before[0]) +
+                                               (kind == "1" ? "0000000000000000" : type.before0) +
                                                time(0) + type.high)))
                 << "the second message is one nanosecond away";
             m_now = kBegin + times.at(2);
             EXPECT_EQ(fetchDigits(), hex(unhex(head + "00000002" + time(1) +
-                                               (kind == "1" ? "0000000000000000" : type.before[1]) +
+                                               (kind == "1" ? "0000000000000000" : type.before1) +
                                                time(1) + type.low + time(2) + type.high)));
         }
     }
