@@ -100,8 +100,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool isLong = in.u8() % 2 == 1;
     Context context;
     sys::EventLoop loop;
-    Call call{{kModule, 1, 10}, loop, context};
-    call.prepare(makeMethodRequest({kModule, 1, 10}, std::string(isLong ? 200000 : 10, 'x')));
+    Call call{{kModule, {1, 10}}, loop, context};
+    call.prepare(makeMethodRequest({kModule, {1, 10}}, std::string(isLong ? 200000 : 10, 'x')));
     call.sendRequest();
     // On the loop's thread, as telegrams come.
     sys::Timer arrival{loop};
