@@ -44,7 +44,7 @@ private:
     // Constructed in this order, destroyed in the reverse one.
     sys::EventLoop m_loop;
     LoopThread m_loopThread;
-    clConHndlr m_connections;
+    clConHndlr m_connections{m_loop};
     clTransactionHandlerRequestorOnly m_transactions;
     clMulticastServer m_multicasts;
     clUDPConnection m_broadcasts;

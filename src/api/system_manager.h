@@ -24,25 +24,24 @@ public:
     clSystemMgr& operator=(const clSystemMgr&) = delete;
 
     /// The way of ordinary requests: over the connection of the module.
-    RequestPath modules() { return {m_client.connections(), m_client.loop()}; }
+    RequestPath modules() { return {m_client.connections()}; }
 
     // The ways to modules that are not connected.
     MulticastContext byMulticast(std::optional<std::uint32_t> interfaceIndex = {})
     {
-        return MulticastContext{m_client.multicasts(), interfaceIndex};
+        return MulticastContext{m_client.loop(), m_client.multicasts(), interfaceIndex};
     }
     BroadcastContext byBroadcast(std::optional<std::uint32_t> interfaceIndex = {})
     {
-        return BroadcastContext{m_client.broadcasts(), interfaceIndex};
+        return BroadcastContext{m_client.loop(), m_client.broadcasts(), interfaceIndex};
     }
 
     DatagramWays byDatagram()
     {
-        return {m_client.multicasts(), m_client.broadcasts(), m_client.loop()};
+        return {m_client.loop(), m_client.multicasts(), m_client.broadcasts()};
     }
 
     const std::shared_ptr<clPhonebook>& phonebook() { return m_phonebook; }
-    sys::EventLoop& loop() { return m_client.loop(); }
     clConHndlr& connections() { return m_client.connections(); }
     clAsyncCom& asyncReads() { return m_asyncReads; }
     SubscriptionTable& subscriptions() { return m_subscriptions; }
@@ -57,7 +56,7 @@ private:
     // Constructed in this order, destroyed in the reverse one.
     SpareBlocks m_spareBlocks;
     Client m_client;
-    clAsyncCom m_asyncReads{modules()};
+    clAsyncCom m_asyncReads{m_client.connections()};
     // A scan's requests may take answers a little longer than the scan itself.
     std::shared_ptr<clPhonebook> m_phonebook = std::make_shared<clPhonebook>();
     SubscriptionTable m_subscriptions;

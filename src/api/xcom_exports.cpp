@@ -16,7 +16,7 @@ using namespace zel;
 int32_t ZEL_XCOM_ConnectToTcpIpDev(const char* address, uint16_t port, uint64_t* uuid)
 {
     return forward({address, uuid}, [&](clSystemMgr& mgr) {
-        return connectToModule(mgr.connections(), mgr.loop(), address, port, *uuid);
+        return connectToModule(mgr.connections(), address, port, *uuid);
     });
 }
 
@@ -66,7 +66,7 @@ std::int32_t scanAndList(clSystemMgr& mgr, std::uint32_t adapter, List&& list)
     MulticastContext multicast = mgr.byMulticast(interfaceIndex);
     BroadcastContext broadcast = mgr.byBroadcast(interfaceIndex);
     const clPhonebook::Scan found{mgr.phonebook(), interfaceIndex};
-    network::scan(found, {multicast, broadcast, mgr.loop()});
+    network::scan(found, {multicast, broadcast});
     return list(found);
 }
 

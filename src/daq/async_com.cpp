@@ -22,14 +22,18 @@ std::int32_t clAsyncCom::startBlock(std::uint64_t uuid, const AsyncBuffer& buffe
                                     std::uint32_t& handle)
 {
     const MethodAddress address{uuid, wire::MeasurementMethod::readBlock};
-    auto request = std::make_unique<clAsyncMthdReqrSrv>(address, buffer, m_path);
-    request->prepare(makeMethodRequest(address, daq::blockRequest(buffer.size)));
-    const std::uint32_t label = request->label();
+    auto data = makeMethodRequest(address, daq::blockRequest(buffer.size));
+    const auto request = std::make_shared<clAsyncMthdReqrSrv>(address, buffer, m_context);
+    if (!request->label())
+        return ZEL_SYS_NO_OBJECT;
+    const std::uint32_t label = *request->label();
     {
         const std::lock_guard lock{m_mutex};
-        m_pending.erase(label);
-        request->sendRequest();
-        m_pending.emplace(label, std::move(request));
+        auto& pending = m_pending[label];
+        if (pending)
+            pending->giveUp();
+        pending = request;
+        request->send(std::move(data));
     }
     handle = label;
     log([&] { return "ZEL_XDAQ_Async_GetMeasValBlock (Request) Handle=" + std::to_string(label); });
@@ -58,6 +62,7 @@ std::int32_t clAsyncCom::take(std::uint32_t handle, std::optional<std::uint32_t>
         if (const auto found = m_pending.find(handle); found != m_pending.end()) {
             clAsyncMthdReqrSrv& request = *found->second;
             result = milliseconds ? request.wait(*milliseconds) : request.wait();
+            request.giveUp();
             m_pending.erase(found);
         }
     }

@@ -13,13 +13,14 @@ namespace zel {
 /// The asynchronous reads that are under way, by their handles.
 ///
 /// Its lock is held while a read waits: one read or start at a time. It is taken by callers of the
-/// library only, never inside a callback, so that an entry may be destroyed under it.
+/// library only, never inside a callback.
 class clAsyncCom {
 public:
-    explicit clAsyncCom(const RequestPath& path) : m_path(path) {}
+    explicit clAsyncCom(iRequestorContext& context) : m_context(context) {}
 
     /// Sends a block request. Its handle is its transaction's label: an older read that nobody
-    /// collected is given up when its handle comes round again.
+    /// collected is given up when its handle comes round again, which is when every other one is
+    /// in use. ZEL_SYS_NO_OBJECT when each belongs to a request under way.
     std::int32_t startBlock(std::uint64_t uuid, const AsyncBuffer& buffer, std::uint32_t& handle);
 
     /// The result of a read, whose handle is used up, also when the time was over first and the
@@ -31,10 +32,13 @@ public:
 private:
     std::int32_t take(std::uint32_t handle, std::optional<std::uint32_t> milliseconds);
 
-    const RequestPath m_path;
+    using Pending = std::map<std::uint32_t, std::shared_ptr<clAsyncMthdReqrSrv>>;
 
+    iRequestorContext& m_context;
+
+    // under m_mutex
     Mutex m_mutex;
-    std::map<std::uint32_t, std::unique_ptr<clAsyncMthdReqrSrv>> m_pending; // under m_mutex
+    Pending m_pending;
 };
 
 } // namespace zel

@@ -20,23 +20,17 @@ void log(Compose&& compose)
 } // namespace
 
 clAsyncMthdReqrSrv::clAsyncMthdReqrSrv(const MethodAddress& address, const AsyncBuffer& buffer,
-                                       const RequestPath& path)
-    : clMthdReqrSrv(address, path.loop, path.context), m_buffer(buffer)
+                                       iRequestorContext& context)
+    : m_call(address, context), m_buffer(buffer)
 {
 }
 
-clAsyncMthdReqrSrv::~clAsyncMthdReqrSrv()
+void clAsyncMthdReqrSrv::send(std::shared_ptr<const clTxTelContainer> request)
 {
-    // Waits for a callback that is just writing to the caller's buffer.
-    dropRequestor();
-}
-
-void clAsyncMthdReqrSrv::completed(std::int32_t result)
-{
-    logFailure(result);
-    log([&] { return "(Failure): Result=" + std::to_string(result); });
-    m_result = result;
-    m_isOver.set();
+    m_call.prepare(std::move(request));
+    const std::int32_t result = m_call.sendRequest(shared_from_this());
+    if (result != ZEL_OK)
+        completed(result);
 }
 
 void clAsyncMthdReqrSrv::delivered(std::unique_ptr<clRxTelContainer> response,
@@ -45,7 +39,7 @@ void clAsyncMthdReqrSrv::delivered(std::unique_ptr<clRxTelContainer> response,
     std::uint64_t length = 0;
     m_result = ZEL_POINTER_NULL;
     if (response) {
-        m_result = evalRespHeader(*response);
+        m_result = m_call.evalRespHeader(*response);
         const Bytes data = response->payload();
         length = data.size();
         *m_buffer.received = length;
@@ -58,6 +52,14 @@ void clAsyncMthdReqrSrv::delivered(std::unique_ptr<clRxTelContainer> response,
         return "(Response): Result=" + std::to_string(m_result) + ", " + std::to_string(length) +
                " bytes of data";
     });
+    m_isOver.set();
+}
+
+void clAsyncMthdReqrSrv::completed(std::int32_t result)
+{
+    m_call.logFailure(result);
+    log([&] { return "(Failure): Result=" + std::to_string(result); });
+    m_result = result;
     m_isOver.set();
 }
 

@@ -3,6 +3,10 @@
 #include "event_flag.h"
 #include "method_request.h"
 
+#include <cstdint>
+#include <memory>
+#include <optional>
+
 namespace zel {
 
 /// Where a caller wants the block of an asynchronous read; his until the read is over.
@@ -12,17 +16,23 @@ struct AsyncBuffer {
     std::uint64_t* received; // gets the length of the reply's data, also when they do not fit
 };
 
-/// A call for a block of measured values that nobody waits for while it is sent. It writes to the
-/// caller's buffer inside the event loop's callbacks, and never after it was destroyed.
-class clAsyncMthdReqrSrv final : public clMthdReqrSrv {
+/// A call for a block of measured values that nobody waits for while it is sent. Its transaction
+/// holds it; what comes is written to the caller's buffer until he gives the read up.
+class clAsyncMthdReqrSrv final : public iTransactionOwner,
+                                 public std::enable_shared_from_this<clAsyncMthdReqrSrv> {
 public:
     clAsyncMthdReqrSrv(const MethodAddress& address, const AsyncBuffer& buffer,
-                       const RequestPath& path);
-    ~clAsyncMthdReqrSrv() override;
+                       iRequestorContext& context);
 
-    void completed(std::int32_t result) override;
     void delivered(std::unique_ptr<clRxTelContainer> response,
                    const TransactionSource& source) override;
+    void completed(std::int32_t result) override;
+
+    std::optional<std::uint16_t> label() const { return m_call.label(); }
+    /// What stands in its way is its result.
+    void send(std::shared_ptr<const clTxTelContainer> request);
+    /// The buffer is the caller's again when it has returned.
+    void giveUp() { m_call.giveUp(); }
 
     /// The result, or ZEL_UTIL_WAIT_TIMEOUT.
     std::int32_t wait(std::uint32_t milliseconds);
@@ -30,6 +40,7 @@ public:
     std::int32_t wait();
 
 private:
+    clMthdReqrSrv m_call;
     const AsyncBuffer m_buffer;
 
     // written before m_isOver is set, read after

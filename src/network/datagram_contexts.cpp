@@ -4,11 +4,9 @@
 
 namespace zel {
 
-std::shared_ptr<clRequestorBase> DatagramContext::createRequestor(std::uint64_t target,
-                                                                  iTransactionOwner& owner,
-                                                                  sys::EventLoop& loop)
+std::shared_ptr<clRequestorBase> DatagramContext::createRequestor(std::uint64_t target)
 {
-    return std::make_shared<clRequestorBroadcast>(target, owner, loop, *this);
+    return std::make_shared<clRequestorBroadcast>(target, m_loop, *this);
 }
 
 std::int32_t MulticastContext::sendDatagram(Bytes telegram)

@@ -10,21 +10,25 @@
 
 namespace zel {
 
-// Two of the ways to modules that are not connected. A request that began through a context does
-// not need it any more. Without an index they go over every adapter.
+// Two of the ways to modules that are not connected. Without an index they go over every adapter.
 
 /// What the two share: each request is one transaction by datagrams.
 class DatagramContext : public iRequestorContext, public iDatagramSender {
 public:
-    std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t target, iTransactionOwner& owner,
-                                                     sys::EventLoop& loop) final;
+    std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t target) final;
+
+protected:
+    explicit DatagramContext(sys::EventLoop& loop) : m_loop(loop) {}
+
+private:
+    sys::EventLoop& m_loop;
 };
 
 class MulticastContext final : public DatagramContext {
 public:
-    explicit MulticastContext(clMulticastServer& server,
-                              std::optional<std::uint32_t> interfaceIndex = {})
-        : m_server(server), m_interfaceIndex(interfaceIndex)
+    MulticastContext(sys::EventLoop& loop, clMulticastServer& server,
+                     std::optional<std::uint32_t> interfaceIndex = {})
+        : DatagramContext(loop), m_server(server), m_interfaceIndex(interfaceIndex)
     {
     }
 
@@ -37,9 +41,9 @@ private:
 
 class BroadcastContext final : public DatagramContext {
 public:
-    explicit BroadcastContext(clUDPConnection& connection,
-                              std::optional<std::uint32_t> interfaceIndex = {})
-        : m_connection(connection), m_interfaceIndex(interfaceIndex)
+    BroadcastContext(sys::EventLoop& loop, clUDPConnection& connection,
+                     std::optional<std::uint32_t> interfaceIndex = {})
+        : DatagramContext(loop), m_connection(connection), m_interfaceIndex(interfaceIndex)
     {
     }
 
@@ -54,19 +58,19 @@ private:
 /// where no multicast could leave; the second attempt goes by broadcast.
 class DatagramWays {
 public:
-    DatagramWays(clMulticastServer& multicasts, clUDPConnection& broadcasts, sys::EventLoop& loop)
-        : m_first(multicasts, broadcasts), m_second(broadcasts), m_loop(loop)
+    DatagramWays(sys::EventLoop& loop, clMulticastServer& multicasts, clUDPConnection& broadcasts)
+        : m_first(loop, multicasts, broadcasts), m_second(loop, broadcasts)
     {
     }
 
     /// Good as long as this object.
-    RequestPath path() { return {m_first, m_loop, &m_second}; }
+    RequestPath path() { return {m_first, &m_second}; }
 
 private:
     class First final : public DatagramContext {
     public:
-        First(clMulticastServer& multicasts, clUDPConnection& broadcasts)
-            : m_multicast(multicasts), m_broadcast(broadcasts)
+        First(sys::EventLoop& loop, clMulticastServer& multicasts, clUDPConnection& broadcasts)
+            : DatagramContext(loop), m_multicast(loop, multicasts), m_broadcast(loop, broadcasts)
         {
         }
 
@@ -79,7 +83,6 @@ private:
 
     First m_first;
     BroadcastContext m_second;
-    sys::EventLoop& m_loop;
 };
 
 } // namespace zel

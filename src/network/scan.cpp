@@ -55,11 +55,11 @@ private:
 
 /// What cannot be sent leaves the scan with what comes otherwise.
 void ask(const std::shared_ptr<clPhonebook>& phonebook, iRequestorContext& way,
-         std::uint32_t context, sys::EventLoop& loop)
+         std::uint32_t context)
 {
     try {
         clMultiMthdReqrSrv::start(kScan, RequestDocument{}.take(),
-                                  std::make_unique<Enter>(phonebook), context, way, loop);
+                                  std::make_unique<Enter>(phonebook), context, way);
     } catch (const std::exception&) {
     }
 }
@@ -85,8 +85,8 @@ void addModule(PugiXmlBufferComposer& document, std::uint32_t address, const Mod
 void scan(const clPhonebook::Scan& scan, const ScanPaths& paths)
 {
     const std::uint32_t context = scan.interfaceIndex().value_or(0);
-    ask(scan.phonebook(), paths.multicast, context, paths.loop);
-    ask(scan.phonebook(), paths.broadcast, context, paths.loop);
+    ask(scan.phonebook(), paths.multicast, context);
+    ask(scan.phonebook(), paths.broadcast, context);
     std::this_thread::sleep_until(std::chrono::steady_clock::now() + waitTime());
 }
 

@@ -15,7 +15,6 @@ namespace zel::network {
 struct ScanPaths {
     iRequestorContext& multicast;
     iRequestorContext& broadcast;
-    sys::EventLoop& loop;
 };
 
 /// Asks for modules and waits 3 seconds, or the milliseconds of the environment variable

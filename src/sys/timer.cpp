@@ -19,9 +19,11 @@ void Timer::prepare(Callback callback)
     m_callback = std::make_shared<const Callback>(std::move(callback));
 }
 
-void Timer::set(std::uint32_t milliseconds, bool repeat, Callback callback)
+void Timer::set(std::uint32_t milliseconds, bool repeat, Callback callback,
+                std::shared_ptr<void> held)
 {
     prepare(std::move(callback));
+    m_held = std::move(held);
     m_period = std::chrono::milliseconds{repeat ? milliseconds : 0};
     restart(milliseconds);
 }
@@ -41,6 +43,11 @@ void Timer::cancel()
 void Timer::stop()
 {
     m_queue.disarm(*this);
+}
+
+void Timer::letGo()
+{
+    m_queue.letGo(*this);
 }
 
 } // namespace zel::sys

@@ -23,13 +23,18 @@ public:
 
     /// Stops counting and makes what is needed to call back: nothing else of a timer needs memory.
     void prepare(Callback callback);
-    void set(std::uint32_t milliseconds, bool repeat, Callback callback);
+    /// `held` is kept while the timer is set, and longer while the callback runs.
+    void set(std::uint32_t milliseconds, bool repeat, Callback callback,
+             std::shared_ptr<void> held = {});
     /// Begins to count anew with the callback as it is.
     void restart(std::uint32_t milliseconds);
     /// Stops counting and calls back with false, if a callback was ever set.
     void cancel();
     /// Stops counting, silently.
     void stop();
+    /// The same without waiting for the callback, which may be running on another thread, or about
+    /// to: for callbacks that work on what the timer held. On any thread.
+    void letGo();
 
 private:
     friend class TimerQueue;
@@ -39,6 +44,7 @@ private:
 
     // under the queue's mutex
     TimerQueue::Place m_place; // while it is prepared and not armed
+    std::shared_ptr<void> m_held;
     bool m_isArmed = false;
     TimerQueue::Clock::time_point m_deadline{};
     std::chrono::milliseconds m_period{0};

@@ -73,12 +73,20 @@ void TimerQueue::disarm(Timer& timer)
     removeLocked(timer);
 }
 
-bool TimerQueue::takeDue(Clock::time_point now)
+void TimerQueue::letGo(Timer& timer)
+{
+    std::shared_ptr<void> held; // goes after the lock
+    const std::lock_guard lock{m_mutex};
+    removeLocked(timer);
+    held.swap(timer.m_held);
+}
+
+std::optional<TimerQueue::Due> TimerQueue::takeDue(Clock::time_point now)
 {
     const std::lock_guard lock{m_mutex};
     if (m_armed.empty() || (*m_armed.begin())->m_deadline > now) {
         m_wakeAt = m_armed.empty() ? std::nullopt : std::optional{(*m_armed.begin())->m_deadline};
-        return false;
+        return {};
     }
     Timer* const timer = *m_armed.begin();
     removeLocked(*timer);
@@ -89,7 +97,7 @@ bool TimerQueue::takeDue(Clock::time_point now)
     }
     m_firing = timer;
     m_firingThread = std::this_thread::get_id();
-    return true;
+    return Due{timer->m_callback, timer->m_held};
 }
 
 void TimerQueue::runDue()
@@ -104,13 +112,13 @@ void TimerQueue::runDue()
         // The loop's lock comes first, so that a timer that disarm() sees firing is called under
         // the lock that disarm() then waits for.
         const std::lock_guard loopLock{m_loopMutex};
-        if (!takeDue(now))
-            return;
         // Held: the callback may set its own timer anew or destroy it.
-        const std::shared_ptr<const Timer::Callback> callback = m_firing->m_callback;
+        const auto due = takeDue(now);
+        if (!due)
+            return;
         try {
-            if (*callback)
-                (*callback)(true);
+            if (*due->callback)
+                (*due->callback)(true);
         } catch (const std::exception&) { // as with events
         }
         const std::lock_guard lock{m_mutex};

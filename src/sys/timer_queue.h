@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <set>
 #include <thread>
@@ -30,6 +31,10 @@ public:
 private:
     friend class Timer;
 
+    struct Due {
+        std::shared_ptr<const std::function<void(bool)>> callback;
+        std::shared_ptr<void> held;
+    };
     struct Earlier {
         bool operator()(const Timer* a, const Timer* b) const;
     };
@@ -40,8 +45,10 @@ private:
     static Place makePlace(Timer& timer);
     void arm(Timer& timer, Clock::time_point deadline);
     void disarm(Timer& timer);
+    void letGo(Timer& timer);
     void removeLocked(Timer& timer);
-    bool takeDue(Clock::time_point now);
+    /// The next timer that is due is firing from now on: its callback, and what that works on.
+    std::optional<Due> takeDue(Clock::time_point now);
 
     RecursiveMutex& m_loopMutex;
     const std::function<void()> m_wake;

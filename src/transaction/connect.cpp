@@ -95,21 +95,21 @@ bool isAlive(const clTcpTelHndlr& connection, clTcpTelHndlr::Clock::time_point s
 
 } // namespace
 
-std::int32_t connectToModule(clConHndlr& connections, sys::EventLoop& loop, const std::string& host,
-                             std::uint16_t port, std::uint64_t& uuid)
+std::int32_t connectToModule(clConHndlr& connections, const std::string& host, std::uint16_t port,
+                             std::uint64_t& uuid)
 {
     const AddressList addresses{host, std::to_string(port)};
     if (addresses.isEmpty())
         return ZEL_TCP_CONNECT_FAILED;
     const AddressList::Entry& address = addresses.first();
-    const RequestPath path{connections, loop};
+    const RequestPath path{connections};
     const auto begun = clTcpTelHndlr::Clock::now();
     const auto known = connections.findByAddress(address.address(), address.length());
     if (known && (known->life() == Life::heard || isAlive(*known, begun, path))) {
         uuid = known->peer();
         return ZEL_OK;
     }
-    auto socket = std::make_shared<SocketNonblocking>(loop);
+    auto socket = std::make_shared<SocketNonblocking>(connections.loop());
     if (socket->connect(address.family, address.address(), address.length()) != 0)
         return ZEL_TCP_CONNECT_FAILED;
     const std::uint64_t peer = resolveAddress(*socket);

@@ -119,17 +119,16 @@ std::vector<std::uint64_t> clConHndlr::uuids() const
     return uuids;
 }
 
-std::shared_ptr<iTelegramSender> clConHndlr::senderTo(std::uint64_t uuid)
+std::shared_ptr<clTcpTelHndlr> clConHndlr::connectionTo(std::uint64_t uuid) const
 {
     const sys::SpinningLock lock{m_mutex};
     const auto found = m_table.find(uuid);
     return found == m_table.end() ? nullptr : found->second;
 }
 
-std::shared_ptr<clRequestorBase>
-clConHndlr::createRequestor(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop)
+std::shared_ptr<clRequestorBase> clConHndlr::createRequestor(std::uint64_t target)
 {
-    return std::make_shared<clRequestorTrans>(target, owner, loop, *this);
+    return std::make_shared<clRequestorTrans>(target, m_loop, connectionTo(target));
 }
 
 } // namespace zel

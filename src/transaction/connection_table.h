@@ -17,9 +17,9 @@ namespace zel {
 /// Its lock guards the map alone. Connections are started and closed outside of it, because both
 /// call into the event loop; each connection has a send lock of its own, so that a module which
 /// takes nothing holds up nobody else.
-class clConHndlr final : public iRequestorContext, public iConnectionFinder {
+class clConHndlr final : public iRequestorContext {
 public:
-    clConHndlr() = default;
+    explicit clConHndlr(sys::EventLoop& loop) : m_loop(loop) {}
     /// Closes every connection and ends what waits on them.
     ~clConHndlr() override;
 
@@ -43,15 +43,18 @@ public:
 
     std::vector<std::uint64_t> uuids() const;
 
-    std::shared_ptr<iTelegramSender> senderTo(std::uint64_t uuid) override;
-    std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t target, iTransactionOwner& owner,
-                                                     sys::EventLoop& loop) override;
+    sys::EventLoop& loop() const { return m_loop; }
+    std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t target) override;
 
 private:
     using Table = std::map<std::uint64_t, Connection>;
 
     Table::const_iterator connectedToLocked(const std::string& peerName) const;
     static void drop(const Connection& connection);
+    /// Null when the module is not connected.
+    Connection connectionTo(std::uint64_t uuid) const;
+
+    sys::EventLoop& m_loop;
 
     // fixed before the first connection
     iTransactionHandler* m_transactions = nullptr;

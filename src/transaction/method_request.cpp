@@ -18,55 +18,66 @@ std::shared_ptr<const clTxTelContainer> makeMethodRequest(const MethodAddress& a
         std::move(requestData));
 }
 
-clMthdReqrSrv::clMthdReqrSrv(const MethodAddress& address, sys::EventLoop& loop,
-                             iRequestorContext& context)
-    : m_address(address), m_requestor(context.createRequestor(address.uuid, *this, loop))
+clMthdReqrSrv::clMthdReqrSrv(const MethodAddress& address, iRequestorContext& context)
+    : m_address(address), m_requestor(context.createRequestor(address.uuid))
 {
 }
-
-clMthdReqrSrv::~clMthdReqrSrv() = default;
 
 void clMthdReqrSrv::prepare(std::shared_ptr<const clTxTelContainer> request)
 {
     m_request = std::move(request);
 }
 
-void clMthdReqrSrv::sendRequest()
+std::int32_t clMthdReqrSrv::sendRequest(std::shared_ptr<iTransactionOwner> owner)
 {
-    if (!m_request) {
-        logTransaction(LogLevel::warning, [] {
-            return std::string{"clMthdReqrSrv::sendRequest(): "} + logText(ZEL_SRV_NO_TELEGRAM);
-        });
-        completed(ZEL_SRV_NO_TELEGRAM);
-        return;
-    }
-    logTransaction(LogLevel::info, [&] {
-        return logName("tx: REQ", "to") + " DatLen: " + std::to_string(m_request->dataSize());
-    });
+    if (!logRequest())
+        return ZEL_SRV_NO_TELEGRAM;
+    return sending([&] { return m_requestor->send(std::move(m_request), std::move(owner)); });
+}
+
+std::int32_t clMthdReqrSrv::sendRequestAndWait(std::shared_ptr<iTransactionOwner> owner,
+                                               sys::EventFlag& isOver)
+{
+    if (!logRequest())
+        return ZEL_SRV_NO_TELEGRAM;
+    return sending(
+        [&] { return m_requestor->sendAndWait(std::move(m_request), std::move(owner), isOver); });
+}
+
+template <class Send>
+std::int32_t clMthdReqrSrv::sending(Send&& send) const
+{
     try {
-        m_requestor->send(std::move(m_request));
+        return send();
     } catch (const std::exception&) {
-        m_requestor->finish(ZEL_SYS_NO_OBJECT);
+        m_requestor->detach();
+        return ZEL_SYS_NO_OBJECT;
     }
 }
 
-void clMthdReqrSrv::sendRequestAndWait(sys::EventFlag& isOver)
+bool clMthdReqrSrv::logRequest() const
 {
-    m_requestor->expectWait();
-    sendRequest();
-    m_requestor->wait(isOver);
+    if (m_request)
+        logTransaction(LogLevel::info, [&] {
+            return logName("tx: REQ", "to") + " DatLen: " + std::to_string(m_request->dataSize());
+        });
+    else
+        logTransaction(LogLevel::warning, [] {
+            return std::string{"clMthdReqrSrv::sendRequest(): "} + logText(ZEL_SRV_NO_TELEGRAM);
+        });
+    return m_request != nullptr;
 }
 
 std::string clMthdReqrSrv::logName(const char* direction, const char* preposition) const
 {
     TextStream text;
-    text << "Srv     : " << direction << " (id=" << label() << ") " << preposition
+    text << "Srv     : " << direction << " (id=" << label().value_or(0) << ") " << preposition
          << " UUID: " << std::hex << m_address.uuid << std::dec << " "
          << wire::logName(m_address.method);
     return text.str();
 }
 
-std::int32_t clMthdReqrSrv::evalRespHeader(clRxTelContainer& response)
+std::int32_t clMthdReqrSrv::evalRespHeader(clRxTelContainer& response) const
 {
     ByteReader in{response.payload()};
     const auto header = MethodResponseHeader::decode(in).value_or(MethodResponseHeader{});

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace zel {
@@ -19,7 +20,6 @@ struct MethodAddress {
 /// context where there is one.
 struct RequestPath {
     iRequestorContext& context;
-    sys::EventLoop& loop;
     iRequestorContext* secondContext = nullptr;
 };
 
@@ -27,40 +27,45 @@ struct RequestPath {
 std::shared_ptr<const clTxTelContainer> makeMethodRequest(const MethodAddress& address,
                                                           std::string requestData);
 
-/// One call of a method of a module: builds the request, checks the response's header, logs both.
-class clMthdReqrSrv : public iTransactionOwner {
+/// One call of a method of a module: sends the request, checks the response's header, logs both.
+/// Belongs to the owner of the transaction, who gets to know what comes of it.
+class clMthdReqrSrv {
 public:
-    clMthdReqrSrv(const MethodAddress& address, sys::EventLoop& loop, iRequestorContext& context);
-    ~clMthdReqrSrv() override;
+    clMthdReqrSrv(const MethodAddress& address, iRequestorContext& context);
     clMthdReqrSrv(const clMthdReqrSrv&) = delete;
     clMthdReqrSrv& operator=(const clMthdReqrSrv&) = delete;
 
     void prepare(std::shared_ptr<const clTxTelContainer> request);
 
-    /// Sends what was prepared; completes with ZEL_SRV_NO_TELEGRAM when nothing was. The outcome
-    /// may come before this returns: ZEL_SYS_NO_OBJECT where there is no memory to send it.
-    void sendRequest();
+    /// Sends what was prepared: see iTransaction::send(). ZEL_SRV_NO_TELEGRAM when nothing was,
+    /// ZEL_SYS_NO_OBJECT where there is no memory to send it.
+    std::int32_t sendRequest(std::shared_ptr<iTransactionOwner> owner);
+    /// The same, and waits until `isOver` is set, as the owner must do when he is called back.
+    std::int32_t sendRequestAndWait(std::shared_ptr<iTransactionOwner> owner,
+                                    sys::EventFlag& isOver);
+    /// The owner leaves: see clRequestorBase::detach().
+    void giveUp() { m_requestor->detach(); }
 
-    /// Sends, and waits until `isOver` is set, as a callback of the derived class must do.
-    void sendRequestAndWait(sys::EventFlag& isOver);
+    /// What tells it apart from all others under way; nothing when it cannot be sent.
+    std::optional<std::uint16_t> label() const { return m_requestor->label(); }
 
-    std::uint16_t label() const { return m_requestor->label(); }
-
-protected:
     /// Takes the response header off, checks it and answers the module's result.
-    std::int32_t evalRespHeader(clRxTelContainer& response);
+    std::int32_t evalRespHeader(clRxTelContainer& response) const;
     void logFailure(std::int32_t result) const;
-    /// No callback comes after it has returned. A derived class calls it in its destructor, so that
-    /// the requestor goes before what it signals.
-    void dropRequestor() { m_requestor->retire(); }
-
-    const MethodAddress m_address;
 
 private:
+    /// False when there is none.
+    bool logRequest() const;
+    /// What throws has not been sent.
+    template <class Send>
+    std::int32_t sending(Send&& send) const;
     std::string logName(const char* direction, const char* preposition) const;
 
-    std::shared_ptr<const clTxTelContainer> m_request;
+    const MethodAddress m_address;
     const std::shared_ptr<clRequestorBase> m_requestor;
+
+    // sending thread only
+    std::shared_ptr<const clTxTelContainer> m_request;
 };
 
 } // namespace zel

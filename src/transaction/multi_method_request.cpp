@@ -6,43 +6,23 @@
 
 namespace zel {
 
-clMultiMthdReqrSrv::clMultiMthdReqrSrv(const MethodAddress& address,
-                                       std::unique_ptr<iMultiMthdFunctor> functor,
-                                       std::uint32_t context, iRequestorContext& way,
-                                       sys::EventLoop& loop)
-    : clMthdReqrSrv(address, loop, way), m_functor(std::move(functor)), m_context(context)
-{
-}
-
-clMultiMthdReqrSrv::~clMultiMthdReqrSrv()
-{
-    dropRequestor();
-}
-
 void clMultiMthdReqrSrv::start(const MethodAddress& address, std::string requestData,
                                std::unique_ptr<iMultiMthdFunctor> functor, std::uint32_t context,
-                               iRequestorContext& way, sys::EventLoop& loop)
+                               iRequestorContext& way)
 {
-    auto telegram = makeMethodRequest(address, std::move(requestData));
-    const std::unique_ptr<clMultiMthdReqrSrv, GiveUp> request{
-        new clMultiMthdReqrSrv(address, std::move(functor), context, way, loop)};
-    request->prepare(std::move(telegram));
-    request->sendRequest();
-}
-
-void clMultiMthdReqrSrv::GiveUp::operator()(clMultiMthdReqrSrv* request) const
-{
-    if (request->m_holders.fetch_sub(1, std::memory_order_acq_rel) == 1)
-        delete request;
-}
-
-void clMultiMthdReqrSrv::completed(std::int32_t result)
-{
+    const auto request =
+        std::make_shared<clMultiMthdReqrSrv>(address, std::move(functor), context, way);
+    request->m_call.prepare(makeMethodRequest(address, std::move(requestData)));
+    const std::int32_t result = request->m_call.sendRequest(request);
     if (result != ZEL_OK)
-        logFailure(result);
-    if (m_functor)
-        m_functor->failed(result, {});
-    GiveUp{}(this);
+        request->completed(result);
+}
+
+clMultiMthdReqrSrv::clMultiMthdReqrSrv(const MethodAddress& address,
+                                       std::unique_ptr<iMultiMthdFunctor> functor,
+                                       std::uint32_t context, iRequestorContext& way)
+    : m_call(address, way), m_functor(std::move(functor)), m_context(context)
+{
 }
 
 void clMultiMthdReqrSrv::delivered(std::unique_ptr<clRxTelContainer> response,
@@ -51,12 +31,20 @@ void clMultiMthdReqrSrv::delivered(std::unique_ptr<clRxTelContainer> response,
     receiveResponse(std::move(response), source);
 }
 
+void clMultiMthdReqrSrv::completed(std::int32_t result)
+{
+    if (result != ZEL_OK)
+        m_call.logFailure(result);
+    if (m_functor)
+        m_functor->failed(result, {});
+}
+
 void clMultiMthdReqrSrv::receiveResponse(std::unique_ptr<clRxTelContainer> response,
                                          const TransactionSource& source)
 {
     std::int32_t result = ZEL_POINTER_NULL;
     if (response) {
-        result = evalRespHeader(*response);
+        result = m_call.evalRespHeader(*response);
         if (m_functor)
             m_functor->responded(result, response->payload(), m_context, source);
     } else if (m_functor) {

@@ -6,47 +6,69 @@
 #include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
+#include <new>
+
 namespace zel {
 
-clRequestorBase::clRequestorBase(std::uint64_t target, iTransactionOwner& owner,
-                                 sys::EventLoop& loop)
-    : m_loop(loop),
-      m_target(target),
-      m_owner(owner),
-      m_label(requestorRegistry().takeLabel()),
-      m_timer(loop)
+clRequestorBase::clRequestorBase(std::uint64_t target, sys::EventLoop& loop)
+    : m_loop(loop), m_target(target), m_label(requestorRegistry().takeLabel()), m_timer(loop)
 {
 }
 
 clRequestorBase::~clRequestorBase()
 {
-    if (!m_isFinished)
-        endLocked(); // nobody else knows it
-    if (m_label)
-        requestorRegistry().giveBackLabel(*m_label);
+    if (!m_label)
+        return;
+    if (!m_isOver)
+        requestorRegistry().endLabel(*m_label);
+    requestorRegistry().giveBackLabel(*m_label);
 }
 
-void clRequestorBase::retire()
+std::int32_t clRequestorBase::sendAndWait(std::shared_ptr<const clTxTelContainer> payload,
+                                          std::shared_ptr<iTransactionOwner> owner,
+                                          sys::EventFlag& isOver)
 {
-    {
-        const Lock lock{m_mutex};
-        if (!m_isFinished)
-            endLocked();
-    }
-    m_timer.stop();
+    const std::int32_t result = send(std::move(payload), std::move(owner));
+    if (result == ZEL_OK)
+        isOver.wait();
+    return result;
 }
 
-std::int32_t clRequestorBase::beginLocked(std::uint64_t connectionId, std::uint32_t milliseconds)
+std::int32_t clRequestorBase::beginLocked(std::shared_ptr<iTransactionOwner> owner,
+                                          std::uint64_t connectionId, std::uint32_t milliseconds)
 {
     if (!m_label)
         return ZEL_SYS_NO_OBJECT;
-    m_timer.set(milliseconds, false, [weak = weak_from_this()](bool expired) {
-        if (const auto self = weak.lock())
-            self->onTimeout(expired);
-    });
+    try {
+        m_timer.set(
+            milliseconds, false, [this](bool expired) { onTimeout(expired); }, shared_from_this());
+    } catch (const std::bad_alloc&) {
+        closeLocked();
+        return ZEL_SYS_NO_OBJECT;
+    }
     m_connectionId = connectionId;
-    requestorRegistry().enter(shared_from_this());
-    return m_loop.canRun() ? ZEL_OK : ZEL_CONN_RECEIVE_FAILED;
+    requestorRegistry().enter(*m_label, shared_from_this());
+    // Asked last: a loop that ends later ends all that is registered.
+    if (!m_loop.canRun()) {
+        closeLocked();
+        return ZEL_CONN_RECEIVE_FAILED;
+    }
+    m_owner = std::move(owner);
+    m_isBeingSent = true;
+    return ZEL_OK;
+}
+
+std::int32_t clRequestorBase::endSending(std::int32_t result)
+{
+    const Lock lock{m_mutex};
+    m_isBeingSent = false;
+    if (m_endWhileSending)
+        return *m_endWhileSending == ZEL_OK ? ZEL_CONN_SEND_FAILED : *m_endWhileSending;
+    if (result == ZEL_OK || m_isOver)
+        return ZEL_OK;
+    closeLocked();
+    m_owner.reset();
+    return result;
 }
 
 void clRequestorBase::restartTimerLocked(std::uint32_t milliseconds)
@@ -54,12 +76,11 @@ void clRequestorBase::restartTimerLocked(std::uint32_t milliseconds)
     m_timer.restart(milliseconds);
 }
 
-void clRequestorBase::endLocked()
+void clRequestorBase::closeLocked()
 {
-    // The timer may go on: stopping it could wait for the loop, which may wait for this lock.
-    m_isFinished = true;
-    if (m_label)
-        requestorRegistry().endLabel(*m_label);
+    m_isOver = true;
+    requestorRegistry().endLabel(*m_label);
+    m_timer.letGo();
 }
 
 void clRequestorBase::finish(std::int32_t result)
@@ -70,23 +91,38 @@ void clRequestorBase::finish(std::int32_t result)
 
 void clRequestorBase::finishLocked(std::int32_t result)
 {
-    if (m_isFinished)
+    if (m_isOver)
         return;
-    endLocked();
-    m_owner.completed(result);
+    closeLocked();
+    const auto owner = std::move(m_owner);
+    if (m_isBeingSent)
+        m_endWhileSending = result;
+    else
+        owner->completed(result);
 }
 
 void clRequestorBase::deliverLocked(std::unique_ptr<clRxTelContainer> response,
                                     const TransactionSource& source)
 {
-    endLocked();
-    m_owner.delivered(std::move(response), source);
+    if (!m_isOver)
+        closeLocked();
+    if (const auto owner = std::move(m_owner))
+        owner->delivered(std::move(response), source);
 }
 
 void clRequestorBase::deliverOneOfManyLocked(std::unique_ptr<clRxTelContainer> response,
                                              const TransactionSource& source)
 {
-    m_owner.delivered(std::move(response), source);
+    m_owner->delivered(std::move(response), source);
+}
+
+void clRequestorBase::detach()
+{
+    std::shared_ptr<iTransactionOwner> owner; // goes after the lock
+    const Lock lock{m_mutex};
+    owner.swap(m_owner);
+    if (owner && !m_isOver)
+        closeLocked();
 }
 
 void clRequestorBase::logSent(TransactionType type) const
@@ -94,7 +130,7 @@ void clRequestorBase::logSent(TransactionType type) const
     logTransaction(LogLevel::info, [&] {
         TextStream line;
         line << "Trans   : tx: Dest: " << std::hex << m_target << std::dec
-             << "  TransLabel: " << label() << " Type: " << transactionTypeName(type);
+             << "  TransLabel: " << label().value_or(0) << " Type: " << transactionTypeName(type);
         return line.str();
     });
 }

@@ -13,6 +13,8 @@
 namespace zel {
 
 /// A transaction of the requesting side: its label, its time limit and its one terminal callback.
+/// Made by an iRequestorContext; used once. It is shared by its owner, by the registry and its
+/// timer while it is under way, and by whoever is just calling it.
 ///
 /// Its lock guards what comes of it: a telegram is handled, a time-out told and the owner called
 /// back with it held. Whoever holds it takes leaf locks only, and sends nothing.
@@ -25,65 +27,63 @@ public:
     clRequestorBase& operator=(const clRequestorBase&) = delete;
 
     std::uint64_t target() const { return m_target; }
-    /// 0 when none was left; then nothing can be sent.
-    std::uint16_t label() const { return m_label.value_or(0); }
+    /// Nothing when each label had a request under way; then it cannot be sent.
+    std::optional<std::uint16_t> label() const { return m_label; }
     /// The connection that it was sent on, 0 when by datagram; fixed before anybody can find it.
     std::uint64_t connectionId() const { return m_connectionId; }
 
+    /// Sends, and waits until the owner, called back, has set the flag. The same codes as send().
+    virtual std::int32_t sendAndWait(std::shared_ptr<const clTxTelContainer> payload,
+                                     std::shared_ptr<iTransactionOwner> owner,
+                                     sys::EventFlag& isOver);
+
     /// Ends the transaction without a response. What comes after the end is ignored.
     void finish(std::int32_t result);
-    /// For the owner who leaves: once it has returned on another thread, the owner is not being
-    /// called back and will not be. Waits for a time-out that is being told; without any lock of
-    /// the transactions.
-    void retire();
-
-    /// Says, before the transaction is sent, that the same thread is going to wait() for it, which
-    /// may be faster then.
-    void expectWait() { m_isWaitExpected = true; }
-    /// Waits for the flag that the owner sets when the transaction is over.
-    virtual void wait(sys::EventFlag& isOver) { isOver.wait(); }
+    /// The owner leaves: once it has returned, he is not being called back and will not be. Not
+    /// from inside such a call.
+    void detach();
 
 protected:
-    using Lock = std::unique_lock<RecursiveMutex>;
+    using Lock = std::unique_lock<Mutex>;
 
-    clRequestorBase(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop);
+    clRequestorBase(std::uint64_t target, sys::EventLoop& loop);
 
     Lock lock() { return Lock{m_mutex}; }
     /// The last step before the first telegram leaves: from now on answers find the transaction,
-    /// and it ends by itself when its time is over. A code when it cannot be.
-    std::int32_t beginLocked(std::uint64_t connectionId, std::uint32_t milliseconds);
+    /// and it ends by itself when its time is over. A code when that cannot be.
+    std::int32_t beginLocked(std::shared_ptr<iTransactionOwner> owner, std::uint64_t connectionId,
+                             std::uint32_t milliseconds);
+    /// What send() answers once the first telegram has left, or else with the code that it could
+    /// not leave for. A transaction that ends before is not told to the owner by a call, but here.
+    std::int32_t endSending(std::int32_t result);
     void restartTimerLocked(std::uint32_t milliseconds);
     void finishLocked(std::int32_t result);
+    /// Whatever comes from now on is nobody's; nothing is told to the owner but by deliverLocked().
+    virtual void closeLocked();
     /// Hands a complete response to the owner.
     void deliverLocked(std::unique_ptr<clRxTelContainer> response, const TransactionSource& source);
     /// Hands an answer to the owner and goes on waiting for more.
     void deliverOneOfManyLocked(std::unique_ptr<clRxTelContainer> response,
                                 const TransactionSource& source);
-    bool isFinishedLocked() const { return m_isFinished; }
+    bool isOverLocked() const { return m_isOver; }
     void logSent(TransactionType type) const;
 
-    bool isWaitExpected() const { return m_isWaitExpected; }
-
 private:
-    /// Whatever comes for it from now on is nobody's.
-    void endLocked();
-
     // fixed at construction
     sys::EventLoop& m_loop;
     const std::uint64_t m_target;
-    iTransactionOwner& m_owner;
     const std::optional<std::uint16_t> m_label;
-
-    // sending thread only
-    bool m_isWaitExpected = false;
 
     // written before it enters the registry
     std::uint64_t m_connectionId = 0;
 
     // under m_mutex
-    RecursiveMutex m_mutex; // an owner may leave while he is called back
-    bool m_isFinished = false;
-    sys::Timer m_timer;
+    Mutex m_mutex;
+    std::shared_ptr<iTransactionOwner> m_owner; // null before, and once he was told the end
+    bool m_isOver = false;
+    bool m_isBeingSent = false;
+    std::optional<std::int32_t> m_endWhileSending;
+    sys::Timer m_timer; // holds this object while it is set
 };
 
 } // namespace zel

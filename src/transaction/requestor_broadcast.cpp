@@ -36,9 +36,9 @@ std::vector<std::byte> requestTelegram(const TransactionHeader& transaction,
 
 } // namespace
 
-clRequestorBroadcast::clRequestorBroadcast(std::uint64_t target, iTransactionOwner& owner,
-                                           sys::EventLoop& loop, iDatagramSender& way)
-    : clRequestorBase(target, owner, loop), m_way(way)
+clRequestorBroadcast::clRequestorBroadcast(std::uint64_t target, sys::EventLoop& loop,
+                                           iDatagramSender& way)
+    : clRequestorBase(target, loop), m_way(way)
 {
 }
 
@@ -49,24 +49,21 @@ bool clRequestorBroadcast::matches(const TransactionSource& source,
            header.type == TransactionType::response && (isForAll() || source.uuid == target());
 }
 
-void clRequestorBroadcast::send(std::shared_ptr<const clTxTelContainer> payload)
+std::int32_t clRequestorBroadcast::send(std::shared_ptr<const clTxTelContainer> payload,
+                                        std::shared_ptr<iTransactionOwner> owner)
 {
-    if (payload->size() > kLargestDatagram - kFraming) {
-        finish(ZEL_CONN_SEND_FAILED);
-        return;
-    }
-    const auto telegram = requestTelegram({TransactionType::request, label(), target()}, *payload);
+    if (payload->size() > kLargestDatagram - kFraming)
+        return ZEL_CONN_SEND_FAILED;
+    const auto telegram =
+        requestTelegram({TransactionType::request, label().value_or(0), target()}, *payload);
     {
         const Lock locked = lock();
-        const std::int32_t result = beginLocked(0, kAnswerMs);
-        if (result != ZEL_OK) {
-            finishLocked(result);
-            return;
-        }
+        const std::int32_t result = beginLocked(std::move(owner), 0, kAnswerMs);
+        if (result != ZEL_OK)
+            return result;
     }
     logSent(TransactionType::request);
-    if (m_way.sendDatagram(telegram) != ZEL_OK)
-        finish(ZEL_CONN_SEND_FAILED);
+    return endSending(m_way.sendDatagram(telegram) == ZEL_OK ? ZEL_OK : ZEL_CONN_SEND_FAILED);
 }
 
 void clRequestorBroadcast::onTimeout(bool expired)
@@ -79,7 +76,7 @@ void clRequestorBroadcast::receive(TransactionType, std::unique_ptr<clRxTelConta
                                    const TransactionSource& source)
 {
     const Lock locked = lock();
-    if (isFinishedLocked())
+    if (isOverLocked())
         return;
     if (isForAll())
         deliverOneOfManyLocked(std::move(telegram), source);

@@ -23,12 +23,12 @@ public:
     static constexpr std::uint32_t kAnswerMs = 3000;
     static constexpr std::size_t kLargestDatagram = 65507;
 
-    /// `way` is used by send() only, and need not live longer.
-    clRequestorBroadcast(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop,
-                         iDatagramSender& way);
+    /// `way` is used by send() only.
+    clRequestorBroadcast(std::uint64_t target, sys::EventLoop& loop, iDatagramSender& way);
 
     bool matches(const TransactionSource& source, const TransactionHeader& header) const override;
-    void send(std::shared_ptr<const clTxTelContainer> payload) override;
+    std::int32_t send(std::shared_ptr<const clTxTelContainer> payload,
+                      std::shared_ptr<iTransactionOwner> owner) override;
     void onTimeout(bool expired) override;
     void receive(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
                  const TransactionSource& source) override;

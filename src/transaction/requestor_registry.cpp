@@ -66,10 +66,11 @@ void RequestorRegistry::giveBackLabel(std::uint16_t label)
         m_held.remove(label);
 }
 
-void RequestorRegistry::enter(const std::shared_ptr<clRequestorBase>& requestor)
+void RequestorRegistry::enter(std::uint16_t label,
+                              const std::shared_ptr<clRequestorBase>& requestor)
 {
     const sys::SpinningLock lock{m_mutex};
-    m_slots[requestor->label()].requestor = requestor;
+    m_slots[label].requestor = requestor;
 }
 
 std::shared_ptr<clRequestorBase> RequestorRegistry::find(std::uint16_t label)

@@ -19,10 +19,10 @@ class clRequestorBase;
 /// here holds the requestor that he gets, so that it outlives the call.
 class RequestorRegistry {
 public:
-    /// The label for the next requestor: the one after the last, but none that somebody has. A
-    /// request may wait for so long that all others come round meanwhile. When nobody is left
-    /// without, that of a request which is over, though its owner keeps it, serves again; nothing
-    /// when each label has a request of its own under way.
+    /// The label for the next requestor: the one after the last, but none that is taken, since a
+    /// request may wait for so long that all others come round meanwhile. When all are taken, one
+    /// whose request is over, though its owner keeps it, serves again; nothing when each has a
+    /// request under way.
     std::optional<std::uint16_t> takeLabel();
     /// The request is over: transactions with this label are nobody's. Once for each label taken.
     void endLabel(std::uint16_t label);
@@ -30,7 +30,7 @@ public:
     void giveBackLabel(std::uint16_t label);
 
     /// From now on transactions may be handed to it, until its label is ended.
-    void enter(const std::shared_ptr<clRequestorBase>& requestor);
+    void enter(std::uint16_t label, const std::shared_ptr<clRequestorBase>& requestor);
 
     /// Hands a received transaction to the requestor that it belongs to, or drops it.
     void dispatch(const TransactionSource& source, std::unique_ptr<clRxTelContainer> telegram);

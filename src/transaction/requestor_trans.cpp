@@ -24,9 +24,36 @@ std::array<std::byte, kLengthField> encodeLength(std::size_t length)
 
 } // namespace
 
-clRequestorTrans::clRequestorTrans(std::uint64_t target, iTransactionOwner& owner,
-                                   sys::EventLoop& loop, iConnectionFinder& connections)
-    : clRequestorBase(target, owner, loop), m_connections(connections)
+/// A connection that the sending thread receives on while this lives.
+class clRequestorTrans::Reception {
+public:
+    Reception() = default;
+    ~Reception()
+    {
+        if (m_connection)
+            m_connection->endReception();
+    }
+    Reception(const Reception&) = delete;
+    Reception& operator=(const Reception&) = delete;
+
+    void begin(const std::shared_ptr<iTelegramSender>& connection)
+    {
+        if (connection->beginReception())
+            m_connection = connection;
+    }
+    void receiveUntil(const sys::EventFlag& flag)
+    {
+        if (m_connection)
+            m_connection->receiveUntil(flag);
+    }
+
+private:
+    std::shared_ptr<iTelegramSender> m_connection; // null while it is not begun
+};
+
+clRequestorTrans::clRequestorTrans(std::uint64_t target, sys::EventLoop& loop,
+                                   const std::shared_ptr<iTelegramSender>& connection)
+    : clRequestorBase(target, loop), m_connection(connection)
 {
 }
 
@@ -38,74 +65,73 @@ bool clRequestorTrans::matches(const TransactionSource& source,
            header.destination == ownUuid();
 }
 
-void clRequestorTrans::Reception::begin(const std::shared_ptr<iTelegramSender>& sender)
+std::int32_t clRequestorTrans::send(std::shared_ptr<const clTxTelContainer> payload,
+                                    std::shared_ptr<iTransactionOwner> owner)
 {
-    if (sender->beginReception())
-        m_sender = sender;
+    return start(payload, std::move(owner), nullptr);
 }
 
-void clRequestorTrans::Reception::receiveUntil(const sys::EventFlag& flag)
+std::int32_t clRequestorTrans::sendAndWait(std::shared_ptr<const clTxTelContainer> payload,
+                                           std::shared_ptr<iTransactionOwner> owner,
+                                           sys::EventFlag& isOver)
 {
-    if (m_sender)
-        m_sender->receiveUntil(flag);
-}
-
-void clRequestorTrans::Reception::end()
-{
-    if (m_sender)
-        m_sender->endReception();
-    m_sender.reset();
-}
-
-void clRequestorTrans::wait(sys::EventFlag& isOver)
-{
-    m_reception.receiveUntil(isOver);
-    m_reception.end();
-    isOver.wait();
-}
-
-void clRequestorTrans::send(std::shared_ptr<const clTxTelContainer> payload)
-{
-    const std::shared_ptr<iTelegramSender> sender = m_connections.senderTo(target());
-    if (!sender) {
-        finish(ZEL_CONN_UNKNOWN_UUID);
-        return;
+    {
+        Reception reception;
+        const std::int32_t result = start(payload, std::move(owner), &reception);
+        if (result != ZEL_OK)
+            return result;
+        reception.receiveUntil(isOver);
     }
+    isOver.wait();
+    return ZEL_OK;
+}
+
+std::int32_t clRequestorTrans::start(const std::shared_ptr<const clTxTelContainer>& payload,
+                                     std::shared_ptr<iTransactionOwner> owner, Reception* reception)
+{
+    const std::shared_ptr<iTelegramSender> connection = m_connection.lock();
+    if (!connection)
+        return ZEL_CONN_UNKNOWN_UUID;
     const std::size_t size = payload->size();
     const bool isSegmented = size > kMaxUnsegmented;
     {
         const Lock locked = lock();
-        m_sender = sender;
         m_state = isSegmented ? State::sendingSegments : State::waitingForAcknowledge;
         m_request = payload;
         m_segmentsEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds{kLongestMs};
-        const std::int32_t result = beginLocked(sender->connectionId(), kAcknowledgeMs);
-        if (result != ZEL_OK) {
-            finishLocked(result);
-            return;
-        }
+        const std::int32_t result =
+            beginLocked(std::move(owner), connection->connectionId(), kAcknowledgeMs);
+        if (result != ZEL_OK)
+            return result;
     }
-    if (isWaitExpected())
-        m_reception.begin(sender);
-    // The answer may be here before the call below has returned: nothing is changed from then on.
-    int result;
-    if (isSegmented) {
-        const auto length = encodeLength(size);
-        result = sendTelegram(*sender, TransactionType::requestSegmentInit, {Bytes{length}, {}});
-    } else {
-        result = sendTelegram(*sender, TransactionType::request, payload->slice(0, size));
-    }
-    if (result != 0)
-        finish(ZEL_CONN_SEND_FAILED);
+    if (reception)
+        reception->begin(connection);
+    if (!isSegmented)
+        return endSending(
+            sendTelegram(*connection, TransactionType::request, payload->slice(0, size)));
+    const auto length = encodeLength(size);
+    return endSending(
+        sendTelegram(*connection, TransactionType::requestSegmentInit, {Bytes{length}, {}}));
 }
 
-int clRequestorTrans::sendTelegram(iTelegramSender& sender, TransactionType type,
-                                   std::array<Bytes, 2> payload)
+std::int32_t clRequestorTrans::sendTelegram(iTelegramSender& connection, TransactionType type,
+                                            const std::array<Bytes, 2>& payload) const
 {
-    const auto header = TransactionHeader{type, label(), target()}.encode();
+    const auto header = TransactionHeader{type, label().value_or(0), target()}.encode();
     logSent(type);
     const std::array<Bytes, 3> parts{Bytes{header}, payload[0], payload[1]};
-    return sender.send(parts);
+    try {
+        return connection.send(parts) == 0 ? ZEL_OK : ZEL_CONN_SEND_FAILED;
+    } catch (const std::bad_alloc&) {
+        return ZEL_SYS_NO_OBJECT;
+    }
+}
+
+void clRequestorTrans::closeLocked()
+{
+    clRequestorBase::closeLocked();
+    m_request.reset();
+    m_response.reset();
 }
 
 void clRequestorTrans::onTimeout(bool expired)
@@ -132,26 +158,24 @@ void clRequestorTrans::onTimeout(bool expired)
 void clRequestorTrans::receive(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
                                const TransactionSource& source)
 {
-    std::shared_ptr<iTelegramSender> sender;
     MaybeReply reply;
     {
         const Lock locked = lock();
-        if (isFinishedLocked())
+        if (isOverLocked())
             return;
-        sender = m_sender.lock();
         reply = takeLocked(type, std::move(telegram), source);
     }
     if (!reply)
         return;
-    const int result = sender ? sendTelegram(*sender, reply->type, reply->payload) : -1;
+    const std::shared_ptr<iTelegramSender> connection = m_connection.lock();
+    const std::int32_t result =
+        connection ? sendTelegram(*connection, reply->type, reply->payload) : ZEL_CONN_SEND_FAILED;
     const Lock locked = lock();
-    if (isFinishedLocked())
-        return;
     // A complete response counts although its last acknowledge may not have left.
-    if (reply->isLast)
-        deliverLocked(std::move(m_response), source);
-    else if (result != 0)
-        finishLocked(ZEL_CONN_SEND_FAILED);
+    if (reply->response)
+        deliverLocked(std::move(reply->response), source);
+    else if (result != ZEL_OK)
+        finishLocked(result);
 }
 
 clRequestorTrans::MaybeReply
@@ -188,7 +212,7 @@ clRequestorTrans::MaybeReply clRequestorTrans::nextSegmentLocked()
     if (m_sent == m_request->size())
         m_state = State::waitingForAcknowledge;
     restartTimerLocked(kAcknowledgeMs);
-    return Reply{TransactionType::requestSegment, segment, m_request, false};
+    return Reply{.type = TransactionType::requestSegment, .payload = segment, .request = m_request};
 }
 
 clRequestorTrans::MaybeReply
@@ -264,8 +288,11 @@ clRequestorTrans::MaybeReply clRequestorTrans::takeSegmentLocked(Bytes segment)
     if (!segment.empty())
         std::memcpy(m_response->writable().data() + m_received, segment.data(), segment.size());
     m_received = needed;
-    if (m_received == m_expected)
-        return Reply{TransactionType::responseSegmentAck, {}, {}, true};
+    if (m_received == m_expected) {
+        Reply last{.type = TransactionType::responseSegmentAck, .response = std::move(m_response)};
+        closeLocked();
+        return last;
+    }
     return acknowledgeSegmentLocked();
 }
 
@@ -276,7 +303,7 @@ clRequestorTrans::MaybeReply clRequestorTrans::acknowledgeSegmentLocked()
         return {};
     }
     restartTimerLocked(kAcknowledgeMs);
-    return Reply{TransactionType::responseSegmentAck, {}, {}, false};
+    return Reply{.type = TransactionType::responseSegmentAck};
 }
 
 } // namespace zel

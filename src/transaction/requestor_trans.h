@@ -7,16 +7,9 @@
 #include <array>
 #include <chrono>
 #include <memory>
+#include <optional>
 
 namespace zel {
-
-/// Finds the connection of a module.
-class iConnectionFinder {
-public:
-    virtual ~iConnectionFinder() = default;
-    /// Null when the module is not connected.
-    virtual std::shared_ptr<iTelegramSender> senderTo(std::uint64_t uuid) = 0;
-};
 
 /// A transaction with one module over its connection: cuts what is too long for a telegram into
 /// segments, puts a segmented response together, waits as long as the module asks for.
@@ -32,12 +25,16 @@ public:
     /// In a row; each gives the module its time for a segment anew.
     static constexpr unsigned kMostEmptySegments = 20;
 
-    clRequestorTrans(std::uint64_t target, iTransactionOwner& owner, sys::EventLoop& loop,
-                     iConnectionFinder& connections);
+    /// Without a connection to the module there is no sender: ZEL_CONN_UNKNOWN_UUID when it sends.
+    clRequestorTrans(std::uint64_t target, sys::EventLoop& loop,
+                     const std::shared_ptr<iTelegramSender>& connection);
 
     bool matches(const TransactionSource& source, const TransactionHeader& header) const override;
-    void send(std::shared_ptr<const clTxTelContainer> payload) override;
-    void wait(sys::EventFlag& isOver) override;
+    std::int32_t send(std::shared_ptr<const clTxTelContainer> payload,
+                      std::shared_ptr<iTransactionOwner> owner) override;
+    std::int32_t sendAndWait(std::shared_ptr<const clTxTelContainer> payload,
+                             std::shared_ptr<iTransactionOwner> owner,
+                             sys::EventFlag& isOver) override;
     void onTimeout(bool expired) override;
     void receive(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
                  const TransactionSource& source) override;
@@ -49,17 +46,21 @@ private:
         waitingForResponse = 4,
         receivingSegments = 5,
     };
-
-    /// What a telegram of the module's is answered with; the request that it is a piece of is held.
+    /// What a telegram of the module's is answered with, and what must live until that has left.
     struct Reply {
         TransactionType type;
-        std::array<Bytes, 2> payload;
-        std::shared_ptr<const clTxTelContainer> request;
-        bool isLast; // the response is complete
+        std::array<Bytes, 2> payload{};
+        std::shared_ptr<const clTxTelContainer> request{}; // that the payload is a piece of
+        std::unique_ptr<clRxTelContainer> response{};      // complete with what is acknowledged
     };
     using MaybeReply = std::optional<Reply>;
+    class Reception;
 
-    int sendTelegram(iTelegramSender& sender, TransactionType type, std::array<Bytes, 2> payload);
+    std::int32_t start(const std::shared_ptr<const clTxTelContainer>& payload,
+                       std::shared_ptr<iTransactionOwner> owner, Reception* reception);
+    std::int32_t sendTelegram(iTelegramSender& connection, TransactionType type,
+                              const std::array<Bytes, 2>& payload) const;
+    void closeLocked() override;
     MaybeReply takeLocked(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
                           const TransactionSource& source);
     MaybeReply nextSegmentLocked();
@@ -71,29 +72,10 @@ private:
     MaybeReply takeSegmentLocked(Bytes segment);
     MaybeReply acknowledgeSegmentLocked();
 
-    /// A connection that the sending thread receives on; ended at the latest with this object.
-    class Reception {
-    public:
-        Reception() = default;
-        ~Reception() { end(); }
-        Reception(const Reception&) = delete;
-        Reception& operator=(const Reception&) = delete;
+    // fixed at construction; a request that is over, but kept, does not keep its connection
+    const std::weak_ptr<iTelegramSender> m_connection;
 
-        void begin(const std::shared_ptr<iTelegramSender>& sender);
-        void receiveUntil(const sys::EventFlag& flag);
-        void end();
-
-    private:
-        std::shared_ptr<iTelegramSender> m_sender; // null while it is not begun
-    };
-
-    // sending thread only
-    iConnectionFinder& m_connections;
-    Reception m_reception;
-
-    // under the lock from send() on
-    // Not held: whoever does not collect an answer must not keep a closed connection's socket.
-    std::weak_ptr<iTelegramSender> m_sender;
+    // under the lock from start() on
     State m_state = State::waitingForAcknowledge;
     std::shared_ptr<const clTxTelContainer> m_request;
     std::size_t m_sent = 0;

@@ -8,34 +8,38 @@ namespace zel {
 
 namespace {
 
-/// One attempt: what the event loop's thread delivers to the waiting one.
-class Attempt final : public clMthdReqrSrv {
+/// One attempt: what the thread that receives the answer leaves for the one that waits for it.
+class Attempt final : public iTransactionOwner, public std::enable_shared_from_this<Attempt> {
 public:
-    using clMthdReqrSrv::clMthdReqrSrv;
-    ~Attempt() override { dropRequestor(); }
-
-    void completed(std::int32_t result) override
-    {
-        logFailure(result);
-        m_result = result;
-        m_isOver.set();
-    }
+    Attempt(const MethodAddress& address, iRequestorContext& context) : m_call(address, context) {}
 
     void delivered(std::unique_ptr<clRxTelContainer> response, const TransactionSource&) override
     {
-        m_result = evalRespHeader(*response);
+        m_result = m_call.evalRespHeader(*response);
         m_response = std::move(response);
         m_isOver.set();
     }
 
-    std::int32_t execute()
+    void completed(std::int32_t result) override
     {
-        sendRequestAndWait(m_isOver);
+        m_call.logFailure(result);
+        m_result = result;
+        m_isOver.set();
+    }
+
+    std::int32_t execute(std::shared_ptr<const clTxTelContainer> request)
+    {
+        m_call.prepare(std::move(request));
+        const std::int32_t result = m_call.sendRequestAndWait(shared_from_this(), m_isOver);
+        if (result != ZEL_OK)
+            completed(result);
         return m_result;
     }
     std::unique_ptr<clRxTelContainer> takeResponse() { return std::move(m_response); }
 
 private:
+    clMthdReqrSrv m_call;
+
     // written before m_isOver is set, read after
     std::int32_t m_result = ZEL_OK;
     std::unique_ptr<clRxTelContainer> m_response;
@@ -66,10 +70,9 @@ std::int32_t clSyncMthdReqrSrv::execute()
 
 std::int32_t clSyncMthdReqrSrv::attempt(iRequestorContext& context)
 {
-    Attempt call{m_address, m_path.loop, context};
-    call.prepare(m_request);
-    const std::int32_t result = call.execute();
-    m_response = call.takeResponse();
+    const auto call = std::make_shared<Attempt>(m_address, context);
+    const std::int32_t result = call->execute(m_request);
+    m_response = call->takeResponse();
     return result;
 }
 

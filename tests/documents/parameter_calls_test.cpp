@@ -41,9 +41,9 @@ class ParameterCalls : public testing::Test {
 protected:
     ParameterCalls()
     {
-        EXPECT_EQ(connectToModule(m_client.connections(), m_client.loop(), m_module.address(),
-                                  m_module.port(), m_uuid),
-                  ZEL_OK);
+        EXPECT_EQ(
+            connectToModule(m_client.connections(), m_module.address(), m_module.port(), m_uuid),
+            ZEL_OK);
         m_module.clearReceived();
     }
     ~ParameterCalls() override { clearLastErrorStores(); }
@@ -84,7 +84,7 @@ protected:
     simulator::Simulator m_simulator;
     simulator::Module& m_module = m_simulator.addModule();
     Client m_client;
-    const RequestPath m_path{m_client.connections(), m_client.loop()};
+    const RequestPath m_path{m_client.connections()};
     std::uint64_t m_uuid = 0;
     std::array<char, 64> m_buffer{};
     std::uint64_t m_length = 0;

@@ -30,9 +30,8 @@ void require(bool holds)
 /// Keeps the request and answers it at once, or knows no such module.
 class Requestor final : public clRequestorBase {
 public:
-    Requestor(iTransactionOwner& owner, sys::EventLoop& loop, std::string& request,
-              const std::string* answer)
-        : clRequestorBase(kModule, owner, loop), m_request(request), m_answer(answer)
+    Requestor(sys::EventLoop& loop, std::string& request, const std::string* answer)
+        : clRequestorBase(kModule, loop), m_request(request), m_answer(answer)
     {
     }
 
@@ -40,17 +39,18 @@ public:
     {
         return false;
     }
-    void send(std::shared_ptr<const clTxTelContainer> payload) override
+    std::int32_t send(std::shared_ptr<const clTxTelContainer> payload,
+                      std::shared_ptr<iTransactionOwner> owner) override
     {
         m_request.clear();
         for (const Bytes part : payload->slice(0, payload->size()))
             m_request.append(reinterpret_cast<const char*>(part.data()), part.size());
         if (!m_answer)
-            return finish(ZEL_CONN_UNKNOWN_UUID);
+            return ZEL_CONN_UNKNOWN_UUID;
         auto response = std::make_unique<clRxTelContainer>(m_answer->size());
         ByteWriter{response->writable()}.bytes(asBytes(m_answer->data(), m_answer->size()));
-        const Lock locked = lock();
-        deliverLocked(std::move(response), {kModule, 0, 0});
+        owner->delivered(std::move(response), {kModule, 0, 0});
+        return ZEL_OK;
     }
     void onTimeout(bool) override {}
     void receive(TransactionType, std::unique_ptr<clRxTelContainer>,
@@ -64,12 +64,14 @@ private:
 };
 
 struct Way final : iRequestorContext {
-    std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t, iTransactionOwner& owner,
-                                                     sys::EventLoop& loop) override
+    explicit Way(sys::EventLoop& used) : loop(used) {}
+
+    std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t) override
     {
-        return std::make_shared<Requestor>(owner, loop, request, answer);
+        return std::make_shared<Requestor>(loop, request, answer);
     }
 
+    sys::EventLoop& loop;
     std::string request;
     const std::string* answer = nullptr;
 };
@@ -135,8 +137,8 @@ void readSettings(const RequestPath& path, Way& alternative, std::string_view an
     std::vector<char> buffer(capacity);
     std::uint64_t length = 0;
     const std::int32_t result =
-        network::readNetSettings(path, {alternative, path.loop}, kModule,
-                                 network::NetSettings::section, {buffer.data(), &length, capacity});
+        network::readNetSettings(path, {alternative}, kModule, network::NetSettings::section,
+                                 {buffer.data(), &length, capacity});
     require(!isWhole || result == (answer.size() < capacity ? ZEL_OK : ZEL_SRV_BUFFER_TOO_SMALL));
     require(!isWhole || length == answer.size());
     if (result == ZEL_OK)
@@ -148,7 +150,7 @@ void writeSettings(const RequestPath& path, Way& alternative, std::string_view s
     const auto header = MethodResponseHeader{1, 6, -7}.encode();
     const std::string answer{reinterpret_cast<const char*>(header.data()), header.size()};
     alternative.answer = &answer;
-    require(network::writeNetSettings(path, {alternative, path.loop}, kModule, settings) == -7);
+    require(network::writeNetSettings(path, {alternative}, kModule, settings) == -7);
     pugi::xml_document request;
     if (!isKept(settings))
         return;
@@ -166,17 +168,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t capacity = data[1] * std::size_t{16} + 1;
     const std::string_view text{reinterpret_cast<const char*>(data) + 2, size - 2};
     sys::EventLoop loop;
-    Way connections;
-    Way alternative;
+    Way connections{loop};
+    Way alternative{loop};
     switch (data[0] % 4) {
     case 0:
         describeAdapters(text, capacity);
         break;
     case 1:
-        writeSettings({connections, loop}, alternative, text);
+        writeSettings({connections}, alternative, text);
         break;
     default:
-        readSettings({connections, loop}, alternative, text, data[0] % 4 == 2, capacity);
+        readSettings({connections}, alternative, text, data[0] % 4 == 2, capacity);
     }
     return 0;
 }

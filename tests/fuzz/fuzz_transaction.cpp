@@ -32,30 +32,32 @@ public:
     std::uint64_t connectionId() const override { return kConnection; }
 };
 
-class Context : public iRequestorContext, public iConnectionFinder {
+class Context : public iRequestorContext {
 public:
-    std::shared_ptr<iTelegramSender> senderTo(std::uint64_t) override { return m_sender; }
-    std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t target, iTransactionOwner& owner,
-                                                     sys::EventLoop& loop) override
+    explicit Context(sys::EventLoop& loop) : m_loop(loop) {}
+
+    std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t target) override
     {
-        return std::make_shared<clRequestorTrans>(target, owner, loop, *this);
+        return std::make_shared<clRequestorTrans>(target, m_loop, m_sender);
     }
 
 private:
+    sys::EventLoop& m_loop;
     std::shared_ptr<Sender> m_sender = std::make_shared<Sender>();
 };
 
-class Call : public clMthdReqrSrv {
+class Call : public iTransactionOwner {
 public:
-    using clMthdReqrSrv::clMthdReqrSrv;
-    ~Call() override { dropRequestor(); }
+    Call(const MethodAddress& address, iRequestorContext& context) : request(address, context) {}
 
-    void completed(std::int32_t) override { endOnce(); }
     void delivered(std::unique_ptr<clRxTelContainer> response, const TransactionSource&) override
     {
         endOnce();
-        evalRespHeader(*response);
+        request.evalRespHeader(*response);
     }
+    void completed(std::int32_t) override { endOnce(); }
+
+    clMthdReqrSrv request;
 
 private:
     void endOnce()
@@ -98,15 +100,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     ByteReader in{asBytes(data, size)};
     const bool isLong = in.u8() % 2 == 1;
-    Context context;
     sys::EventLoop loop;
-    Call call{{kModule, {1, 10}}, loop, context};
-    call.prepare(makeMethodRequest({kModule, {1, 10}}, std::string(isLong ? 200000 : 10, 'x')));
-    call.sendRequest();
+    Context context{loop};
+    const auto call = std::make_shared<Call>(MethodAddress{kModule, {1, 10}}, context);
+    clMthdReqrSrv& request = call->request;
+    request.prepare(makeMethodRequest({kModule, {1, 10}}, std::string(isLong ? 200000 : 10, 'x')));
+    if (request.sendRequest(call) != 0)
+        std::abort();
     // On the loop's thread, as telegrams come.
     sys::Timer arrival{loop};
     arrival.set(0, false, [&](bool) {
-        feed(in, call.label());
+        feed(in, request.label().value());
         // As it is, without the header that feed() puts in front.
         auto raw = std::make_unique<clRxTelContainer>(in.remaining());
         ByteWriter{raw->writable()}.bytes(in.rest());
@@ -114,5 +118,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         loop.stop();
     });
     loop.execute();
+    request.giveUp();
+    if (call.use_count() != 1)
+        std::abort();
     return 0;
 }

@@ -103,10 +103,10 @@ TEST_F(LostConnection, IsNotMadeWhereNobodyWouldBeToldOfItsInput)
     setrlimit(RLIMIT_NOFILE, &none);
     sys::EventLoop blind;
     setrlimit(RLIMIT_NOFILE, &before);
-    clConHndlr connections;
+    clConHndlr connections{blind};
     const clTransactionHandlerRequestorOnly handler{connections};
     std::uint64_t uuid = 7;
-    EXPECT_EQ(connectToModule(connections, blind, m_module.address(), m_module.port(), uuid),
+    EXPECT_EQ(connectToModule(connections, m_module.address(), m_module.port(), uuid),
               ZEL_TCP_CONNECT_FAILED);
     EXPECT_TRUE(connections.uuids().empty());
     EXPECT_EQ(uuid, 7U);

@@ -136,7 +136,7 @@ TEST_F(Datagrams, InAFloodLeaveTheConnectionsServed)
 TEST_F(Datagrams, LeaveByTheChosenAdapterOrNotAtAll)
 {
     sys::EventLoop loop;
-    clConHndlr connections;
+    clConHndlr connections{loop};
     clTransactionHandlerRequestorOnly handler{connections};
     clUDPConnection broadcasts{loop, handler};
     const std::string datagram = "for nobody";

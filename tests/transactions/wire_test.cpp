@@ -10,8 +10,10 @@
 #include "wire_peer.h"
 
 #include <algorithm>
+#include <functional>
 #include <future>
 #include <set>
+#include <thread>
 #include <vector>
 
 namespace zel::test {
@@ -313,77 +315,124 @@ TEST(RequestLabels, AreNeverSharedByRequestsUnderWay)
 
 constexpr std::uint64_t kConnection = 7;
 
-struct Nowhere final : iDatagramSender, iTelegramSender, iConnectionFinder {
+/// A connection and a datagram way that lead nowhere.
+struct Nowhere final : iDatagramSender, iTelegramSender {
     std::int32_t sendDatagram(Bytes) override { return ZEL_OK; }
-    int send(std::span<const Bytes>) override { return 0; }
-    std::uint64_t connectionId() const override { return kConnection; }
-    std::shared_ptr<iTelegramSender> senderTo(std::uint64_t) override
+    int send(std::span<const Bytes>) override
     {
-        return {this, [](auto) {}};
+        whileSending();
+        return result;
     }
+    std::uint64_t connectionId() const override { return kConnection; }
+
+    std::function<void()> whileSending = [] {};
+    int result = 0;
 };
 
-TEST(Requests, TakeNoAnswerBeforeTheyAreSentAndNoneByAnotherWay)
+struct Owner final : iTransactionOwner {
+    void delivered(std::unique_ptr<clRxTelContainer>, const TransactionSource&) override
+    {
+        outcomes.push_back(ZEL_OK);
+    }
+    void completed(std::int32_t result) override { outcomes.push_back(result); }
+
+    std::vector<std::int32_t> outcomes;
+};
+using Outcomes = std::vector<std::int32_t>;
+
+class Requests : public testing::Test {
+protected:
+    std::shared_ptr<clRequestorBase> overConnection()
+    {
+        return std::make_shared<clRequestorTrans>(kModule, m_loop, m_way);
+    }
+    std::int32_t send(clRequestorBase& requestor)
+    {
+        return requestor.send(std::make_shared<const clTxTelContainer>(0), m_owner);
+    }
+    static void answer(const clRequestorBase& requestor, std::uint64_t connection)
+    {
+        const auto bytes =
+            TransactionHeader{TransactionType::response, requestor.label().value(), ownUuid()}
+                .encode();
+        auto telegram = std::make_unique<clRxTelContainer>(bytes.size());
+        std::ranges::copy(bytes, telegram->writable().begin());
+        requestorRegistry().dispatch({kModule, connection, 0}, std::move(telegram));
+    }
+
+    sys::EventLoop m_loop;
+    const std::shared_ptr<Nowhere> m_way = std::make_shared<Nowhere>();
+    const std::shared_ptr<Owner> m_owner = std::make_shared<Owner>();
+};
+
+TEST_F(Requests, TakeNoAnswerBeforeTheyAreSentAndNoneByAnotherWay)
 {
-    struct Owner final : iTransactionOwner {
-        void completed(std::int32_t) override { ++calls; }
-        void delivered(std::unique_ptr<clRxTelContainer>, const TransactionSource&) override
-        {
-            ++calls;
-        }
-        int calls = 0;
-    };
-    sys::EventLoop loop;
-    Nowhere way;
-    const auto check = [](clRequestorBase& requestor, Owner& owner, std::uint64_t connection,
-                          std::uint64_t otherConnection) {
-        const auto answer = [&](std::uint64_t by) {
-            const auto bytes =
-                TransactionHeader{TransactionType::response, requestor.label(), ownUuid()}.encode();
-            auto telegram = std::make_unique<clRxTelContainer>(bytes.size());
-            std::ranges::copy(bytes, telegram->writable().begin());
-            requestorRegistry().dispatch({kModule, by, 0}, std::move(telegram));
-        };
-        answer(connection);
-        answer(otherConnection);
+    const auto check = [&](clRequestorBase& requestor, std::uint64_t connection,
+                           std::uint64_t otherConnection) {
+        m_owner->outcomes.clear();
+        answer(requestor, connection);
+        answer(requestor, otherConnection);
         requestorRegistry().connectionLost(RequestorRegistry::kEveryConnection);
-        EXPECT_EQ(owner.calls, 0);
-        requestor.send(std::make_shared<const clTxTelContainer>(0));
-        answer(otherConnection);
-        EXPECT_EQ(owner.calls, 0);
-        answer(connection);
-        EXPECT_EQ(owner.calls, 1);
+        EXPECT_EQ(send(requestor), ZEL_OK);
+        answer(requestor, otherConnection);
+        EXPECT_EQ(m_owner->outcomes, Outcomes{});
+        answer(requestor, connection);
+        EXPECT_EQ(m_owner->outcomes, Outcomes{ZEL_OK});
     };
-    Owner byDatagram;
-    check(*std::make_shared<clRequestorBroadcast>(kBroadcastNode, byDatagram, loop, way),
-          byDatagram, 0, kConnection);
-    Owner overConnection;
-    check(*std::make_shared<clRequestorTrans>(kModule, overConnection, loop, way), overConnection,
-          kConnection, 0);
+    check(*overConnection(), kConnection, 0);
+    const auto toAll = std::make_shared<clRequestorBroadcast>(kBroadcastNode, m_loop, *m_way);
+    check(*toAll, 0, kConnection);
+    toAll->finish(ZEL_OK);
 }
 
-TEST(Requests, GetNoMoreThanAnHourByAsking)
+TEST_F(Requests, EndOnceHoweverTheyEnd)
 {
-    struct Owner final : iTransactionOwner {
-        void completed(std::int32_t) override {}
-        void delivered(std::unique_ptr<clRxTelContainer>, const TransactionSource&) override {}
-    } owner;
-    sys::EventLoop loop;
-    Nowhere way;
-    const auto requestor = std::make_shared<clRequestorTrans>(kModule, owner, loop, way);
-    requestor->send(std::make_shared<const clTxTelContainer>(0));
-    sys::Timer asking{loop};
-    asking.set(0, false, [&](bool) {
-        auto time = std::make_unique<clRxTelContainer>(4);
-        ByteWriter{time->writable()}.u32(0xFFFFFFFFu);
-        requestor->receive(TransactionType::responsePending, std::move(time), {});
-        loop.stop();
-    });
-    loop.execute();
-    ASSERT_TRUE(loop.timers().wakeAt());
-    const auto left = *loop.timers().wakeAt() - sys::TimerQueue::Clock::now();
+    m_way->result = -1;
+    EXPECT_EQ(send(*overConnection()), ZEL_CONN_SEND_FAILED);
+
+    // What ends while it is being sent is an error of the sending, on whatever thread.
+    m_way->whileSending = [] {
+        requestorRegistry().connectionLost(kConnection);
+        std::async(std::launch::async, [] {
+            requestorRegistry().connectionLost(kConnection);
+        }).get();
+    };
+    EXPECT_EQ(send(*overConnection()), ZEL_CONN_RECEIVE_FAILED);
+    EXPECT_EQ(m_owner->outcomes, Outcomes{});
+
+    // But an answer counts that is there before the telegram seems to have left.
+    const auto quick = overConnection();
+    m_way->whileSending = [&] { answer(*quick, kConnection); };
+    EXPECT_EQ(send(*quick), ZEL_OK);
+    EXPECT_EQ(m_owner->outcomes, Outcomes{ZEL_OK});
+
+    m_way->whileSending = [] {};
+    m_way->result = 0;
+    const auto detached = overConnection();
+    EXPECT_EQ(send(*detached), ZEL_OK);
+    EXPECT_EQ(m_owner.use_count(), 2);
+    detached->detach();
+    answer(*detached, kConnection);
+    EXPECT_EQ(m_owner->outcomes, Outcomes{ZEL_OK});
+    EXPECT_EQ(m_owner.use_count(), 1);
+}
+
+TEST_F(Requests, GetNoMoreThanAnHourByAsking)
+{
+    const auto requestor = overConnection();
+    send(*requestor);
+    auto time = std::make_unique<clRxTelContainer>(4);
+    ByteWriter{time->writable()}.u32(0xFFFFFFFFu);
+    requestor->receive(TransactionType::responsePending, std::move(time), {});
+    sys::Timer due{m_loop};
+    due.set(0, false, [](bool) {});
+    std::this_thread::sleep_for(1ms);
+    m_loop.timers().runDue();
+    ASSERT_TRUE(m_loop.timers().wakeAt());
+    const auto left = *m_loop.timers().wakeAt() - sys::TimerQueue::Clock::now();
     EXPECT_GT(left, 59min);
     EXPECT_LE(left, 60min);
+    requestor->detach();
 }
 
 TEST_F(Wire, TakesAnswersInWhateverOrderTheyCome)
