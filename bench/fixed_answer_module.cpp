@@ -200,6 +200,10 @@ private:
         } else if (request->service == 5 && request->method == 1) {
             // Made once for each size, as above.
             const std::size_t size = numberIn(incoming.payload, "<MaxSize>");
+            if (size == 1) {
+                askForTime(*header, incoming.frame.source, 3'600'000);
+                return;
+            }
             if (m_block.size() != size + response.size())
                 m_block = response + std::string(size, 'x');
             if (m_block.size() > kSegmentSize) {
@@ -257,20 +261,28 @@ private:
         }
     }
 
+    static std::string number(std::uint32_t value)
+    {
+        std::array<std::byte, 4> bytes;
+        ByteWriter{bytes}.u32(value);
+        std::string text;
+        append(text, bytes);
+        return text;
+    }
+
+    void askForTime(const TransactionHeader& request, std::uint64_t host,
+                    std::uint32_t milliseconds)
+    {
+        sendAll(m_socket, transaction(m_uuid, TransactionType::responsePending, request.label, host,
+                                      number(milliseconds)));
+    }
+
     void sendSegments(const TransactionHeader& request, std::uint64_t host,
                       const std::string& response)
     {
-        const auto length = [](std::uint32_t value) {
-            std::array<std::byte, 4> bytes;
-            ByteWriter{bytes}.u32(value);
-            std::string text;
-            append(text, bytes);
-            return text;
-        };
-        sendAll(m_socket, transaction(m_uuid, TransactionType::responsePending, request.label, host,
-                                      length(10000)));
+        askForTime(request, host, 10000);
         sendAll(m_socket, transaction(m_uuid, TransactionType::responseSegmentInit, request.label,
-                                      host, length(static_cast<std::uint32_t>(response.size()))));
+                                      host, number(static_cast<std::uint32_t>(response.size()))));
         std::string trailer;
         append(trailer, encodeFrameTrailer());
         for (std::size_t sent = 0; sent < response.size() && receiveTelegram();

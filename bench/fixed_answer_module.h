@@ -16,7 +16,8 @@ inline constexpr std::size_t kSegmentSize = 61440;
 ///   1/10 ReadPar     the answer "12.500000"
 ///   1/1  ReadXML     RESP_PEND and an answer in segments, of `kLongAnswer` bytes in all
 ///   1/3  ReadXSD     an answer of as many bytes as the view's number says, in segments from 60 KiB
-///   5/1  GetMeasValBlock an answer of exactly as many bytes as fit, in segments from 60 KiB
+///   5/1  GetMeasValBlock an answer of exactly as many bytes as fit, in segments from 60 KiB; for a
+///        single byte it asks for an hour and never answers
 ///   6/20 WriteFile   taken in segments and answered with nothing, as any other method is
 ///   a telegram of type kStream, with or without an acknowledge for each chunk: the same number of
 ///   bytes in the same chunks, bare

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -56,6 +58,35 @@ void ReadParBesideBare(benchmark::State& state)
     state.counters["ratio"] = libraryMedian / bareMedian;
 }
 BENCHMARK(ReadParBesideBare)->UseRealTime()->Iterations(100)->Unit(benchmark::kMillisecond);
+
+/// A round trip while `range(0)` asynchronous reads wait on the same connection.
+void ReadParBesidePending(benchmark::State& state)
+{
+    struct Read {
+        char data;
+        std::uint64_t received;
+        std::uint32_t handle;
+    };
+    const ApartFromModules apart;
+    std::vector<Read> pending(static_cast<std::size_t>(state.range(0)));
+    LibrarySession library{1};
+    for (Read& read : pending)
+        if (ZEL_XDAQ_Async_GetMeasValBlock(library.module(0), &read.data, &read.received,
+                                           sizeof read.data, &read.handle) != ZEL_OK)
+            throw std::runtime_error("a read could not be started");
+    std::vector<double> times;
+    for (auto _ : state)
+        times.push_back(microseconds([&] { readPar(library.module(0)); }));
+    state.counters["median_us"] = median(times);
+}
+BENCHMARK(ReadParBesidePending)
+    ->ArgName("pending")
+    ->Arg(0)
+    ->Arg(20000)
+    ->Arg(60000)
+    ->UseRealTime()
+    ->Iterations(10000)
+    ->Unit(benchmark::kMicrosecond);
 
 /// Requests a second from `range(0)` threads over `range(1)` connections.
 void Requests(benchmark::State& state)
