@@ -4,8 +4,6 @@
 #include "exception.h"
 
 #include <algorithm>
-#include <array>
-#include <cassert>
 #include <chrono>
 #include <cstring>
 
@@ -206,44 +204,18 @@ int SocketNonblocking::sendBlock(Bytes data)
     return size;
 }
 
-SocketNonblocking::SendResult
-SocketNonblocking::sendGathered(std::span<const Bytes> buffers, int stallMs,
-                                const std::function<void()>& beforeWaiting)
+native::Transfer SocketNonblocking::sendSome(std::span<const Bytes> buffers)
 {
-    std::array<Bytes, 8> left;
-    assert(buffers.size() <= left.size());
-    const std::size_t count = buffers.size();
-    std::copy(buffers.begin(), buffers.end(), left.begin());
-    std::size_t next = 0;
-    bool hasSent = false;
-    while (next < count) {
-        if (left[next].empty()) {
-            ++next;
-            continue;
-        }
-        const native::Transfer sent =
-            native::send(m_socket, std::span<const Bytes>{left}.subspan(next, count - next));
-        if (sent.count > 0) {
-            hasSent = true;
-            for (auto taken = static_cast<std::size_t>(sent.count); taken > 0;) {
-                const std::size_t step = std::min(taken, left[next].size());
-                left[next] = left[next].subspan(step);
-                taken -= step;
-                if (left[next].empty())
-                    ++next;
-            }
-            continue;
-        }
-        if (sent.count < 0 && sent.failure == Failure::interrupted)
-            continue;
-        const bool mayGoOn = sent.count < 0 && sent.failure != Failure::other;
-        if (mayGoOn && beforeWaiting)
-            beforeWaiting();
-        if (!mayGoOn || native::waitFor(m_socket, Direction::write, stallMs) != Wait::ready) {
-            return hasSent ? SendResult::brokenOff : SendResult::nothingSent;
-        }
-    }
-    return SendResult::sent;
+    native::Transfer sent;
+    do
+        sent = native::send(m_socket, buffers);
+    while (sent.count < 0 && sent.failure == Failure::interrupted);
+    return sent;
+}
+
+bool SocketNonblocking::askForRoom(Bytes next, std::shared_ptr<const void> memory)
+{
+    return m_readiness.askForRoom(next, std::move(memory));
 }
 
 void SocketNonblocking::retire()

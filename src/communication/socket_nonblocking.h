@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -20,8 +21,6 @@ class SocketNonblocking {
 public:
     /// Gets the socket when data is ready; returns more than zero to be called again.
     using DataCallback = std::function<int(SocketNonblocking&)>;
-
-    enum class SendResult { sent, nothingSent, brokenOff };
 
     explicit SocketNonblocking(sys::EventLoop& loop);
     /// Takes over a connected socket. Throws zel::exception when its options cannot be set.
@@ -48,11 +47,11 @@ public:
     /// Writes all bytes; returns their count also when the connection breaks meanwhile, which the
     /// receiving side notices. -1 when the system takes nothing.
     int sendBlock(Bytes data);
-    /// Writes all buffers with as few calls as the system allows. Gives up when the peer takes
-    /// nothing for `stallMs`; calls beforeWaiting(), if there is one, before it waits for that.
-    /// After brokenOff the stream is torn within a telegram and of no use.
-    SendResult sendGathered(std::span<const Bytes> buffers, int stallMs,
-                            const std::function<void()>& beforeWaiting = {});
+    /// Writes of the buffers, which are not empty, as much as the system takes at once.
+    native::Transfer sendSome(std::span<const Bytes> buffers);
+    /// See sys::Readiness.
+    bool askForRoom(Bytes next, std::shared_ptr<const void> memory);
+    std::optional<std::size_t> takenBytes() { return m_readiness.takenBytes(); }
 
     /// Leaves the event loop and ends the stream in both directions; whoever waits on it wakes up.
     /// The handle stays until the object goes, so that no other thread can meet a foreign one.

@@ -11,10 +11,12 @@
 
 namespace zel {
 
+using Outcome = communication::OutgoingQueue::Outcome;
+
 namespace {
 
-constexpr int kSendStallMs = 3000;
-constexpr int kLoopSendStallMs = 500;
+// Within the time that a request has for its first sign of the module.
+constexpr std::chrono::milliseconds kRoomLimit{2900};
 // The system asks a module each second whether it is there.
 constexpr std::chrono::milliseconds kShortSilence{1250};
 // A system acknowledges what comes long before that.
@@ -45,7 +47,8 @@ clTcpTelHndlr::clTcpTelHndlr(std::shared_ptr<communication::SocketNonblocking> s
       m_loop(&m_socket->loop()),
       m_transactions(transactions),
       m_header(FrameHeader{.source = self}.encode()),
-      m_trailer(encodeFrameTrailer())
+      m_trailer(encodeFrameTrailer()),
+      m_outgoing(*m_socket)
 {
 }
 
@@ -56,13 +59,14 @@ bool clTcpTelHndlr::start()
     return m_socket->setDataCb([weak = weak_from_this()](communication::SocketNonblocking&) {
         // Held until the callback is over, also when it reports the loss of this connection.
         const std::shared_ptr<clTcpTelHndlr> self = weak.lock();
-        return self && !self->m_isClosed ? self->onReadable() : -1;
+        return self && !self->m_isClosed ? self->onReady() : -1;
     });
 }
 
 void clTcpTelHndlr::close()
 {
     m_isClosed = true;
+    m_outgoing.close();
     m_socket->retire();
 }
 
@@ -101,8 +105,12 @@ clTcpTelHndlr::Life clTcpTelHndlr::life() const
     return isHeard ? Life::heard : Life::unknown;
 }
 
-int clTcpTelHndlr::onReadable()
+int clTcpTelHndlr::onReady()
 {
+    if (m_outgoing.goOn() == Outcome::torn) {
+        m_transactions.connectionLost(*this);
+        return -1;
+    }
     int result = 0;
     try {
         result = receiveTelegrams();
@@ -193,40 +201,48 @@ int clTcpTelHndlr::finishTelegram(int count)
 
 int clTcpTelHndlr::send(std::span<const Bytes> payload)
 {
-    using communication::SocketNonblocking;
     std::size_t length = 0;
-    for (const Bytes part : payload)
+    std::array<Bytes, 8> parts;
+    std::size_t count = 1; // the header
+    for (const Bytes part : payload) {
         length += part.size();
+        if (!part.empty())
+            parts[count++] = part;
+    }
     // The field holds 16 bits; the transaction layer cuts what is longer.
     const FrameHeader header{.payloadLength = static_cast<std::uint16_t>(length), .source = m_self};
     const auto headerBytes = header.encode();
     const auto trailerBytes = encodeFrameTrailer();
-    std::array<Bytes, 8> parts;
-    std::size_t count = 0;
-    parts[count++] = headerBytes;
-    for (const Bytes part : payload)
-        parts[count++] = part;
+    parts[0] = headerBytes;
     parts[count++] = trailerBytes;
 
     logFrame(header, FrameDirection::sent);
-    const int stallMs = m_loop->isDispatching() ? kLoopSendStallMs : kSendStallMs;
-    auto result = SocketNonblocking::SendResult::nothingSent;
-    {
-        const auto beforeWaiting = [this] { endReception(); };
-        const sys::Turnstile::Pass pass{m_sendTurn, std::chrono::milliseconds{stallMs},
-                                        beforeWaiting};
-        if (pass && !m_isClosed) {
-            noteSending();
-            result = m_socket->sendGathered(std::span<const Bytes>{parts}.first(count), stallMs,
-                                            beforeWaiting);
-        }
-    }
-    if (result == SocketNonblocking::SendResult::sent)
+    noteSending();
+    const Outcome outcome = putOrWait(std::span<const Bytes>{parts}.first(count),
+                                      length + headerBytes.size() + trailerBytes.size());
+    if (outcome == Outcome::accepted)
         return 0;
     logTransaction(LogLevel::error, [&] { return "could not send to " + hexadecimalText(m_peer); });
-    if (result == SocketNonblocking::SendResult::brokenOff)
+    if (outcome == Outcome::torn)
         m_transactions.connectionLost(*this);
     return -1;
+}
+
+Outcome clTcpTelHndlr::putOrWait(std::span<const Bytes> parts, std::size_t size)
+{
+    using communication::OutgoingQueue;
+    if (m_loop->isDispatching()) {
+        const Outcome outcome = m_outgoing.put(parts, OutgoingQueue::kMost);
+        return outcome == Outcome::noRoom ? Outcome::torn : outcome;
+    }
+    Outcome outcome = m_outgoing.put(parts, OutgoingQueue::kRoom);
+    if (outcome != Outcome::noRoom)
+        return outcome;
+    endReception();
+    const Clock::time_point deadline = Clock::now() + kRoomLimit;
+    while (outcome == Outcome::noRoom && m_outgoing.waitForRoom(size, deadline))
+        outcome = m_outgoing.put(parts, OutgoingQueue::kRoom);
+    return outcome;
 }
 
 bool clTcpTelHndlr::beginReception()

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "frame.h"
+#include "outgoing_queue.h"
 #include "socket_nonblocking.h"
 #include "telegram_container.h"
 #include "telegram_sender.h"
 #include "transaction_listener.h"
-#include "turnstile.h"
 
 #include <array>
 #include <atomic>
@@ -30,13 +30,14 @@ public:
     /// nothing is received any more; senders wake up and fail. Not under the table's lock.
     void close();
 
-    /// Sends one transaction telegram. Waits at most 3 s for a peer that takes nothing, on the
-    /// loop's thread half a second; a telegram that was torn by then ends the connection.
+    /// Sends one transaction telegram, or keeps it until it can leave. Never waits inside a
+    /// callback; elsewhere at most 2.9 s, when too much is waiting already. A stream that is torn,
+    /// or holds more than any module lets wait, ends the connection.
     int send(std::span<const Bytes> payload) override;
     std::uint64_t connectionId() const override { return m_id; }
 
-    /// One thread at a time; the loop's thread receives for the others. A send that must wait ends
-    /// the reception of its thread, which would receive nothing meanwhile.
+    /// One thread at a time; the loop's thread receives for the others. A send that must wait for
+    /// room ends the reception of its thread, which would receive nothing meanwhile.
     bool beginReception() override;
     void receiveUntil(const sys::EventFlag& flag) override;
     void endReception() override;
@@ -56,7 +57,8 @@ private:
     void noteSending();
     void noteHearing();
     bool isBorrower() const { return m_borrower.load() == std::this_thread::get_id(); }
-    int onReadable();
+    communication::OutgoingQueue::Outcome putOrWait(std::span<const Bytes> parts, std::size_t size);
+    int onReady();
     int receiveTelegrams();
     int readStage(MutableBytes stage, std::size_t& received);
     void beginPayload();
@@ -84,7 +86,7 @@ private:
     std::atomic<Clock::time_point> m_askedAt{};              // first, since it was heard
     std::atomic<bool> m_isCountingSilence = false;
     std::atomic<std::thread::id> m_borrower{}; // receives in the loop thread's place
-    sys::Turnstile m_sendTurn;                 // one telegram at a time on the stream
+    communication::OutgoingQueue m_outgoing;   // uses m_socket
 };
 
 } // namespace zel

@@ -57,6 +57,9 @@ private:
     void* m_port = nullptr;
     std::atomic<int> m_operationsUnderWay = 0;
 #else
+    /// Tells once of the event when its socket takes bytes again, whether its input is ignored or
+    /// not.
+    bool watchRoom(const Event& event);
 
 private:
     static constexpr int kBatch = 64;
@@ -64,10 +67,12 @@ private:
     // loop thread only: what one epoll_wait brought and is not handed out yet
     struct Batch;
     std::unique_ptr<Batch> m_batch; // first: without memory for it there is nothing to be closed
+    std::unique_ptr<Batch> m_roomBatch;
 
     std::error_code m_failure;
     int m_epoll = -1;
     int m_wakeUp = -1;
+    int m_roomEpoll = -1; // watched by the other one
     std::atomic<bool> m_mustStop = false;
 #endif
 };

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "byte_cursor.h"
 #include "datagram_buffer.h"
 #include "event_loop.h"
 
+#include <atomic>
 #include <memory>
+#include <optional>
 
 namespace zel::sys {
 
@@ -41,6 +44,13 @@ public:
     /// the buffer, to be called again when it is dealt with; false when a notice will come. What
     /// the kernel writes to lives on like this object's own memory.
     bool nextDatagram(const std::shared_ptr<DatagramBuffer>& buffer);
+    /// Asks for one more call of the event's callback when the socket takes bytes again, from any
+    /// thread; false when nobody will tell. The system may take up `next` already, whose memory it
+    /// keeps until then.
+    bool askForRoom(Bytes next, std::shared_ptr<const void> memory);
+    /// Inside the callback: how many of those bytes it has taken, each told once; nothing as long
+    /// as it is still at it.
+    std::optional<std::size_t> takenBytes();
     /// From now on completions are dropped, whatever they tell.
     void retire();
     /// Starts afresh for another socket, under another id.
@@ -49,9 +59,13 @@ public:
     bool isPending() const;
 
 private:
+    void releaseBlocks();
+
     EventLoop& m_loop;
     Event m_event;
     ReadinessBlock* m_block = nullptr;
+    // Of what the system takes up by askForRoom(); made on the loop's thread.
+    std::atomic<ReadinessBlock*> m_departure = nullptr;
 };
 
 } // namespace zel::sys

@@ -17,7 +17,6 @@ namespace zel::test {
 namespace {
 
 using communication::SocketNonblocking;
-using SendResult = SocketNonblocking::SendResult;
 
 MutableBytes into(std::string& buffer, std::size_t offset, std::size_t size)
 {
@@ -157,37 +156,15 @@ TEST_F(SocketTest, FailsToConnectWithinItsTime)
     EXPECT_LT(watch.elapsed(), 5000ms + kSlack);
 }
 
-TEST_F(SocketTest, GivesUpOnAPeerThatTakesNothing)
+TEST_F(SocketTest, LeavesABrokenSendToTheReceivingSide)
 {
     connect();
     const std::string large(64u << 20, 'x');
     const Bytes bytes = asBytes(large.data(), large.size());
-    const std::array<Bytes, 3> parts{bytes.first(10), Bytes{}, bytes};
-    const Stopwatch watch;
-    EXPECT_EQ(m_socket->sendGathered(parts, 150), SendResult::brokenOff);
-    EXPECT_LT(watch.elapsed(), 150ms + kSlack);
-    // The system may still find room for a little more.
-    EXPECT_TRUE(
-        eventually([&] { return m_socket->sendGathered(parts, 150) == SendResult::nothingSent; }));
-
     auto stuck = std::async(std::launch::async, [&] { return m_socket->sendBlock(bytes); });
     EXPECT_EQ(stuck.wait_for(50ms), std::future_status::timeout);
     m_peer.reset();
-    EXPECT_EQ(stuck.get(), static_cast<int>(large.size())) << "the receiving side tells of it";
-}
-
-TEST_F(SocketTest, SendsGatheredBuffersWholeAndInOrder)
-{
-    connect();
-    std::string large(3u << 20, '\0');
-    for (std::size_t i = 0; i < large.size(); ++i)
-        large[i] = static_cast<char>(i * 7 / 3);
-    const Bytes bytes = asBytes(large.data(), large.size());
-    const std::array<Bytes, 4> parts{bytes.first(1), bytes.subspan(1, 0), bytes.subspan(1, 5000),
-                                     bytes.subspan(5001)};
-    auto sent = std::async(std::launch::async, [&] { return m_socket->sendGathered(parts, 3000); });
-    EXPECT_TRUE(m_peer.read(large.size()) == large);
-    EXPECT_EQ(sent.get(), SendResult::sent);
+    EXPECT_EQ(stuck.get(), static_cast<int>(large.size()));
 }
 
 TEST_F(SocketTest, TakesOverAConnectedSocketOnly)

@@ -2,8 +2,11 @@
 #include "logger.h"
 #include "running_loop.h"
 #include "tcp_telegram_handler.h"
+#include "timer.h"
 
+#include <future>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -86,6 +89,62 @@ TEST_F(TelegramHandler, FramesWhatItSends)
                                           "beef000000a1b2c3"
                                           "0102616263"
                                           "87654321");
+}
+
+TEST_F(TelegramHandler, KeepsWhatCannotLeaveAtOnceInOrderAndWhole)
+{
+    constexpr int kThreads = 8;
+    constexpr int kTelegrams = 100;
+    std::vector<std::thread> threads;
+    for (int number = 0; number < kThreads; ++number) {
+        threads.emplace_back([this, number] {
+            for (int i = 0; i < kTelegrams; ++i) {
+                const std::string head{static_cast<char>(number), static_cast<char>(i)};
+                const std::string data(40000, static_cast<char>(number + i));
+                const std::array<Bytes, 2> parts{asBytes(head.data(), head.size()),
+                                                 asBytes(data.data(), data.size())};
+                EXPECT_EQ(m_handler->send(parts), 0);
+            }
+        });
+    }
+    std::this_thread::sleep_for(200ms);
+    std::array<int, kThreads> next{};
+    for (int i = 0; i < kThreads * kTelegrams; ++i) {
+        const std::string telegram = m_peer.readTelegram();
+        const auto number = static_cast<std::size_t>(telegram[16]) % kThreads;
+        ASSERT_EQ(telegram[17], next[number]);
+        const std::string data(40000, static_cast<char>(telegram[16] + next[number]++));
+        ASSERT_TRUE(telegram.substr(18) == data + unhex("87654321"));
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(m_recorder.losses(), 0);
+}
+
+TEST_F(TelegramHandler, MakesCallersWaitForRoomAndCallbacksNever)
+{
+    const std::string data(60000, 'x');
+    const std::array<Bytes, 1> parts{asBytes(data.data(), data.size())};
+    int sent = 0;
+    auto lastSent = Clock::now();
+    for (; m_handler->send(parts) == 0; ++sent)
+        lastSent = Clock::now();
+    EXPECT_GE(Clock::now() - lastSent, 2800ms);
+    EXPECT_LT(Clock::now() - lastSent, 2900ms + kSlack);
+
+    std::promise<std::pair<int, Milliseconds>> inCallback;
+    sys::Timer timer{m_running.loop()};
+    timer.set(1, false, [&](bool) {
+        const Stopwatch own;
+        const int result = m_handler->send(parts);
+        inCallback.set_value({result, own.elapsed()});
+    });
+    const auto [result, elapsed] = inCallback.get_future().get();
+    EXPECT_EQ(result, 0);
+    EXPECT_LT(elapsed, 500ms);
+    for (int i = 0; i <= sent; ++i)
+        ASSERT_EQ(m_peer.readTelegram().size(), data.size() + 20);
+    EXPECT_EQ(m_recorder.losses(), 0);
 }
 
 TEST_F(TelegramHandler, PutsTelegramsTogetherInWhateverPiecesTheyCome)

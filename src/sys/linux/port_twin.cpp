@@ -2,6 +2,7 @@
 
 #include "own_descriptors.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -14,8 +15,9 @@ namespace zel::sys {
 
 namespace {
 
-// Sockets take their ids from a counter that starts above it.
+// Sockets take their ids from a counter that starts above the one and does not reach the other.
 constexpr EventId kWakeUpId = 0;
+constexpr EventId kRoomId = ~EventId{0};
 
 // Edge-triggered: callbacks read until nothing is left, as they must on a completion port.
 constexpr std::uint32_t kWatched = EPOLLIN | EPOLLRDHUP | EPOLLET;
@@ -26,24 +28,43 @@ struct PortTwin::Batch {
     std::array<epoll_event, kBatch> events;
     int count = 0;
     int next = 0;
+
+    bool isEmpty() const { return next == count; }
+    EventId takeNext() { return events[static_cast<std::size_t>(next++)].data.u64; }
+    /// 0 or the system's error.
+    int fill(int epoll, int limitMs)
+    {
+        next = 0;
+        count = epoll_wait(epoll, events.data(), kBatch, limitMs);
+        const int error = count < 0 ? errno : 0;
+        count = std::max(count, 0);
+        return error;
+    }
 };
 
 PortTwin::PortTwin()
     : m_batch(std::make_unique<Batch>()),
+      m_roomBatch(std::make_unique<Batch>()),
       m_epoll(closedInChild(epoll_create1(EPOLL_CLOEXEC))),
-      m_wakeUp(closedInChild(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)))
+      m_wakeUp(closedInChild(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))),
+      m_roomEpoll(closedInChild(epoll_create1(EPOLL_CLOEXEC)))
 {
-    epoll_event event{};
-    event.events = EPOLLIN;
-    event.data.u64 = kWakeUpId;
+    const auto watchOwn = [this](int descriptor, EventId id) {
+        epoll_event event{};
+        event.events = EPOLLIN;
+        event.data.u64 = id;
+        return epoll_ctl(m_epoll, EPOLL_CTL_ADD, descriptor, &event) == 0;
+    };
     // A loop that nobody can wake is none.
-    if (m_epoll < 0 || m_wakeUp < 0 || epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_wakeUp, &event) != 0)
+    if (m_epoll < 0 || m_wakeUp < 0 || m_roomEpoll < 0 || !watchOwn(m_wakeUp, kWakeUpId) ||
+        !watchOwn(m_roomEpoll, kRoomId))
         m_failure = {errno, std::system_category()};
 }
 
 PortTwin::~PortTwin()
 {
     closeOwn(m_wakeUp);
+    closeOwn(m_roomEpoll);
     closeOwn(m_epoll);
 }
 
@@ -61,8 +82,19 @@ std::optional<int> PortTwin::watch(const Event& event)
 
 void PortTwin::unwatch(const Event& event)
 {
-    if (event.socket != kNoSocket)
-        epoll_ctl(m_epoll, EPOLL_CTL_DEL, event.socket, nullptr);
+    if (event.socket == kNoSocket)
+        return;
+    epoll_ctl(m_epoll, EPOLL_CTL_DEL, event.socket, nullptr);
+    epoll_ctl(m_roomEpoll, EPOLL_CTL_DEL, event.socket, nullptr);
+}
+
+bool PortTwin::watchRoom(const Event& event)
+{
+    epoll_event watched{};
+    watched.events = EPOLLOUT | EPOLLONESHOT;
+    watched.data.u64 = event.id;
+    return epoll_ctl(m_roomEpoll, EPOLL_CTL_MOD, event.socket, &watched) == 0 ||
+           epoll_ctl(m_roomEpoll, EPOLL_CTL_ADD, event.socket, &watched) == 0;
 }
 
 bool PortTwin::ignore(const Event& event)
@@ -91,19 +123,21 @@ bool PortTwin::hasInput(const Event& event, int limitMs)
 
 PortTwin::WakeUp PortTwin::wait(int limitMs, EventLog&)
 {
-    if (m_batch->next == m_batch->count) {
-        m_batch->next = 0;
-        m_batch->count = epoll_wait(m_epoll, m_batch->events.data(), kBatch, limitMs);
-        if (m_batch->count < 0) {
-            m_batch->count = 0;
-            // A signal of the host's is no failure of the loop.
-            if (errno != EINTR)
-                return {Reason::failed, 0, errno};
-        }
+    if (!m_roomBatch->isEmpty())
+        return {Reason::event, m_roomBatch->takeNext()};
+    if (m_batch->isEmpty()) {
+        const int error = m_batch->fill(m_epoll, limitMs);
+        // A signal of the host's is no failure of the loop.
+        if (error != 0 && error != EINTR)
+            return {Reason::failed, 0, error};
+        if (m_batch->isEmpty())
+            return {};
     }
-    if (m_batch->next == m_batch->count)
+    const EventId id = m_batch->takeNext();
+    if (id == kRoomId) {
+        m_roomBatch->fill(m_roomEpoll, 0);
         return {};
-    const EventId id = m_batch->events[static_cast<std::size_t>(m_batch->next++)].data.u64;
+    }
     if (id != kWakeUpId)
         return {Reason::event, id};
     std::uint64_t posts = 0;

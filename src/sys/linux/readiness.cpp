@@ -1,5 +1,7 @@
 #include "readiness.h"
 
+#include "port_twin.h"
+
 #include <atomic>
 #include <cstring>
 
@@ -65,6 +67,16 @@ bool Readiness::nextDatagram(const std::shared_ptr<DatagramBuffer>& buffer)
         buffer->interfaceIndex = static_cast<std::uint32_t>(info.ipi_ifindex);
     }
     return true;
+}
+
+bool Readiness::askForRoom(Bytes, std::shared_ptr<const void>)
+{
+    return m_loop.port().watchRoom(m_event);
+}
+
+std::optional<std::size_t> Readiness::takenBytes()
+{
+    return 0;
 }
 
 void Readiness::retire() {}

@@ -93,8 +93,10 @@ PortTwin::WakeUp PortTwin::wait(int limitMs, EventLog& log)
     const DWORD limit = limitMs < 0 ? INFINITE : static_cast<DWORD>(limitMs);
     const BOOL succeeded = GetQueuedCompletionStatus(m_port, &bytes, &key, &overlapped, limit);
     const DWORD error = succeeded ? ERROR_SUCCESS : GetLastError();
-    const bool isAbandoned = overlapped && ReadinessBlock::completed(overlapped, *this);
-    if (isAbandoned)
+    ReadinessBlock::Completion completion;
+    if (overlapped)
+        completion = ReadinessBlock::completed(overlapped, *this);
+    if (completion.isAbandoned)
         return {};
     if (succeeded) {
         if (key == kStopKey)
@@ -111,7 +113,8 @@ PortTwin::WakeUp PortTwin::wait(int limitMs, EventLog& log)
     }
     if (error == ERROR_OPERATION_ABORTED)
         return {};
-    if (tellsOfALostPeer(error))
+    // Whatever has become of a send, the next one tells the same.
+    if (completion.isDeparture || tellsOfALostPeer(error))
         return {Reason::last, key};
     return {Reason::failed, 0, static_cast<int>(error)};
 }

@@ -5,6 +5,7 @@
 #include "readiness_block.h"
 
 #include <cstring>
+#include <new>
 
 #include <mswsock.h>
 #include <ws2tcpip.h>
@@ -40,22 +41,29 @@ Readiness::Readiness(EventLoop& loop) : m_loop(loop), m_block(makeBlock())
 
 Readiness::~Readiness()
 {
+    releaseBlocks();
+}
+
+void Readiness::releaseBlocks()
+{
     retire();
     m_block->retry.reset();
     m_block->release();
+    if (ReadinessBlock* const departure = m_departure.exchange(nullptr))
+        departure->release();
 }
 
 void Readiness::retire()
 {
     m_block->isAbandoned = true;
+    if (ReadinessBlock* const departure = m_departure)
+        departure->isAbandoned = true;
 }
 
 void Readiness::renew()
 {
     ReadinessBlock* const fresh = makeBlock();
-    retire();
-    m_block->retry.reset();
-    m_block->release();
+    releaseBlocks();
     m_block = fresh;
     m_event = {idOf(m_block), kNoSocket};
 }
@@ -182,9 +190,44 @@ bool Readiness::nextDatagram(const std::shared_ptr<DatagramBuffer>& buffer)
     return false;
 }
 
+bool Readiness::askForRoom(Bytes next, std::shared_ptr<const void> memory)
+{
+    // Windows calls off what a thread has asked for when that thread ends.
+    if (!m_loop.isLoopThread()) {
+        arm();
+        return true;
+    }
+    ReadinessBlock* departure = m_departure;
+    if (!departure)
+        m_departure = departure = new (std::nothrow) ReadinessBlock;
+    if (!departure)
+        return false;
+    departure->departing = std::move(memory);
+    WSABUF part{static_cast<ULONG>(next.size()),
+                const_cast<char*>(reinterpret_cast<const char*>(next.data()))};
+    departure->begin(m_loop.port());
+    if (WSASend(m_event.socket, &part, 1, nullptr, 0, &departure->overlapped, nullptr) == 0 ||
+        WSAGetLastError() == WSA_IO_PENDING)
+        return true; // its completion comes through the port either way
+    departure->departing.reset();
+    departure->takeBack(m_loop.port());
+    return false;
+}
+
+std::optional<std::size_t> Readiness::takenBytes()
+{
+    ReadinessBlock* const departure = m_departure;
+    if (!departure || !departure->departing)
+        return 0;
+    if (departure->isPending())
+        return {};
+    departure->departing.reset();
+    return departure->overlapped.Internal == 0 ? departure->overlapped.InternalHigh : 0;
+}
+
 bool Readiness::isPending() const
 {
-    return m_block->overlapped.Internal == static_cast<ULONG_PTR>(STATUS_PENDING);
+    return m_block->isPending();
 }
 
 } // namespace zel::sys

@@ -14,13 +14,16 @@ namespace zel::sys {
 /// completes and the port hands its address out afterwards, so that every operation under way
 /// holds a reference beside the one of the owner.
 struct ReadinessBlock {
-    OVERLAPPED overlapped{}; // first: the port knows the block by this address
-    WSAEVENT event = WSA_INVALID_EVENT;
+    OVERLAPPED overlapped{};            // first: the port knows the block by this address
+    WSAEVENT event = WSA_INVALID_EVENT; // stays it where the block is of what departs
     std::atomic<int> references = 1;
     std::atomic<bool> isAbandoned = false;
 
     // The owner's, who takes it away before the loop can be gone.
     std::unique_ptr<Timer> retry;
+
+    // What is being sent, until its owner has learnt what became of it.
+    std::shared_ptr<const void> departing;
 
     // A datagram that is being received; the buffer is the caller's too.
     std::shared_ptr<DatagramBuffer> datagram;
@@ -34,10 +37,12 @@ struct ReadinessBlock {
         if (--references > 0)
             return;
         // Closed last: until here no other block can get this handle, and with it this id.
-        WSACloseEvent(event);
+        if (event != WSA_INVALID_EVENT)
+            WSACloseEvent(event);
         delete this;
     }
 
+    bool isPending() const { return overlapped.Internal == static_cast<ULONG_PTR>(STATUS_PENDING); }
     void begin(PortTwin& port)
     {
         ++references;
@@ -49,13 +54,17 @@ struct ReadinessBlock {
         release();
     }
 
-    /// A completion has come out of the port. True when the owner is gone already.
-    static bool completed(OVERLAPPED* overlapped, PortTwin& port)
+    struct Completion {
+        bool isAbandoned = false; // the owner is gone already
+        bool isDeparture = false;
+    };
+    /// A completion has come out of the port.
+    static Completion completed(OVERLAPPED* overlapped, PortTwin& port)
     {
         auto* const block = reinterpret_cast<ReadinessBlock*>(overlapped);
-        const bool ownerIsGone = block->isAbandoned.load();
+        const Completion completion{block->isAbandoned.load(), block->event == WSA_INVALID_EVENT};
         block->takeBack(port);
-        return ownerIsGone;
+        return completion;
     }
 };
 
