@@ -523,7 +523,7 @@ typedef struct ZEL_ReplyMessage {
  * Starts the library: its network thread, and the sockets that listen for scan answers. Calling it
  * while the library is started changes nothing. Calls do not nest: one ZEL_Unload ends them all.
  *
- * Where the host cannot give the library its thread, its descriptors (6 on Linux) or its memory,
+ * Where the host cannot give the library its thread, its descriptors (7 on Linux) or its memory,
  * the C++ exception that says so leaves this one export: std::system_error, with the code
  * resource_unavailable_try_again for the thread, too_many_files_open or
  * too_many_files_open_in_system for descriptors, or std::bad_alloc. The library is not started

@@ -26,8 +26,8 @@ public:
     /// Begins to receive; false when the event loop cannot watch the connection. Not under the
     /// table's lock: it calls into the loop.
     bool start();
-    /// Ends the connection for good. After it has returned on another thread than the loop's,
-    /// nothing is received any more; senders wake up and fail. Not under the table's lock.
+    /// Ends the connection for good; senders wake up and fail. Nothing is received any more once it
+    /// has returned, unless inside a callback. Not under the table's lock.
     void close();
 
     /// Sends one transaction telegram, or keeps it until it can leave. Never waits inside a

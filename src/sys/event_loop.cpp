@@ -10,6 +10,7 @@
 #include <exception>
 #include <limits>
 #include <string>
+#include <utility>
 
 namespace zel::sys {
 
@@ -19,23 +20,6 @@ constexpr std::size_t kInitialBuckets = 8;
 constexpr int kServingMs = 5;
 // A peer that never stops sending must not keep the timers and the other peers waiting.
 constexpr int kCallsInATurn = 32;
-
-/// Says which thread calls back; callbacks may be nested.
-class DispatchMark {
-public:
-    explicit DispatchMark(std::atomic<std::thread::id>& dispatcher)
-        : m_dispatcher(dispatcher), m_before(dispatcher.load(std::memory_order_relaxed))
-    {
-        m_dispatcher.store(std::this_thread::get_id(), std::memory_order_relaxed);
-    }
-    ~DispatchMark() { m_dispatcher.store(m_before, std::memory_order_relaxed); }
-    DispatchMark(const DispatchMark&) = delete;
-    DispatchMark& operator=(const DispatchMark&) = delete;
-
-private:
-    std::atomic<std::thread::id>& m_dispatcher;
-    const std::thread::id m_before;
-};
 
 } // namespace
 
@@ -49,8 +33,65 @@ std::size_t EventIdHash::operator()(EventId id) const
     return hash;
 }
 
+/// One call of an event's callback, in its turn. Not inside another one.
+class EventLoop::Call {
+public:
+    Call(EventLoop& loop, EventId id, Registration& registration)
+        : m_loop(loop), m_id(id), m_registration(registration), m_turn(registration.turn)
+    {
+        const std::lock_guard lock{m_loop.m_mutex};
+        m_callback = m_registration.callback;
+        m_registration.isRunning = m_callback != nullptr;
+        m_before = std::exchange(m_loop.m_lastCall, this);
+    }
+    ~Call()
+    {
+        const std::lock_guard lock{m_loop.m_mutex};
+        Call** place = &m_loop.m_lastCall;
+        while (*place != this)
+            place = &(*place)->m_before;
+        *place = m_before;
+        m_registration.isRunning = false;
+        // Whoever erased it while it was running has left that to its end, so that another one who
+        // erases it finds what to wait for.
+        if (m_callback && !m_registration.callback)
+            m_loop.m_events.erase(m_id);
+    }
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+
+    bool isErased() const { return m_callback == nullptr; }
+    /// What throws is not called again.
+    int operator()() const
+    {
+        try {
+            return (*m_callback)();
+        } catch (const std::exception&) {
+            return 0;
+        }
+    }
+    /// Whether the thread runs this call or one of those before it. Under the loop's mutex.
+    bool isOneOf(std::thread::id thread) const
+    {
+        const Call* call = this;
+        while (call && call->m_thread != thread)
+            call = call->m_before;
+        return call != nullptr;
+    }
+
+private:
+    EventLoop& m_loop;
+    const EventId m_id;
+    Registration& m_registration;
+    const std::thread::id m_thread = std::this_thread::get_id();
+    Call* m_before = nullptr; // of those under way, which nobody has to make a list for
+    // Before the turn: what the callback owns may be freed without it.
+    std::shared_ptr<const EventCallback> m_callback;
+    const std::lock_guard<Mutex> m_turn;
+};
+
 EventLoop::EventLoop()
-    : m_port(std::make_unique<PortTwin>()), m_events(kInitialBuckets), m_timers(m_mutex, [this] {
+    : m_port(std::make_unique<PortTwin>()), m_events(kInitialBuckets), m_timers([this] {
           if (!isLoopThread())
               m_port->postWake();
       })
@@ -68,9 +109,12 @@ int EventLoop::addEvent(const Event& event, EventCallback callback)
     if (!callback)
         return -1;
     {
+        auto registered = std::make_shared<const EventCallback>(std::move(callback));
+        auto fresh = std::make_shared<Registration>();
         const std::lock_guard lock{m_mutex};
         m_unfinished.reserve(m_unfinished.size() + m_events.size() + 1);
-        m_events[event.id] = std::make_shared<const EventCallback>(std::move(callback));
+        const auto entry = m_events.try_emplace(event.id, std::move(fresh)).first;
+        entry->second->callback.swap(registered);
     }
     if (event.socket == kNoSocket)
         return 0;
@@ -84,36 +128,51 @@ int EventLoop::addEvent(const Event& event, EventCallback callback)
 
 int EventLoop::eraseEvent(const Event& event)
 {
-    std::shared_ptr<const EventCallback> erased;
+    std::shared_ptr<Registration> erased;
+    std::shared_ptr<const EventCallback> callback;
     {
         const std::lock_guard lock{m_mutex};
         const auto found = m_events.find(event.id);
         if (found == m_events.end())
             return 0;
-        erased = std::move(found->second);
-        m_events.erase(found);
+        erased = found->second;
+        callback.swap(erased->callback);
+        if (!erased->isRunning)
+            m_events.erase(found);
     }
     m_port->unwatch(event);
+    if (isDispatching())
+        return 0;
+    const std::lock_guard wait{erased->turn};
     return 0;
+}
+
+bool EventLoop::isDispatching() const
+{
+    if (isLoopThread())
+        return true;
+    const std::lock_guard lock{m_mutex};
+    return m_lastCall && m_lastCall->isOneOf(std::this_thread::get_id());
+}
+
+std::shared_ptr<EventLoop::Registration> EventLoop::find(EventId id) const
+{
+    const std::lock_guard lock{m_mutex};
+    const auto found = m_events.find(id);
+    return found == m_events.end() ? nullptr : found->second;
 }
 
 EventLoop::Turn EventLoop::dispatch(EventId id, bool mayRepeat)
 {
+    const std::shared_ptr<Registration> registration = find(id);
+    if (!registration)
+        return Turn::gone;
     for (int calls = 0; calls < kCallsInATurn; ++calls) {
-        // Declared before the lock: what the callback owns may be freed without it.
-        std::shared_ptr<const EventCallback> callback;
-        const std::lock_guard lock{m_mutex};
-        const auto found = m_events.find(id);
-        if (found == m_events.end())
+        Call call{*this, id, *registration};
+        if (call.isErased())
             return Turn::gone;
-        const DispatchMark mark{m_dispatcher};
-        callback = found->second;
-        try {
-            if ((*callback)() <= 0 || !mayRepeat)
-                return Turn::done;
-        } catch (const std::exception&) {
+        if (call() <= 0 || !mayRepeat)
             return Turn::done;
-        }
     }
     return Turn::unfinished;
 }

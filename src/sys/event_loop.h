@@ -40,9 +40,9 @@ struct EventIdHash {
 /// The reactor of one Client: one thread runs execute() and calls the callbacks of the sockets
 /// that have input. Completion ports on Windows, epoll on Linux.
 ///
-/// Locks: callbacks run under the loop's recursive mutex, the outermost lock of the library. A
-/// thread that holds a request's lock or the connection table's must not call in here
-/// unless it is the loop's thread.
+/// Locks: the callbacks of one event run under that event's own lock, the outermost of the library,
+/// so that they come one after the other, and those of different events need not. Whoever holds a
+/// request's lock or the connection table's must not call in here. The loop's mutex is a leaf.
 class EventLoop {
 public:
     EventLoop();
@@ -51,10 +51,10 @@ public:
     EventLoop& operator=(const EventLoop&) = delete;
 
     /// 0, or -1 when the callback is empty or the socket cannot be watched. A second registration
-    /// under the same id replaces the callback.
+    /// under the same id replaces the callback; the old one may still be running.
     int addEvent(const Event& event, EventCallback callback);
-    /// After it has returned on another thread, the callback is not running and will not run again;
-    /// a callback may erase itself. Always 0.
+    /// The callback will not run again, and is not running either once this has returned; only
+    /// inside a callback, which may erase itself, this waits for none. Always 0.
     int eraseEvent(const Event& event);
 
     /// Why the system has given it no port; empty where it has.
@@ -65,11 +65,9 @@ public:
 
     /// False once execute() has ended by itself: no timer will ever expire again.
     bool canRun() const { return !m_hasEnded.load(); }
-    /// True inside a callback, whichever thread runs it, and anywhere on the loop's own thread.
-    bool isDispatching() const
-    {
-        return isLoopThread() || m_dispatcher.load() == std::this_thread::get_id();
-    }
+    /// True inside an event's callback, whichever thread runs it, and anywhere on the loop's own
+    /// thread.
+    bool isDispatching() const;
     bool isLoopThread() const { return m_thread.load() == std::this_thread::get_id(); }
 
     // A thread that waits for an answer may take it from the socket itself: being woken by the
@@ -80,8 +78,7 @@ public:
     /// back for what it has noticed before. False where the system cannot do that.
     bool lend(const Event& event);
     /// Calls the event's callback for its input on this thread, until the flag is set, the event
-    /// is erased or nothing has come for some milliseconds. Without any of the loop's or the
-    /// transactions' locks.
+    /// is erased or nothing has come for some milliseconds. Without any lock.
     void serve(const Event& event, const EventFlag& flag);
     /// Ends what lend() began. Input that is already there is noticed too.
     void takeBack(const Event& event);
@@ -92,12 +89,20 @@ public:
 private:
     friend class PortTwin;
 
-    using Events = std::unordered_map<EventId, std::shared_ptr<const EventCallback>, EventIdHash>;
+    struct Registration {
+        Mutex turn; // held by whoever calls back
+        // under the loop's mutex
+        std::shared_ptr<const EventCallback> callback; // null when it is erased
+        bool isRunning = false;
+    };
+    class Call;
+    using Events = std::unordered_map<EventId, std::shared_ptr<Registration>, EventIdHash>;
 
     /// What a turn of an event has left.
     enum class Turn { gone, done, unfinished };
 
     Turn dispatch(EventId id, bool mayRepeat);
+    std::shared_ptr<Registration> find(EventId id) const;
     /// Needs no memory.
     void addUnfinished(EventId id);
     /// The oldest that is left, when there is one.
@@ -111,12 +116,12 @@ private:
     EventLog m_log;
     std::unique_ptr<PortTwin> m_port;
 
-    // any thread; callbacks run with it held
-    RecursiveMutex m_mutex;
+    // any thread, under m_mutex
+    mutable Mutex m_mutex;
     Events m_events;
-    std::atomic<std::thread::id> m_dispatcher{}; // written under m_mutex
-    std::vector<EventId> m_unfinished;           // each once, with room for all events
-    std::atomic<bool> m_hasUnfinished = false;   // written under m_mutex
+    Call* m_lastCall = nullptr;                // of the events' callbacks that are running
+    std::vector<EventId> m_unfinished;         // each once, with room for all events
+    std::atomic<bool> m_hasUnfinished = false; // written under m_mutex
 
     TimerQueue m_timers;
     std::atomic<bool> m_hasEnded = false;

@@ -33,6 +33,11 @@ void Timer::restart(std::uint32_t milliseconds)
     m_queue.arm(*this, TimerQueue::Clock::now() + std::chrono::milliseconds{milliseconds});
 }
 
+bool Timer::isArmed() const
+{
+    return m_queue.isArmed(*this);
+}
+
 void Timer::cancel()
 {
     stop();

@@ -8,7 +8,7 @@ namespace zel::sys {
 
 class EventLoop;
 
-/// A one-shot or periodic timer whose expiry runs on the event loop's thread, under its lock.
+/// A one-shot or periodic timer whose expiry runs on the event loop's thread.
 /// One thread at a time may use a timer. After cancel() or the destructor has returned, the
 /// callback is not running (unless the caller is that callback) and will not run again.
 class Timer {
@@ -28,6 +28,9 @@ public:
              std::shared_ptr<void> held = {});
     /// Begins to count anew with the callback as it is.
     void restart(std::uint32_t milliseconds);
+    /// Whether it counts. For a callback that had to wait for a lock, under which the timer may
+    /// have been restarted meanwhile.
+    bool isArmed() const;
     /// Stops counting and calls back with false, if a callback was ever set.
     void cancel();
     /// Stops counting, silently.
@@ -46,6 +49,7 @@ private:
     TimerQueue::Place m_place; // while it is prepared and not armed
     std::shared_ptr<void> m_held;
     bool m_isArmed = false;
+    bool m_isBeingStopped = false; // by a thread that waits for the callback
     TimerQueue::Clock::time_point m_deadline{};
     std::chrono::milliseconds m_period{0};
 };

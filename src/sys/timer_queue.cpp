@@ -8,10 +8,7 @@
 
 namespace zel::sys {
 
-TimerQueue::TimerQueue(RecursiveMutex& loopMutex, std::function<void()> wake)
-    : m_loopMutex(loopMutex), m_wake(std::move(wake))
-{
-}
+TimerQueue::TimerQueue(std::function<void()> wake) : m_wake(std::move(wake)) {}
 
 bool TimerQueue::Earlier::operator()(const Timer* a, const Timer* b) const
 {
@@ -37,6 +34,8 @@ void TimerQueue::arm(Timer& timer, Clock::time_point deadline)
     bool mustWake = false;
     {
         const std::lock_guard lock{m_mutex};
+        if (timer.m_isBeingStopped)
+            return;
         removeLocked(timer);
         timer.m_deadline = deadline;
         m_armed.insert(std::move(timer.m_place));
@@ -60,17 +59,19 @@ void TimerQueue::removeLocked(Timer& timer)
 
 void TimerQueue::disarm(Timer& timer)
 {
-    {
-        const std::lock_guard lock{m_mutex};
-        removeLocked(timer);
-        if (m_firing != &timer || m_firingThread == std::this_thread::get_id())
-            return;
-    }
-    // The callback is running: it ends before the loop's lock can be had, and may have set the
-    // timer anew by then.
-    const std::lock_guard wait{m_loopMutex};
-    const std::lock_guard lock{m_mutex};
+    std::unique_lock lock{m_mutex};
     removeLocked(timer);
+    if (m_firing != &timer || m_firingThread == std::this_thread::get_id())
+        return;
+    timer.m_isBeingStopped = true;
+    m_hasFired.wait(lock, [&] { return m_firing != &timer; });
+    timer.m_isBeingStopped = false;
+}
+
+bool TimerQueue::isArmed(const Timer& timer) const
+{
+    const std::lock_guard lock{m_mutex};
+    return timer.m_isArmed;
 }
 
 void TimerQueue::letGo(Timer& timer)
@@ -109,9 +110,6 @@ void TimerQueue::runDue()
             return;
     }
     for (;;) {
-        // The loop's lock comes first, so that a timer that disarm() sees firing is called under
-        // the lock that disarm() then waits for.
-        const std::lock_guard loopLock{m_loopMutex};
         // Held: the callback may set its own timer anew or destroy it.
         const auto due = takeDue(now);
         if (!due)
@@ -123,6 +121,7 @@ void TimerQueue::runDue()
         }
         const std::lock_guard lock{m_mutex};
         m_firing = nullptr;
+        m_hasFired.notify_all();
     }
 }
 

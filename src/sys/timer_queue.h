@@ -19,9 +19,8 @@ class TimerQueue {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// `loopMutex` is the loop's lock, under which callbacks run; `wake` makes a waiting loop look
-    /// at wakeAt() again.
-    TimerQueue(RecursiveMutex& loopMutex, std::function<void()> wake);
+    /// `wake` makes a waiting loop look at wakeAt() again.
+    explicit TimerQueue(std::function<void()> wake);
 
     /// When the loop must come back at the latest; nothing when no timer asks for it.
     std::optional<Clock::time_point> wakeAt() const;
@@ -46,11 +45,11 @@ private:
     void arm(Timer& timer, Clock::time_point deadline);
     void disarm(Timer& timer);
     void letGo(Timer& timer);
+    bool isArmed(const Timer& timer) const;
     void removeLocked(Timer& timer);
     /// The next timer that is due is firing from now on: its callback, and what that works on.
     std::optional<Due> takeDue(Clock::time_point now);
 
-    RecursiveMutex& m_loopMutex;
     const std::function<void()> m_wake;
 
     // any thread, under m_mutex, which is a leaf lock
@@ -58,6 +57,7 @@ private:
     Armed m_armed;
     Timer* m_firing = nullptr;
     std::thread::id m_firingThread;
+    ConditionVariable m_hasFired;
     // Left standing when its timer is cancelled: a steady stream of requests then never has to
     // wake the loop for the next timer, at the price of one idle wake-up after the last.
     std::optional<Clock::time_point> m_wakeAt;

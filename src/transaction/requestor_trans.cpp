@@ -136,9 +136,9 @@ void clRequestorTrans::closeLocked()
 
 void clRequestorTrans::onTimeout(bool expired)
 {
-    if (!expired)
-        return;
     const Lock locked = lock();
+    if (!expired || isTimeLeftLocked())
+        return;
     switch (m_state) {
     case State::sendingSegments:
         finishLocked(ZEL_TRANS_TIMEOUT_SEND);

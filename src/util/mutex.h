@@ -5,7 +5,6 @@
 
 #ifdef _WIN32
 #include <chrono>
-#include <cstddef>
 #endif
 
 namespace zel {
@@ -29,21 +28,6 @@ private:
     friend class ConditionVariable;
 
     void* m_lock = nullptr; // the system's SRWLOCK
-};
-
-class RecursiveMutex {
-public:
-    RecursiveMutex();
-    ~RecursiveMutex();
-    RecursiveMutex(const RecursiveMutex&) = delete;
-    RecursiveMutex& operator=(const RecursiveMutex&) = delete;
-
-    void lock();
-    bool try_lock();
-    void unlock();
-
-private:
-    alignas(void*) std::byte m_section[40]; // the system's CRITICAL_SECTION
 };
 
 class ConditionVariable {
@@ -87,7 +71,6 @@ private:
 #else
 
 using Mutex = std::mutex;
-using RecursiveMutex = std::recursive_mutex;
 using ConditionVariable = std::condition_variable;
 
 #endif

@@ -276,13 +276,16 @@ TEST_F(LostConnection, HoldsUpNobodyElseWhileModulesAreStuckAndFloodAndDie)
                 connectTo(dying, id);
         });
         Milliseconds longest{};
+        int whileDue = 0;
         for (int i = 0; watch.elapsed() < 2000ms; ++i) {
             i % 2 == 0 ? dying.resetConnections() : dying.dropConnections();
             const Stopwatch own;
             EXPECT_EQ(echo(other), ZEL_OK);
             longest = std::max(longest, own.elapsed());
+            whileDue += watch.elapsed() > 1000ms ? 1 : 0;
         }
-        EXPECT_LT(longest, 500ms);
+        EXPECT_LT(longest, kSlack);
+        EXPECT_GT(whileDue, 20) << "even on a busy machine";
         RecordProperty("longest", static_cast<int>(longest.count()));
     }
     int heldUp = 0;
@@ -324,7 +327,7 @@ TEST_F(LostConnection, DoesNotEndWhenAModuleOnlyPausesWithinALongRequest)
     while (call.wait_for(10ms) == std::future_status::timeout) {
         const Stopwatch own;
         EXPECT_EQ(echo(other), ZEL_OK);
-        EXPECT_LT(own.elapsed(), 300ms) << "nobody else is held up";
+        EXPECT_LT(own.elapsed(), kSlack) << "nobody else is held up";
     }
     EXPECT_EQ(call.get(), ZEL_OK);
     EXPECT_GT(watch.elapsed(), 1500ms) << "the request was over before the pause";

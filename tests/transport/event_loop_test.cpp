@@ -106,6 +106,9 @@ TEST_F(EventLoopTest, WaitsInEraseForTheCallbackThatIsRunning)
     m_socket.notify();
     entered.get_future().wait();
     auto erased = std::async(std::launch::async, [&] { return m_socket.erase(); });
+    WatchedSocket other{m_loop};
+    EXPECT_EQ(other.watch([] { return 0; }), 0) << "nobody else has to wait for it";
+    EXPECT_EQ(other.erase(), 0);
     EXPECT_EQ(erased.wait_for(50ms), std::future_status::timeout);
     released.set_value();
     EXPECT_EQ(erased.get(), 0);

@@ -20,11 +20,6 @@ PCONDITION_VARIABLE variableAt(void*& place)
     return reinterpret_cast<PCONDITION_VARIABLE>(&place);
 }
 
-CRITICAL_SECTION* sectionAt(std::byte (&place)[sizeof(CRITICAL_SECTION)])
-{
-    return reinterpret_cast<CRITICAL_SECTION*>(place);
-}
-
 } // namespace
 
 void Mutex::lock()
@@ -40,31 +35,6 @@ bool Mutex::try_lock()
 void Mutex::unlock()
 {
     ReleaseSRWLockExclusive(lockAt(m_lock));
-}
-
-RecursiveMutex::RecursiveMutex()
-{
-    InitializeCriticalSectionEx(sectionAt(m_section), 0, CRITICAL_SECTION_NO_DEBUG_INFO);
-}
-
-RecursiveMutex::~RecursiveMutex()
-{
-    DeleteCriticalSection(sectionAt(m_section));
-}
-
-void RecursiveMutex::lock()
-{
-    EnterCriticalSection(sectionAt(m_section));
-}
-
-bool RecursiveMutex::try_lock()
-{
-    return TryEnterCriticalSection(sectionAt(m_section)) != 0;
-}
-
-void RecursiveMutex::unlock()
-{
-    LeaveCriticalSection(sectionAt(m_section));
 }
 
 void ConditionVariable::notify_one()
