@@ -2,8 +2,8 @@
 
 #include "logger.h"
 #include "measured_values.h"
-#include "method_call.h"
 #include "request_document.h"
+#include "service_call.h"
 #include "text_stream.h"
 #include "xml_building.h"
 #include "ZEL_VR_Framework.h"

@@ -2,11 +2,11 @@
 
 #include "cut_text.h"
 #include "host_facts.h"
-#include "method_call.h"
 #include "multi_method_request.h"
 #include "pugi_xml_buffer_composer.h"
 #include "request_document.h"
 #include "requestor_broadcast.h"
+#include "service_call.h"
 
 #include <charconv>
 #include <chrono>

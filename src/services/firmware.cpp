@@ -1,10 +1,10 @@
 #include "firmware.h"
 
 #include "host_file.h"
-#include "method_call.h"
 #include "mutex.h"
 #include "process_wide.h"
 #include "request_document.h"
+#include "service_call.h"
 #include "ZEL_VR_Framework.h"
 
 #include <fstream>

@@ -1,9 +1,9 @@
 #include "module_texts.h"
 
-#include "method_call.h"
 #include "process_wide.h"
 #include "request_document.h"
 #include "response_document.h"
+#include "service_call.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "method_call.h"
 #include "parameter_documents.h"
+#include "service_call.h"
 
 #include <cstdint>
 
@@ -10,7 +10,7 @@
 /// service 1.
 ///
 /// Paths are element names joined by "/"; where a name goes with a path, an empty name stands for
-/// the path itself. All return the method's result or what method_call.h says. Texts must not be
+/// the path itself. All return the method's result or what service_call.h says. Texts must not be
 /// null unless a function says what comes then.
 namespace zel::parameters {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "method_call.h"
+#include "service_call.h"
 
 #include <array>
 #include <cstdint>

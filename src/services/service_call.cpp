@@ -1,4 +1,4 @@
-#include "method_call.h"
+#include "service_call.h"
 
 #include "host_file.h"
 #include "last_error_stores.h"
