@@ -143,6 +143,16 @@ TEST_F(ApiTraces, WriteASequenceOfCallsAndReturnsByThread)
                           "[T, A]ZEL_XPAR_ReadXSD <== host 0\n");
 }
 
+TEST_F(ApiTraces, PutQualifiersBeforeTheFunctions)
+{
+    std::filesystem::create_directories(m_folder);
+    TraceSequence log{m_folder};
+    log.writeCall("application", CallKind::fromHost, "ZEL_Init");
+    log.writeReturn("library", ReturnKind::normal, "application", "started");
+    EXPECT_EQ(sequence(), "[T, A]application:host ==> ZEL_Init\n"
+                          "[T, A]library:ZEL_Init <== application:host started\n");
+}
+
 TEST_F(ApiTraces, SayWhichFileCannotBeOpened)
 {
     std::ofstream{m_folder} << "a file where the folder should be";

@@ -124,6 +124,17 @@ TEST(Composers, ReplaceWhatXmlCannotCarry)
 #undef BAD
 }
 
+TEST(Composers, StartAgainAfterAReset)
+{
+    std::vector<char> buffer(100, '#');
+    PugiXmlBufferComposer composer(buffer.data(), buffer.size());
+    EXPECT_EQ(composer.openElement("Old"), ZEL_OK);
+    EXPECT_EQ(composer.reset(), ZEL_OK);
+    EXPECT_EQ(composer.openElement("New"), ZEL_OK);
+    EXPECT_EQ(composer.save(nullptr), ZEL_OK);
+    EXPECT_STREQ(buffer.data(), "<?xml version=\"1.0\"?><New/>");
+}
+
 TEST(Composers, NeedRoomForTheZeroByte)
 {
     const std::string document = "<?xml version=\"1.0\"?><Root/>";
@@ -157,6 +168,14 @@ TEST(BufferWriter, DropsEverythingAfterTheFirstPieceThatDoesNotFit)
     EXPECT_EQ(buffer, "ab####");
     EXPECT_EQ(writer.written(), 7U);
     EXPECT_EQ(writer.finish(), ZEL_SRV_BUFFER_TOO_SMALL);
+
+    buffer.assign(6, '#');
+    PugiXmlBufferWriter full(buffer.data(), 5);
+    full.write("abcde", 5);
+    EXPECT_EQ(full.result(), ZEL_OK);
+    EXPECT_EQ(buffer, "abcde#");
+    EXPECT_EQ(full.finish(), ZEL_SRV_BUFFER_TOO_SMALL);
+    EXPECT_EQ(full.written(), 5U);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <numbers>
 #include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -30,6 +31,27 @@ TEST(Waveforms, AreWhatTheirNamesSay)
             EXPECT_EQ(waveform.at(first + i), phase < 0.5 ? 3 : -1) << i;
         }
     }
+}
+
+TEST(Waveforms, NoiseSpreadsEvenlyAndSeedsDiffer)
+{
+    Waveform noise;
+    noise.kind = Waveform::Kind::noise;
+    std::vector<double> values(100'000);
+    noise.fill(1u << 30, values);
+    double sum = 0;
+    double squares = 0;
+    for (const double value : values) {
+        ASSERT_LT(std::abs(value), 1);
+        sum += value;
+        squares += value * value;
+    }
+    EXPECT_NEAR(sum / 100'000, 0, 0.01);
+    EXPECT_NEAR(squares / 100'000, 1.0 / 3, 0.01);
+    Waveform other = noise;
+    other.seed = 1;
+    EXPECT_NE(other.at(5), noise.at(5));
+    EXPECT_NE(other.at(5), noise.at(6)) << "another seed is not the same noise a sample later";
 }
 
 /// What has been counted at a time and the time of a sample agree, to the nanosecond.
