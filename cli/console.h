@@ -54,7 +54,7 @@ int openToWrite(const std::filesystem::path& path);
 std::size_t writeTo(int file, std::string_view bytes);
 /// Its size; nothing for a pipe or a device.
 std::optional<std::uint64_t> sizeOf(int file);
-/// Cuts it down to this size, where it then goes on.
+/// Cuts it down to this size, where it then goes on; false, and nothing done, for what has none.
 bool cutTo(int file, std::uint64_t size);
 /// False, and errno, when the system tells only now that it has lost something.
 bool closeFile(int file);

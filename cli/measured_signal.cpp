@@ -75,25 +75,25 @@ std::vector<MeasuredSignal> chooseSignals(const std::vector<MeasuredSignal>& all
 std::string dataTypeName(std::uint32_t dataType)
 {
     switch (dataType) {
-    case 20:
+    case ZEL_DAQ_INT32:
         return "Int32";
-    case 24:
+    case ZEL_DAQ_INT64:
         return "Int64";
-    case 36:
+    case ZEL_DAQ_REAL32:
         return "Float32";
-    case 40:
+    case ZEL_DAQ_REAL64:
         return "Float64";
-    case 80:
+    case ZEL_DAQ_TIMED_INT64:
         return "Int64, timed";
-    case 92:
+    case ZEL_DAQ_TIMED_INT32:
         return "Int32, timed";
-    case 96:
+    case ZEL_DAQ_TIMED_REAL64:
         return "Float64, timed";
-    case 108:
+    case ZEL_DAQ_TIMED_REAL32:
         return "Float32, timed";
-    case 224:
+    case ZEL_DAQ_TIMED_UINT64:
         return "UInt64, timed";
-    case 236:
+    case ZEL_DAQ_TIMED_UINT32:
         return "UInt32, timed";
     default:
         return std::to_string(dataType);

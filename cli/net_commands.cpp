@@ -277,19 +277,21 @@ std::string settingsDocument(const SetArguments& arguments, const Wanted& wanted
     return text.str();
 }
 
+bool isInEffect(const Wanted& wanted, const FoundModule& module)
+{
+    return (!wanted.address || ipv4(module.address) == wanted.address) &&
+           (!wanted.mask || ipv4(module.mask) == wanted.mask);
+}
+
 /// The module as a scan hears it afterwards, with the new address as soon as it has that.
 std::optional<FoundModule> lookAfter(std::uint64_t uuid, const Wanted& wanted)
 {
     constexpr int kScans = 3; // a module may need a while to change its address
     std::optional<FoundModule> heard;
-    const auto hasChanged = [&](const FoundModule& module) {
-        return (!wanted.address || ipv4(module.address) == wanted.address) &&
-               (!wanted.mask || ipv4(module.mask) == wanted.mask);
-    };
-    for (int scan = 0; scan < kScans && (!heard || !hasChanged(*heard)); ++scan) {
+    for (int scan = 0; scan < kScans && (!heard || !isInEffect(wanted, *heard)); ++scan) {
         const auto modules = scanUntil([&](const std::vector<FoundModule>& found) {
             const FoundModule* const module = withUuid(found, uuid);
-            return module != nullptr && hasChanged(*module);
+            return module != nullptr && isInEffect(wanted, *module);
         });
         if (const FoundModule* const module = withUuid(modules, uuid)) {
             heard = *module;
@@ -311,11 +313,10 @@ bool isReachedAt(std::uint32_t address, std::uint16_t port, std::uint64_t uuid)
 void reportHeard(CommandOutput& output, const NetworkTarget& target, const FoundModule& heard,
                  const Wanted& wanted)
 {
-    const bool isInEffect = (!wanted.address || ipv4(heard.address) == wanted.address) &&
-                            (!wanted.mask || ipv4(heard.mask) == wanted.mask);
+    const bool hasTaken = isInEffect(wanted, heard);
     if (output.isJson) {
         output.json(target.identity(), {{"written", true},
-                                        {"inEffect", isInEffect},
+                                        {"inEffect", hasTaken},
                                         {"now",
                                          {{"address", heard.address},
                                           {"mask", heard.mask},
@@ -324,9 +325,9 @@ void reportHeard(CommandOutput& output, const NetworkTarget& target, const Found
         return;
     }
     output.value(target.name() + " has taken the settings and " +
-                 (isInEffect ? "has the address " : "still has the address ") + heard.address +
+                 (hasTaken ? "has the address " : "still has the address ") + heard.address +
                  " with the mask " + heard.mask +
-                 (isInEffect ? "" : "; they may take effect when it restarts"));
+                 (hasTaken ? "" : "; they may take effect when it restarts"));
     if (!heard.fits()) {
         output.value(misfitText(heard));
     }

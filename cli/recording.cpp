@@ -85,14 +85,13 @@ std::uint64_t Recording::takeRecord(const unsigned char* block, std::uint64_t si
     if (ZEL_XUTIL_GetDaqHeader(ZEL_DAQ_BY_INDEX, 0, block, size, &header, &offset) != ZEL_OK) {
         throw CommandFailure({.problem = "the module sent bytes that are no measured values"});
     }
-    const std::uint64_t element = (header.dataType & 15U) == 0 ? 16 : header.dataType & 15U;
-    const std::uint64_t used = offset + element * header.count;
+    const std::uint64_t used = offset + elementSize(header.dataType) * header.count;
     if (header.signalId == 0 || header.signalId > m_tracks.size()) {
         return used;
     }
     RecordingTrack& track = m_tracks[header.signalId - 1U];
     track.isEven = !isTimed(header.dataType);
-    if (track.isEven && header.kind == 1 && header.extra.u64 != 0) {
+    if (track.isEven && header.kind == ZEL_DAQ_WITH_RATE && header.extra.u64 != 0) {
         track.setRate(header.extra.u64);
     }
     if (!decodeRecord(block, header, offset, track.rate, m_decoded)) {
@@ -216,8 +215,9 @@ void Recording::writeReady(bool hasMore)
         newestWaiting =
             std::max(newestWaiting, track.waiting.empty() ? 0 : track.waiting.back().time);
     }
+    const bool isAnyWaiting = waiting() > 0;
     for (RecordingTrack& track : m_tracks) {
-        track.watch(waiting() > 0, newestWaiting, hasMore);
+        track.watch(isAnyWaiting, newestWaiting, hasMore);
     }
     writeUntil(readyUntil(hasMore));
     while (waiting() > kMostWaiting) {

@@ -125,9 +125,7 @@ void RecordingFile::keepWholeLines(std::string_view arrived)
     m_latest += kept;
     m_size -= arrived.size() - kept.size();
     m_rows += rowsIn(kept);
-    if (sizeOf(m_file)) {
-        cutTo(m_file, m_size);
-    }
+    cutTo(m_file, m_size);
 }
 
 void RecordingFile::makeRoom(std::size_t bytes)
@@ -143,9 +141,7 @@ void RecordingFile::makeRoom(std::size_t bytes)
         --m_rows;
     }
     m_size -= freed;
-    if (sizeOf(m_file)) {
-        cutTo(m_file, m_size);
-    }
+    cutTo(m_file, m_size);
 }
 
 void RecordingFile::fail(int error) const

@@ -73,16 +73,22 @@ void decode(const std::vector<unsigned char>& bytes, const ZEL_DaqHeader& header
 bool isTimed(std::uint8_t dataType)
 {
     switch (dataType) {
-    case 80:
-    case 92:
-    case 96:
-    case 108:
-    case 224:
-    case 236:
+    case ZEL_DAQ_TIMED_INT64:
+    case ZEL_DAQ_TIMED_INT32:
+    case ZEL_DAQ_TIMED_REAL64:
+    case ZEL_DAQ_TIMED_REAL32:
+    case ZEL_DAQ_TIMED_UINT64:
+    case ZEL_DAQ_TIMED_UINT32:
         return true;
     default:
         return false;
     }
+}
+
+std::uint64_t elementSize(std::uint8_t dataType)
+{
+    const std::uint64_t size = dataType & 15U;
+    return size == 0 ? 16 : size;
 }
 
 std::uint64_t timeOfIndex(std::uint64_t index, std::uint64_t millihertz)
@@ -105,30 +111,29 @@ double samplesIn(std::uint64_t nanoseconds, std::uint64_t millihertz)
 bool decodeRecord(const void* block, const ZEL_DaqHeader& header, std::uint64_t offset,
                   std::uint64_t rate, std::vector<Sample>& samples)
 {
-    const std::uint64_t element = (header.dataType & 15U) == 0 ? 16 : header.dataType & 15U;
-    std::vector<unsigned char> bytes(element * header.count);
+    std::vector<unsigned char> bytes(elementSize(header.dataType) * header.count);
     ZEL_XUTIL_GetDaqData(offset, block, &header, bytes.data(), bytes.size());
     switch (header.dataType) {
-    case 20:
-    case 92:
+    case ZEL_DAQ_INT32:
+    case ZEL_DAQ_TIMED_INT32:
         decode<std::int32_t>(bytes, header, rate, samples);
         return true;
-    case 24:
-    case 80:
+    case ZEL_DAQ_INT64:
+    case ZEL_DAQ_TIMED_INT64:
         decode<std::int64_t>(bytes, header, rate, samples);
         return true;
-    case 36:
-    case 108:
+    case ZEL_DAQ_REAL32:
+    case ZEL_DAQ_TIMED_REAL32:
         decode<float>(bytes, header, rate, samples);
         return true;
-    case 40:
-    case 96:
+    case ZEL_DAQ_REAL64:
+    case ZEL_DAQ_TIMED_REAL64:
         decode<double>(bytes, header, rate, samples);
         return true;
-    case 224:
+    case ZEL_DAQ_TIMED_UINT64:
         decode<std::uint64_t>(bytes, header, rate, samples);
         return true;
-    case 236:
+    case ZEL_DAQ_TIMED_UINT32:
         decode<std::uint32_t>(bytes, header, rate, samples);
         return true;
     default:

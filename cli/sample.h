@@ -30,6 +30,9 @@ bool decodeRecord(const void* block, const ZEL_DaqHeader& header, std::uint64_t 
 /// Whether the elements of a type carry their own times.
 bool isTimed(std::uint8_t dataType);
 
+/// Bytes of one element in a block, whatever its type stands for.
+std::uint64_t elementSize(std::uint8_t dataType);
+
 /// Time that sample `index` lies behind the first one, in nanoseconds, rounded down.
 std::uint64_t timeOfIndex(std::uint64_t index, std::uint64_t millihertz);
 

@@ -25,12 +25,6 @@ clMultiMthdReqrSrv::clMultiMthdReqrSrv(const MethodAddress& address,
 {
 }
 
-void clMultiMthdReqrSrv::delivered(std::unique_ptr<clRxTelContainer> response,
-                                   const TransactionSource& source)
-{
-    receiveResponse(std::move(response), source);
-}
-
 void clMultiMthdReqrSrv::completed(std::int32_t result)
 {
     if (result != ZEL_OK)
@@ -39,8 +33,8 @@ void clMultiMthdReqrSrv::completed(std::int32_t result)
         m_functor->failed(result, {});
 }
 
-void clMultiMthdReqrSrv::receiveResponse(std::unique_ptr<clRxTelContainer> response,
-                                         const TransactionSource& source)
+void clMultiMthdReqrSrv::delivered(std::unique_ptr<clRxTelContainer> response,
+                                   const TransactionSource& source)
 {
     std::int32_t result = ZEL_POINTER_NULL;
     if (response) {

@@ -39,9 +39,6 @@ public:
     void completed(std::int32_t result) override;
 
 private:
-    void receiveResponse(std::unique_ptr<clRxTelContainer> response,
-                         const TransactionSource& source);
-
     clMthdReqrSrv m_call;
     const std::unique_ptr<iMultiMthdFunctor> m_functor; // may be null
     const std::uint32_t m_context;
