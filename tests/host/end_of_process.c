@@ -24,7 +24,7 @@ static void* call(void* ignored)
     return ignored;
 }
 
-#ifndef _WIN32
+#if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__)
 /* The child has its parent's started library in its memory, without the library's thread. */
 static int child_ends_well(int starts_its_own)
 {
@@ -47,7 +47,10 @@ int main(void)
 {
     pthread_t threads[THREADS];
     ZEL_Init();
-#ifndef _WIN32
+#ifdef __SANITIZE_ADDRESS__
+    printf("the address sanitizer does not release at a fork what the parent's threads hold of "
+           "its memory: no child is made\n");
+#elif !defined(_WIN32)
     int may_start = 1;
 #ifdef __SANITIZE_THREAD__
     printf("the thread sanitizer does not follow threads of a forked child: none is started\n");
