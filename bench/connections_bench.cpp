@@ -1,11 +1,10 @@
 #include "library_session.h"
 
-#include <benchmark/benchmark.h>
-
 #include <chrono>
 #include <fstream>
 #include <thread>
 
+#include <benchmark/benchmark.h>
 #include <sys/resource.h>
 #include <unistd.h>
 

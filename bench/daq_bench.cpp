@@ -1,10 +1,10 @@
 #include "stopwatch.h"
 #include "ZEL_VR_Framework.h"
 
-#include <benchmark/benchmark.h>
-
 #include <cstring>
 #include <vector>
+
+#include <benchmark/benchmark.h>
 
 namespace {
 

@@ -2,9 +2,9 @@
 #include "response_document.h"
 #include "xml_escape.h"
 
-#include <benchmark/benchmark.h>
-
 #include <vector>
+
+#include <benchmark/benchmark.h>
 
 namespace {
 
@@ -32,10 +32,9 @@ void WriteDocument(benchmark::State& state)
 {
     LibrarySession library{1};
     const std::string document(static_cast<std::size_t>(state.range(0)), 'x');
-    for (auto _ : state) {
+    for (auto _ : state)
         if (ZEL_XPAR_WriteXML(library.module(0), 1, document.data(), document.size()) != ZEL_OK)
             throw std::runtime_error("the document was not taken");
-    }
     state.SetBytesProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(WriteDocument)->RangeMultiplier(8)->Range(128 << 10, 8 << 20)->UseRealTime();

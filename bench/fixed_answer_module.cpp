@@ -7,6 +7,7 @@
 #include "transaction_header.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
@@ -14,8 +15,6 @@
 #include <string_view>
 #include <thread>
 #include <vector>
-
-#include <csignal>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>

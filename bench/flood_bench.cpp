@@ -1,7 +1,5 @@
 #include "library_session.h"
 
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -9,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include <benchmark/benchmark.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>

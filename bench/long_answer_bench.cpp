@@ -2,10 +2,10 @@
 #include "processors.h"
 #include "stopwatch.h"
 
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
 #include <vector>
+
+#include <benchmark/benchmark.h>
 
 namespace {
 

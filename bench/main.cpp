@@ -2,7 +2,6 @@
 #include "measuring_module.h"
 
 #include <benchmark/benchmark.h>
-
 #include <sys/resource.h>
 
 int main(int argc, char** argv)

@@ -3,9 +3,8 @@
 #include "processors.h"
 #include "simulator.h"
 
-#include <stdexcept>
-
 #include <csignal>
+#include <stdexcept>
 
 #include <sys/prctl.h>
 #include <sys/wait.h>

@@ -1,14 +1,14 @@
 #include "library_session.h"
 #include "processors.h"
 
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <stdexcept>
 #include <thread>
 #include <vector>
+
+#include <benchmark/benchmark.h>
 
 namespace {
 

@@ -3,13 +3,12 @@
 #include "processors.h"
 #include "ZEL_VR_Framework.h"
 
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
 #include <chrono>
 #include <stdexcept>
 #include <vector>
 
+#include <benchmark/benchmark.h>
 #include <sys/resource.h>
 
 namespace {

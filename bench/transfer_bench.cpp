@@ -2,12 +2,11 @@
 #include "processors.h"
 #include "stopwatch.h"
 
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 
+#include <benchmark/benchmark.h>
 #include <unistd.h>
 
 namespace {

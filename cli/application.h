@@ -1,13 +1,13 @@
 #pragma once
 
+#include "command_output.h"
+
 #include <functional>
 #include <map>
 #include <memory>
 #include <string>
 
 #include <CLI/CLI.hpp>
-
-#include "command_output.h"
 
 namespace zel::cli {
 

@@ -1,20 +1,19 @@
 #include "command_failure.h"
 
-#include <sstream>
-
-#include <nlohmann/json.hpp>
-
 #include "number_text.h"
 #include "printable.h"
 #include "ZEL_VR_Framework.h"
+
+#include <sstream>
+
+#include <nlohmann/json.hpp>
 
 namespace zel::cli {
 
 CommandFailure::CommandFailure(FailureReport report) : m_report(std::move(report))
 {
-    if (m_report.advice.empty() && m_report.code) {
+    if (m_report.advice.empty() && m_report.code)
         m_report.advice = adviceFor(*m_report.code);
-    }
 }
 
 std::string CommandFailure::message() const
@@ -31,14 +30,12 @@ std::string CommandFailure::message() const
         text += std::string(kIndent) + "the module says:";
         std::istringstream lines(trimmed(m_report.moduleText));
         const bool isLong = lines.str().find('\n') != std::string::npos;
-        for (std::string line; std::getline(lines, line);) {
+        for (std::string line; std::getline(lines, line);)
             text += (isLong ? std::string("\n") + kIndent + "  " : " ") + printable(line);
-        }
         text += '\n';
     }
-    if (!m_report.advice.empty()) {
+    if (!m_report.advice.empty())
         text += kIndent + printable(m_report.advice) + '\n';
-    }
     return text;
 }
 
@@ -50,12 +47,10 @@ nlohmann::json CommandFailure::asJson() const
         error["hex"] = hexadecimal(*m_report.code);
         error["text"] = m_report.codeText;
     }
-    if (!m_report.moduleText.empty()) {
+    if (!m_report.moduleText.empty())
         error["moduleText"] = m_report.moduleText;
-    }
-    if (!m_report.advice.empty()) {
+    if (!m_report.advice.empty())
         error["advice"] = m_report.advice;
-    }
     nlohmann::json whole = m_report.result ? *m_report.result : nlohmann::json::object();
     whole["error"] = error;
     return whole;

@@ -1,10 +1,10 @@
 #include "command_line.h"
 
-#include <algorithm>
-
 #include "help_formatter.h"
 #include "module_address.h"
 #include "suggestions.h"
+
+#include <algorithm>
 
 namespace zel::cli {
 
@@ -63,9 +63,8 @@ void defineCommandLine(CLI::App& app, Application& application)
 const CLI::App& chosenCommand(const CLI::App& app)
 {
     const CLI::App* command = &app;
-    while (!command->get_subcommands().empty()) {
+    while (!command->get_subcommands().empty())
         command = command->get_subcommands().front();
-    }
     return *command;
 }
 
@@ -86,9 +85,8 @@ std::string helpFor(const CLI::App& command)
 std::vector<std::string> namesOfCommands(const CLI::App& app)
 {
     std::vector<std::string> names;
-    for (const CLI::App* command : app.get_subcommands({})) {
+    for (const CLI::App* command : app.get_subcommands({}))
         names.push_back(command->get_name());
-    }
     return names;
 }
 
@@ -96,11 +94,9 @@ std::vector<std::string> namesOfOptions(const CLI::App& command)
 {
     std::vector<std::string> names;
     for (const CLI::App* app = &command; app != nullptr; app = app->get_parent()) {
-        for (const CLI::Option* option : app->get_options()) {
-            for (const auto& name : option->get_lnames()) {
+        for (const CLI::Option* option : app->get_options())
+            for (const auto& name : option->get_lnames())
                 names.push_back("--" + name);
-            }
-        }
     }
     return names;
 }
@@ -135,9 +131,8 @@ void addHelpCommand(CLI::App& app, Application& application)
             const CLI::App* const parent = named;
             const auto below = parent->get_subcommands(
                 [&word](const CLI::App* one) { return one->get_name() == word; });
-            if (below.empty()) {
+            if (below.empty())
                 throw unknownWord(*parent, word);
-            }
             named = below.front();
         }
         application.work = [&application, help = helpFor(*named)] {
@@ -167,9 +162,8 @@ CommandFailure misuse(const CLI::App& app, const CLI::ParseError& error)
 {
     const CLI::App& command = chosenCommand(app);
     const auto unknown = app.remaining(true);
-    if (!unknown.empty()) {
+    if (!unknown.empty())
         return unknownWord(command, unknown.front());
-    }
     const bool isCommand = command.get_parent() != nullptr;
     const std::string name = isCommand ? fullName(command).substr(app.get_name().size() + 1) : "";
     return CommandFailure({.problem = (isCommand ? name + ": " : "") + error.what(),

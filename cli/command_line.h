@@ -1,9 +1,9 @@
 #pragma once
 
+#include "application.h"
+
 #include <string>
 #include <vector>
-
-#include "application.h"
 
 namespace zel::cli {
 

@@ -1,14 +1,14 @@
 #include "command_output.h"
 
-#include <cerrno>
-#include <cstring>
-
-#include <nlohmann/json.hpp>
-
 #include "console.h"
 #include "number_text.h"
 #include "printable.h"
 #include "xml_layout.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <nlohmann/json.hpp>
 
 namespace zel::cli {
 
@@ -48,9 +48,8 @@ void CommandOutput::separateFromLog()
 
 void CommandOutput::bytes(std::string_view data)
 {
-    if (std::fwrite(data.data(), 1, data.size(), m_results) != data.size() && m_error == 0) {
+    if (std::fwrite(data.data(), 1, data.size(), m_results) != data.size() && m_error == 0)
         m_error = errno;
-    }
 }
 
 void CommandOutput::line(std::string_view text)
@@ -68,27 +67,23 @@ void CommandOutput::document(std::string_view text)
 {
     const bool isForTerminal = isTerminal(m_results);
     std::string shown = isForTerminal || isPretty ? indentedXml(text) : std::string(text);
-    if (isForTerminal) {
+    if (isForTerminal)
         shown = printable(shown, true);
-    } else {
+    else
         makeBinary(m_results);
-    }
     bytes(shown);
-    if (!shown.empty() && !shown.ends_with('\n')) {
+    if (!shown.empty() && !shown.ends_with('\n'))
         bytes("\n");
-    }
 }
 
 void CommandOutput::table(const TextTable& table, std::string_view whenEmpty, std::string_view note)
 {
-    if (table.isEmpty()) {
+    if (table.isEmpty())
         line(whenEmpty);
-    } else {
+    else
         bytes(table.text());
-    }
-    if (!note.empty()) {
+    if (!note.empty())
         line(printable(note, true));
-    }
 }
 
 void CommandOutput::json(const nlohmann::json& result)
@@ -112,21 +107,18 @@ int CommandOutput::file()
 {
     finish();
     const int descriptor = fileno(m_results);
-    if (!sizeOf(descriptor)) {
+    if (!sizeOf(descriptor))
         return -1;
-    }
     makeBinary(m_results); // as many bytes go there as are written
     return descriptor;
 }
 
 void CommandOutput::finish()
 {
-    if (std::fflush(m_results) != 0 && m_error == 0) {
+    if (std::fflush(m_results) != 0 && m_error == 0)
         m_error = errno;
-    }
-    if (m_error == EPIPE) {
+    if (m_error == EPIPE)
         throw ReaderGone{};
-    }
     if (m_error != 0) {
         throw CommandFailure(
             {.problem = "the result could not be written: " + std::string(std::strerror(m_error)),
@@ -136,9 +128,8 @@ void CommandOutput::finish()
 
 void CommandOutput::failure(const CommandFailure& failure)
 {
-    if (isJson) {
+    if (isJson)
         json(failure.asJson());
-    }
     std::fflush(m_results);
     const std::string message = failure.message();
     std::fwrite(message.data(), 1, message.size(), stderr);

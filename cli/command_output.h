@@ -1,14 +1,14 @@
 #pragma once
 
+#include "command_failure.h"
+#include "console.h"
+#include "text_table.h"
+
 #include <cstdio>
 #include <string>
 #include <string_view>
 
 #include <nlohmann/json_fwd.hpp>
-
-#include "command_failure.h"
-#include "console.h"
-#include "text_table.h"
 
 namespace zel::cli {
 

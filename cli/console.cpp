@@ -5,12 +5,11 @@
 #include <cstdlib>
 
 #ifdef _WIN32
+#include <windows.h>
 #include <fcntl.h>
 #include <io.h>
-#include <sys/stat.h>
-#include <windows.h>
-
 #include <shellapi.h>
+#include <sys/stat.h>
 #else
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -29,17 +28,15 @@ void (*onHangUp)() = nullptr;
 std::optional<std::string> askPerson(const std::string& question)
 {
     std::FILE* const shown = isTerminal(stderr) ? stderr : stdout;
-    if (!isTerminal(stdin) || !isTerminal(shown)) {
+    if (!isTerminal(stdin) || !isTerminal(shown))
         return {};
-    }
     const auto handler = std::signal(SIGINT, SIG_DFL);
     std::fputs(question.c_str(), shown);
     std::fflush(shown);
     std::string answer;
     int c = std::getc(stdin);
-    for (; c != EOF && c != '\n'; c = std::getc(stdin)) {
+    for (; c != EOF && c != '\n'; c = std::getc(stdin))
         answer += static_cast<char>(c);
-    }
     std::fputs(c == EOF ? "\n" : "", shown);
     std::signal(SIGINT, handler);
     return answer;
@@ -58,9 +55,8 @@ std::vector<std::string> utf8Arguments(int argc, char** argv)
     std::vector<std::string> arguments;
     int count = 0;
     wchar_t** const wide = CommandLineToArgvW(GetCommandLineW(), &count);
-    if (wide == nullptr) {
+    if (wide == nullptr)
         return {argv + (argc > 0 ? 1 : 0), argv + argc};
-    }
     for (int i = 1; i < count; ++i) {
         const int size = WideCharToMultiByte(CP_UTF8, 0, wide[i], -1, nullptr, 0, nullptr, nullptr);
         std::string text(size > 0 ? static_cast<std::size_t>(size) : 1, '\0');
@@ -78,9 +74,8 @@ void prepareConsole()
     // What moves the cursor is text like any other until it is asked for.
     const HANDLE console = GetStdHandle(STD_OUTPUT_HANDLE);
     DWORD mode = 0;
-    if (GetConsoleMode(console, &mode) != 0) {
+    if (GetConsoleMode(console, &mode) != 0)
         SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
-    }
 }
 
 void setEnvironment(const char* name, const std::string& value)
@@ -114,9 +109,8 @@ std::size_t writeTo(int file, std::string_view bytes)
 std::optional<std::uint64_t> sizeOf(int file)
 {
     struct _stat64 status {};
-    if (_fstat64(file, &status) != 0 || (status.st_mode & _S_IFMT) != _S_IFREG) {
+    if (_fstat64(file, &status) != 0 || (status.st_mode & _S_IFMT) != _S_IFREG)
         return {};
-    }
     return static_cast<std::uint64_t>(status.st_size);
 }
 
@@ -135,9 +129,8 @@ std::FILE* takeStandardOutput()
 {
     std::fflush(stdout);
     const int own = _dup(_fileno(stdout));
-    if (own < 0 || _dup2(_fileno(stderr), _fileno(stdout)) != 0) {
+    if (own < 0 || _dup2(_fileno(stderr), _fileno(stdout)) != 0)
         return nullptr;
-    }
     return _fdopen(own, "wb");
 }
 
@@ -153,9 +146,8 @@ TerminalSize terminalSize(std::FILE* stream)
     const bool isKnown = GetConsoleScreenBufferInfo(handle, &info) != 0;
     const int columns = info.srWindow.Right - info.srWindow.Left + 1;
     const int lines = info.srWindow.Bottom - info.srWindow.Top + 1;
-    if (!isKnown || columns < 2 || lines < 2) {
+    if (!isKnown || columns < 2 || lines < 2)
         return {};
-    }
     return {static_cast<std::size_t>(columns), static_cast<std::size_t>(lines)};
 }
 
@@ -168,14 +160,12 @@ void whenHungUp(void (*function)())
 {
     onHangUp = function;
     const auto handler = [](DWORD event) -> BOOL {
-        if (event == CTRL_C_EVENT) {
+        if (event == CTRL_C_EVENT)
             return FALSE;
-        }
         onHangUp();
         // The process is ended as soon as this returns, so its end has to come first.
-        if (event != CTRL_BREAK_EVENT) {
+        if (event != CTRL_BREAK_EVENT)
             Sleep(INFINITE);
-        }
         return TRUE;
     };
     SetConsoleCtrlHandler(handler, TRUE);
@@ -226,9 +216,8 @@ std::size_t writeTo(int file, std::string_view bytes)
 std::optional<std::uint64_t> sizeOf(int file)
 {
     struct stat status {};
-    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode))
         return {};
-    }
     return static_cast<std::uint64_t>(status.st_size);
 }
 
@@ -246,9 +235,8 @@ std::FILE* takeStandardOutput()
 {
     std::fflush(stdout);
     const int own = dup(STDOUT_FILENO);
-    if (own < 0 || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
+    if (own < 0 || dup2(STDERR_FILENO, STDOUT_FILENO) < 0)
         return nullptr;
-    }
     return fdopen(own, "w");
 }
 
@@ -261,9 +249,8 @@ TerminalSize terminalSize(std::FILE* stream)
 {
     winsize size{};
     const bool isKnown = ioctl(fileno(stream), TIOCGWINSZ, &size) == 0;
-    if (!isKnown || size.ws_col < 2 || size.ws_row < 2) {
+    if (!isKnown || size.ws_col < 2 || size.ws_row < 2)
         return {};
-    }
     return {size.ws_col, size.ws_row};
 }
 
@@ -273,9 +260,8 @@ void whenHungUp(void (*function)())
 {
     onHangUp = function;
     // Under nohup it is ignored, and shall be.
-    if (std::signal(SIGHUP, SIG_IGN) != SIG_IGN) {
+    if (std::signal(SIGHUP, SIG_IGN) != SIG_IGN)
         std::signal(SIGHUP, [](int) { onHangUp(); });
-    }
 }
 
 void writeFromSignalHandler(const char* text, std::size_t length)

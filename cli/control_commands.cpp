@@ -1,10 +1,5 @@
 // zel controls, control, zero and led: what a module does on request.
 
-#include <vector>
-
-#include <nlohmann/json.hpp>
-#include <pugixml.hpp>
-
 #include "application.h"
 #include "file_content.h"
 #include "interrupt.h"
@@ -15,6 +10,11 @@
 #include "signal_numbers.h"
 #include "text_reading.h"
 #include "xml_layout.h"
+
+#include <vector>
+
+#include <nlohmann/json.hpp>
+#include <pugixml.hpp>
 
 namespace zel::cli {
 
@@ -72,11 +72,10 @@ std::string readControl(const ModuleSession& session, const std::string& name,
 void showDocument(CommandOutput& output, const ModuleSession& session, const std::string& control,
                   const std::string& document)
 {
-    if (output.isJson) {
+    if (output.isJson)
         output.json(session.identity(), {{"control", control}, {"document", document}});
-    } else {
+    else
         output.document(document);
-    }
 }
 
 void listControls(CommandOutput& output, const ModuleSession& session, bool isXml)
@@ -96,18 +95,16 @@ void listControls(CommandOutput& output, const ModuleSession& session, bool isXm
         const std::string description = trimmed(wholeText(control));
         table.addRow({name, count, description});
         entries.push_back({{"name", name}, {"description", description}});
-        if (const auto parameters = wholeNumber<std::uint32_t>(count)) {
+        if (const auto parameters = wholeNumber<std::uint32_t>(count))
             entries.back()["parameters"] = *parameters;
-        }
     }
     // A list that is made otherwise than this program knows is shown as it is.
-    if (isXml || !isList || (table.isEmpty() && parsed.document_element().first_child())) {
+    if (isXml || !isList || (table.isEmpty() && parsed.document_element().first_child()))
         showDocument(output, session, "", document);
-    } else if (output.isJson) {
+    else if (output.isJson)
         output.json(session.identity(), {{"controls", entries}});
-    } else {
+    else
         output.table(table, "the module has no controls");
-    }
 }
 
 void describeControl(CommandOutput& output, const ModuleSession& session, const std::string& name,
@@ -129,11 +126,10 @@ void describeControl(CommandOutput& output, const ModuleSession& session, const 
         entries.push_back(schemaJson(entry));
         entries.back()["preset"] = preset;
     }
-    if (output.isJson) {
+    if (output.isJson)
         output.json(session.identity(), {{"control", name}, {"parameters", entries}});
-    } else {
+    else
         output.table(table, name + " takes no parameters");
-    }
 }
 
 void controls(CommandOutput& output, const ControlsArguments& arguments)
@@ -148,11 +144,10 @@ void controls(CommandOutput& output, const ControlsArguments& arguments)
         arguments.isSchema       ? readControl(session, name, "schema", ZEL_XCTRL_ReadXSD)
         : arguments.isStyleSheet ? readControl(session, name, "style sheet", ZEL_XCTRL_ReadXSLT)
                                  : readControl(session, name, "description", ZEL_XCTRL_ReadXML);
-    if (arguments.isXml || arguments.isSchema || arguments.isStyleSheet) {
+    if (arguments.isXml || arguments.isSchema || arguments.isStyleSheet)
         showDocument(output, session, name, document);
-    } else {
+    else
         describeControl(output, session, name, document);
-    }
 }
 
 std::string readParameters(const std::string& file)
@@ -189,9 +184,8 @@ std::string execute(const ModuleSession& session, const std::string& control,
         ZEL_XCTRL_ExecuteXMLPars(session.uuid(), control.c_str(), 0, document.c_str(),
                                  answer.data(), &length, answer.size());
     // With words of the module, of whatever length, it is a refusal that did not fit.
-    if (code == ZEL_SRV_BUFFER_TOO_SMALL && lastModuleText(session.uuid()).empty()) {
+    if (code == ZEL_SRV_BUFFER_TOO_SMALL && lastModuleText(session.uuid()).empty())
         return keptAnswer(session, control, length);
-    }
     stopIfInterrupted();
     // The library does not look into the answer: what is no XML is what the module was sent.
     session.judge(code, "execute " + control, controlsHint(session.address()),
@@ -205,11 +199,10 @@ void executeDocument(CommandOutput& output, const ControlArguments& arguments)
     const std::string document = readParameters(arguments.file);
     const ModuleSession session(arguments.address);
     const std::string answer = execute(session, arguments.name, document);
-    if (output.isJson) {
+    if (output.isJson)
         output.json(session.identity(), {{"control", arguments.name}, {"answer", answer}});
-    } else {
+    else
         output.document(answer.empty() ? arguments.name + " is done" : answer);
-    }
 }
 
 void control(CommandOutput& output, const ControlArguments& arguments)
@@ -219,9 +212,8 @@ void control(CommandOutput& output, const ControlArguments& arguments)
         return;
     }
     std::vector<const char*> parameters;
-    for (const auto& parameter : arguments.parameters) {
+    for (const auto& parameter : arguments.parameters)
         parameters.push_back(parameter.c_str());
-    }
     const ModuleSession session(arguments.address);
     const std::int32_t code =
         ZEL_XCTRL_Execute(session.uuid(), arguments.name.c_str(), 0,

@@ -1,14 +1,14 @@
 // zel xml, schema and views: parameters as whole documents.
 
-#include <nlohmann/json.hpp>
-#include <pugixml.hpp>
-
 #include "application.h"
 #include "file_content.h"
 #include "module_session.h"
 #include "number_text.h"
 #include "schema_table.h"
 #include "text_reading.h"
+
+#include <nlohmann/json.hpp>
+#include <pugixml.hpp>
 
 namespace zel::cli {
 
@@ -96,11 +96,10 @@ void writeXml(CommandOutput& output, const XmlArguments& arguments)
 
 void xml(CommandOutput& output, const XmlArguments& arguments)
 {
-    if (arguments.file.empty()) {
+    if (arguments.file.empty())
         readXml(output, arguments);
-    } else {
+    else
         writeXml(output, arguments);
-    }
 }
 
 void schema(CommandOutput& output, const SchemaArguments& arguments)
@@ -112,9 +111,8 @@ void schema(CommandOutput& output, const SchemaArguments& arguments)
         {.tried = "read the " + kind + " of " + documentName(arguments.section, arguments.view),
          .advice = viewsHint(arguments.address)},
         [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-            if (arguments.isStyleSheet) {
+            if (arguments.isStyleSheet)
                 return ZEL_XPAR_ReadXSLT(session.uuid(), arguments.view, buffer, length, capacity);
-            }
             return arguments.section.empty()
                        ? ZEL_XPAR_ReadXSD(session.uuid(), arguments.view, buffer, length, capacity)
                        : ZEL_XPAR_ReadXSDSect(session.uuid(), arguments.view,
@@ -162,13 +160,12 @@ void views(CommandOutput& output, const ViewsArguments& arguments)
     }
     // A list that is made otherwise than this program knows is shown as it is.
     const bool isOther = !isList || (table.isEmpty() && parsed.document_element().first_child());
-    if (arguments.isXml || isOther) {
+    if (arguments.isXml || isOther)
         print(output, session, nlohmann::json::object(), document);
-    } else if (output.isJson) {
+    else if (output.isJson)
         output.json(session.identity(), {{"views", entries}});
-    } else {
+    else
         output.table(table, "the module has no parameter views");
-    }
 }
 
 void addXml(CLI::App& app, Application& application)

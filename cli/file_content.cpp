@@ -1,12 +1,12 @@
 #include "file_content.h"
 
+#include "command_failure.h"
+
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 #include <iterator>
-
-#include "command_failure.h"
 
 namespace zel::cli {
 
@@ -39,23 +39,19 @@ std::string hostName(const std::filesystem::path& path)
 
 std::string readHostFile(const std::string& name)
 {
-    if (name == "-") {
+    if (name == "-")
         return readAll(std::cin);
-    }
     const auto path = hostPath(name);
     std::error_code ignored;
-    if (std::filesystem::is_directory(path, ignored)) {
+    if (std::filesystem::is_directory(path, ignored))
         fail("read", name, EISDIR);
-    }
     errno = 0;
     std::ifstream file(path, std::ios::binary);
-    if (!file) {
+    if (!file)
         fail("open", name, errno);
-    }
     std::string content = readAll(file);
-    if (file.bad()) {
+    if (file.bad())
         fail("read", name, errno);
-    }
     return content;
 }
 
@@ -73,16 +69,14 @@ void requireCopyableFile(const std::string& name)
     const auto path = hostPath(name);
     std::error_code error;
     const bool isRegular = std::filesystem::is_regular_file(path, error);
-    if (error) {
+    if (error)
         fail("open", name, error.value());
-    }
     errno = 0;
     std::ifstream file;
     if (isRegular) {
         file.open(path, std::ios::binary);
-        if (!file) {
+        if (!file)
             fail("open", name, errno);
-        }
     }
     const bool hasSize =
         isRegular && (std::filesystem::file_size(path, error) > 0 || file.peek() == EOF);
@@ -97,14 +91,12 @@ void writeHostFile(const std::string& name, const std::string& content)
 {
     errno = 0;
     std::ofstream file(hostPath(name), std::ios::binary | std::ios::trunc);
-    if (!file) {
+    if (!file)
         fail("open", name, errno);
-    }
     file.write(content.data(), static_cast<std::streamsize>(content.size()));
     file.close();
-    if (!file) {
+    if (!file)
         fail("write", name, errno);
-    }
 }
 
 } // namespace zel::cli

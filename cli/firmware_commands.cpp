@@ -1,11 +1,5 @@
 // zel firmware write and status: new firmware for a module.
 
-#include <chrono>
-#include <future>
-#include <thread>
-
-#include <nlohmann/json.hpp>
-
 #include "application.h"
 #include "firmware_images.h"
 #include "interrupt.h"
@@ -13,6 +7,12 @@
 #include "number_text.h"
 #include "progress_bar.h"
 #include "ZEL_VR_Framework.h"
+
+#include <chrono>
+#include <future>
+#include <thread>
+
+#include <nlohmann/json.hpp>
 
 namespace zel::cli {
 
@@ -38,9 +38,8 @@ class TransferProgress {
 public:
     explicit TransferProgress(const std::vector<FirmwareImage>& images)
     {
-        for (const auto& image : images) {
+        for (const auto& image : images)
             m_total += image.size;
-        }
     }
 
     void beginImage(const FirmwareImage& image, std::size_t number, std::size_t count)
@@ -138,9 +137,8 @@ FlashStatus flashUntilDone(const ModuleSession& session, std::uint32_t stallSeco
                             "flashing, status " + std::to_string(flash.status));
         std::this_thread::sleep_for(kPause);
         const FlashStatus next = flashStatus(session);
-        if (next.progress != flash.progress || next.status != flash.status) {
+        if (next.progress != flash.progress || next.status != flash.status)
             lastStep = Clock::now();
-        }
         flash = next;
         if (secondsSince(lastStep) > stallSeconds) {
             throw CommandFailure(
@@ -162,9 +160,8 @@ void write(CommandOutput& output, const FirmwareArguments& arguments)
     const ModuleSession session(arguments.address);
     const std::uint64_t sent = transfer(session, images);
     auto names = nlohmann::json::array();
-    for (const auto& image : images) {
+    for (const auto& image : images)
         names.push_back(image.name);
-    }
     nlohmann::json result{{"images", names}, {"bytes", sent}, {"flashed", false}};
     std::string text =
         "sent " + counted(images.size(), "image") + ", " + byteCount(sent) + " in all";
@@ -174,11 +171,10 @@ void write(CommandOutput& output, const FirmwareArguments& arguments)
         result["status"] = flash.status;
         text += "; flashed, status " + std::to_string(flash.status);
     }
-    if (output.isJson) {
+    if (output.isJson)
         output.json(session.identity(), result);
-    } else {
+    else
         output.value(text);
-    }
 }
 
 void status(CommandOutput& output, const FirmwareArguments& arguments)

@@ -1,11 +1,11 @@
 #include "firmware_images.h"
 
-#include <array>
-#include <random>
-
 #include "command_failure.h"
 #include "file_content.h"
 #include "number_text.h"
+
+#include <array>
+#include <random>
 
 namespace zel::cli {
 

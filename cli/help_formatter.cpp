@@ -16,9 +16,8 @@ std::string wrapped(const std::string& text, std::size_t width)
     std::size_t column = 0;
     for (std::string word; words >> word;) {
         const bool isFull = column > 0 && column + 1 + word.size() > width;
-        if (column > 0) {
+        if (column > 0)
             result += isFull ? '\n' : ' ';
-        }
         column = isFull || column == 0 ? word.size() : column + 1 + word.size();
         result += word;
     }

@@ -1,8 +1,8 @@
 #include "interrupt.h"
 
-#include <csignal>
-
 #include "console.h"
+
+#include <csignal>
 
 namespace zel::cli {
 
@@ -41,9 +41,8 @@ bool isInterrupted()
 
 void stopIfInterrupted()
 {
-    if (isInterrupted()) {
+    if (isInterrupted())
         throw Interrupted{};
-    }
 }
 
 } // namespace zel::cli

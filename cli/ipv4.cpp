@@ -11,14 +11,12 @@ std::optional<std::uint32_t> ipv4(const std::string& text)
     const char* position = text.data();
     const char* const end = position + text.size();
     for (int part = 0; part < 4; ++part) {
-        if (part > 0 && (position == end || *position++ != '.')) {
+        if (part > 0 && (position == end || *position++ != '.'))
             return {};
-        }
         std::uint32_t value = 0;
         const auto read = std::from_chars(position, end, value);
-        if (read.ec != std::errc{} || value > 255) {
+        if (read.ec != std::errc{} || value > 255)
             return {};
-        }
         position = read.ptr;
         address = address << 8U | value;
     }
@@ -28,9 +26,8 @@ std::optional<std::uint32_t> ipv4(const std::string& text)
 std::string dotted(std::uint32_t address)
 {
     std::string text;
-    for (int shift = 24; shift >= 0; shift -= 8) {
+    for (int shift = 24; shift >= 0; shift -= 8)
         text += std::to_string(address >> shift & 255U) + (shift > 0 ? "." : "");
-    }
     return text;
 }
 
@@ -50,9 +47,8 @@ std::string networkText(const std::string& address, const std::string& mask)
 {
     const auto number = ipv4(address);
     const auto bits = ipv4(mask);
-    if (!number || !bits) {
+    if (!number || !bits)
         return "no network";
-    }
     return dotted(*number & *bits) + "/" + std::to_string(std::popcount(*bits));
 }
 

@@ -17,9 +17,8 @@ std::string logMask(const std::string& what)
                                                            {"transactions", "2000000"},
                                                            {"measurement", "40000"},
                                                            {"system", "8000000"}};
-    if (const auto named = kNamed.find(what); named != kNamed.end()) {
+    if (const auto named = kNamed.find(what); named != kNamed.end())
         return named->second;
-    }
     if (!wholeNumber<std::uint32_t>("0x" + what)) {
         throw CommandFailure({.problem = "'" + what + "' names nothing that is logged",
                               .advice = "--log takes all, transactions, measurement, system or a "
@@ -41,9 +40,8 @@ int run(const std::vector<std::string>& arguments)
     Application application;
     try {
         parseCommandLine(application, arguments);
-        if (!application.log.empty()) {
+        if (!application.log.empty())
             switchLogOn(application);
-        }
         application.work();
         application.output.finish();
         return 0;

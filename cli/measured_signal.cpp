@@ -1,13 +1,13 @@
 #include "measured_signal.h"
 
+#include "command_failure.h"
+#include "ZEL_VR_Framework.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 
 #include <nlohmann/json.hpp>
-
-#include "command_failure.h"
-#include "ZEL_VR_Framework.h"
 
 namespace zel::cli {
 
@@ -30,9 +30,8 @@ std::vector<MeasuredSignal> listSignals(const ModuleConnection& module)
     std::int32_t code = ZEL_OK;
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         code = ZEL_XDAQ_GetSignalListEx(module.uuid(), infos.data(), &count, infos.size());
-        if (code != ZEL_SRV_BUFFER_TOO_SMALL) {
+        if (code != ZEL_SRV_BUFFER_TOO_SMALL)
             break;
-        }
         infos.resize(count);
     }
     module.checkReading(code, "list the signals");

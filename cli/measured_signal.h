@@ -1,12 +1,12 @@
 #pragma once
 
+#include "module_session.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include <nlohmann/json_fwd.hpp>
-
-#include "module_session.h"
 
 namespace zel::cli {
 

@@ -1,11 +1,11 @@
 #include "module_address.h"
 
-#include <algorithm>
-#include <string_view>
-
 #include "command_failure.h"
 #include "ipv4.h"
 #include "number_text.h"
+
+#include <algorithm>
+#include <string_view>
 
 namespace zel::cli {
 
@@ -22,9 +22,8 @@ namespace {
 std::uint16_t parsePort(const std::string& address, std::string_view digits)
 {
     const auto port = wholeNumber<std::uint16_t>(digits);
-    if (!port || *port == 0) {
+    if (!port || *port == 0)
         refuse(address, "a port is a number from 1 to 65535");
-    }
     return *port;
 }
 
@@ -68,9 +67,8 @@ bool isHostName(const std::string& text)
 ModuleTarget ModuleTarget::parse(const std::string& text)
 {
     if (isMeantAsAddress(text)) {
-        if (holdsOnly(text, "0123456789.") && !ipv4(text) && !text.empty()) {
+        if (holdsOnly(text, "0123456789.") && !ipv4(text) && !text.empty())
             refuse(text, "an IPv4 address has four numbers from 0 to 255");
-        }
         return {text, ModuleAddress::parse(text), false};
     }
     const bool mayBeHost = isHostName(text) && !isNumber(text);
@@ -89,34 +87,26 @@ ModuleAddress ModuleAddress::parse(const std::string& text)
     std::string_view rest = text;
     if (rest.starts_with('[')) {
         const auto end = rest.find(']');
-        if (end == std::string_view::npos) {
+        if (end == std::string_view::npos)
             refuse(text, "the bracket is not closed");
-        }
         address.host = rest.substr(1, end - 1);
         rest.remove_prefix(end + 1);
-        if (!rest.empty() && !rest.starts_with(':')) {
+        if (!rest.empty() && !rest.starts_with(':'))
             refuse(text, "only :PORT can follow the bracket");
-        }
     } else {
         const auto colon = rest.find(':');
-        if (colon != std::string_view::npos &&
-            rest.find(':', colon + 1) != std::string_view::npos) {
+        if (colon != std::string_view::npos && rest.find(':', colon + 1) != std::string_view::npos)
             refuse(text, "an IPv6 address stands in brackets");
-        }
         address.host = rest.substr(0, colon);
         rest.remove_prefix(address.host.size());
     }
-    if (!rest.empty()) {
+    if (!rest.empty())
         address.port = parsePort(text, rest.substr(1));
-    }
-    if (address.host.empty()) {
+    if (address.host.empty())
         refuse(text, "the host is missing");
-    }
-    for (const char c : address.host) {
-        if (!isHostCharacter(c)) {
+    for (const char c : address.host)
+        if (!isHostCharacter(c))
             refuse(text, "a host name holds no blanks, slashes or brackets");
-        }
-    }
     return address;
 }
 

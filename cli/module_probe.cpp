@@ -1,17 +1,17 @@
 #include "module_probe.h"
 
-#include <algorithm>
-#include <chrono>
-#include <functional>
-#include <future>
-#include <numeric>
-
 #include "command_failure.h"
 #include "interrupt.h"
 #include "module_session.h"
 #include "number_text.h"
 #include "printable.h"
 #include "text_reading.h"
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <future>
+#include <numeric>
 
 namespace zel::cli {
 
@@ -94,12 +94,10 @@ std::vector<ModuleProbe> probeModules(const std::vector<FoundModule>& modules)
         stopIfInterrupted();
         const auto wave = nextWave(modules, waiting);
         std::vector<std::future<ModuleProbe>> running;
-        for (const std::size_t i : wave) {
+        for (const std::size_t i : wave)
             running.push_back(std::async(std::launch::async, probe, std::cref(modules[i])));
-        }
-        for (std::size_t i = 0; i < wave.size(); ++i) {
+        for (std::size_t i = 0; i < wave.size(); ++i)
             results[wave[i]] = running[i].get();
-        }
     }
     return results;
 }

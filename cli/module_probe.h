@@ -1,9 +1,9 @@
 #pragma once
 
+#include "network_scan.h"
+
 #include <string>
 #include <vector>
-
-#include "network_scan.h"
 
 namespace zel::cli {
 

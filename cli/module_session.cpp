@@ -1,15 +1,15 @@
 #include "module_session.h"
 
-#include <cstdio>
-#include <exception>
-
-#include <nlohmann/json.hpp>
-
 #include "command_failure.h"
 #include "interrupt.h"
 #include "network_scan.h"
 #include "number_text.h"
 #include "ZEL_VR_Framework.h"
+
+#include <cstdio>
+#include <exception>
+
+#include <nlohmann/json.hpp>
 
 namespace zel::cli {
 
@@ -79,9 +79,8 @@ ModuleConnection::ModuleConnection(const ModuleTarget& target)
         advice = found.fits() ? "" : misfitText(found);
     }
     if (isInterrupted()) {
-        if (code == ZEL_OK) {
+        if (code == ZEL_OK)
             ZEL_XCOM_Disconnect(m_uuid);
-        }
         throw Interrupted{};
     }
     if (code != ZEL_OK) {
@@ -115,9 +114,8 @@ void ModuleConnection::checkReading(std::int32_t code, const std::string& tried,
 void ModuleConnection::judge(std::int32_t code, const std::string& tried, const std::string& advice,
                              Answer answer) const
 {
-    if (code == ZEL_OK) {
+    if (code == ZEL_OK)
         return;
-    }
     // The module's words first: asking for the code's text is a request of its own, which
     // overwrites them when it fails.
     const bool mayHaveWords = code < ZEL_OK || answer == Answer::words;
@@ -139,9 +137,8 @@ void ModuleConnection::warn(std::int32_t code, const std::string& tried,
 {
     const bool isTold = m_told && m_told->code == code && m_told->moduleText == moduleText;
     m_warning = isTold ? *m_told : Warning{code, textOf(code), moduleText};
-    if (isTold) {
+    if (isTold)
         return;
-    }
     m_told = m_warning;
     const CommandFailure warning({.problem = m_address + " warned when asked to " + tried,
                                   .code = code,
@@ -153,9 +150,8 @@ void ModuleConnection::warn(std::int32_t code, const std::string& tried,
 std::string ModuleConnection::adviceAbout(std::int32_t code, bool isFromModule) const
 {
     constexpr std::int32_t kInvalidView = -1004142; // the modules' own
-    if (code == kInvalidView) {
+    if (code == kInvalidView)
         return "'zel views " + m_address + "' lists the views that the module has";
-    }
     // The module means the document that it was sent, the library the one that came back.
     return code == ZEL_PARAM_XML_ERROR && isFromModule ? std::string{} : adviceFor(code);
 }

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "module_address.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
 
 #include <nlohmann/json_fwd.hpp>
-
-#include "module_address.h"
 
 namespace zel::cli {
 

@@ -1,11 +1,5 @@
 // zel net show and set: a module's network settings.
 
-#include <algorithm>
-#include <memory>
-
-#include <nlohmann/json.hpp>
-#include <pugixml.hpp>
-
 #include "application.h"
 #include "ipv4.h"
 #include "module_session.h"
@@ -16,6 +10,12 @@
 #include "text_reading.h"
 #include "xml_layout.h"
 #include "ZEL_VR_Framework.h"
+
+#include <algorithm>
+#include <memory>
+
+#include <nlohmann/json.hpp>
+#include <pugixml.hpp>
 
 namespace zel::cli {
 
@@ -51,9 +51,8 @@ public:
             m_uuid = module.uuid;
             m_name = printable(module.name) + " (" + hexadecimal(module.uuid) + ")";
         } catch (const CommandFailure& notFound) {
-            if (!target.address || !tryToConnect(*target.address)) {
+            if (!target.address || !tryToConnect(*target.address))
                 throw notFound;
-            }
         }
     }
 
@@ -74,9 +73,8 @@ public:
                  .code = code,
                  .codeText = StartedLibrary::textOf(code),
                  .moduleText = hasFailed || answer == Answer::words ? lastModuleText(m_uuid) : ""});
-            if (hasFailed) {
+            if (hasFailed)
                 throw failure;
-            }
             std::fputs(failure.message().c_str(), stderr);
             m_warning = code;
         }
@@ -85,9 +83,8 @@ public:
     /// What a result for programs begins with.
     nlohmann::json identity() const
     {
-        if (m_connection) {
+        if (m_connection)
             return m_connection->identity();
-        }
         nlohmann::json identity{{"uuid", hexadecimal(m_uuid)}};
         if (m_warning != ZEL_OK) {
             identity["warning"] = {{"code", m_warning},
@@ -142,11 +139,10 @@ void show(CommandOutput& output, const ShowArguments& arguments)
         table.addRow({setting.name(), value});
         settings[setting.name()] = value;
     }
-    if (output.isJson) {
+    if (output.isJson)
         output.json(target.identity(), {{"settings", settings}});
-    } else {
+    else
         output.table(table, "the module tells no settings");
-    }
 }
 
 /// What is to be set, as numbers.
@@ -172,11 +168,9 @@ Wanted wantedBy(const SetArguments& arguments)
 const FoundModule* withUuid(const std::vector<FoundModule>& modules, std::uint64_t uuid)
 {
     const FoundModule* found = nullptr;
-    for (const FoundModule& module : modules) {
-        if (module.uuid == uuid && (found == nullptr || module.fits())) {
+    for (const FoundModule& module : modules)
+        if (module.uuid == uuid && (found == nullptr || module.fits()))
             found = &module;
-        }
-    }
     return found;
 }
 
@@ -214,9 +208,8 @@ void refuseForeignAddress(std::uint32_t address, std::optional<std::uint32_t> ma
 {
     std::string networks;
     for (const Adapter& adapter : adapters) {
-        if (areNeighbours(adapter, address, mask)) {
+        if (areNeighbours(adapter, address, mask))
             return;
-        }
         if (!adapter.address.empty()) {
             networks += (networks.empty() ? "" : ", ") +
                         networkText(adapter.address, adapter.mask) + " of " + adapter.name;
@@ -234,15 +227,13 @@ void refuseUnusable(const Wanted& wanted, const FoundModule* module, std::uint64
                     const std::vector<FoundModule>& modules, bool isForced)
 {
     const auto adapters = listAdapters();
-    if (wanted.address) {
+    if (wanted.address)
         refuseTakenAddress(*wanted.address, uuid, modules, adapters);
-    }
     const auto address =
         wanted.address || module == nullptr ? wanted.address : ipv4(module->address);
     const auto mask = wanted.mask || module == nullptr ? wanted.mask : ipv4(module->mask);
-    if (!address) {
+    if (!address)
         return;
-    }
     const std::uint32_t host = mask ? *address & ~*mask : 1;
     if (mask && (host == 0 || host == ~*mask)) {
         throw CommandFailure({.problem = dotted(*address) + " is the " +
@@ -250,9 +241,8 @@ void refuseUnusable(const Wanted& wanted, const FoundModule* module, std::uint64
                                          " of the network " +
                                          networkText(dotted(*address), dotted(*mask))});
     }
-    if (!isForced) {
+    if (!isForced)
         refuseForeignAddress(*address, mask, adapters);
-    }
 }
 
 std::string settingsDocument(const SetArguments& arguments, const Wanted& wanted)
@@ -293,9 +283,8 @@ std::optional<FoundModule> lookAfter(std::uint64_t uuid, const Wanted& wanted)
             const FoundModule* const module = withUuid(found, uuid);
             return module != nullptr && isInEffect(wanted, *module);
         });
-        if (const FoundModule* const module = withUuid(modules, uuid)) {
+        if (const FoundModule* const module = withUuid(modules, uuid))
             heard = *module;
-        }
     }
     return heard;
 }
@@ -328,9 +317,8 @@ void reportHeard(CommandOutput& output, const NetworkTarget& target, const Found
                  (hasTaken ? "has the address " : "still has the address ") + heard.address +
                  " with the mask " + heard.mask +
                  (hasTaken ? "" : "; they may take effect when it restarts"));
-    if (!heard.fits()) {
+    if (!heard.fits())
         output.value(misfitText(heard));
-    }
 }
 
 void set(CommandOutput& output, const SetArguments& arguments)
@@ -343,14 +331,12 @@ void set(CommandOutput& output, const SetArguments& arguments)
     const auto modules = scanNetwork();
     NetworkTarget target(text, [&] { return chooseModule(modules, text); });
     const FoundModule* const module = withUuid(modules, target.uuid());
-    if (wanted.address || wanted.mask) {
+    if (wanted.address || wanted.mask)
         refuseUnusable(wanted, module, target.uuid(), modules, arguments.isForced);
-    }
     const std::int32_t code =
         ZEL_XCOM_WriteNetSetting(target.uuid(), document.c_str(), document.size());
-    if (!isSilence(code)) {
+    if (!isSilence(code))
         target.check(code, "write the network settings", Answer::words);
-    }
     if (const auto heard = lookAfter(target.uuid(), wanted)) {
         reportHeard(output, target, *heard, wanted);
         return;

@@ -1,11 +1,5 @@
 // zel scan, adapters and doctor: finding modules.
 
-#include <array>
-#include <cstdio>
-#include <memory>
-
-#include <nlohmann/json.hpp>
-
 #include "application.h"
 #include "module_probe.h"
 #include "module_session.h"
@@ -13,6 +7,12 @@
 #include "network_scan.h"
 #include "number_text.h"
 #include "printable.h"
+
+#include <array>
+#include <cstdio>
+#include <memory>
+
+#include <nlohmann/json.hpp>
 
 namespace zel::cli {
 
@@ -60,11 +60,10 @@ void adapters(CommandOutput& output, const NetworkArguments&)
                       adapter.mask, adapter.hardware});
         entries.push_back(adapterJson(adapter));
     }
-    if (output.isJson) {
+    if (output.isJson)
         output.json({{"adapters", entries}});
-    } else {
+    else
         output.table(table, "this host has no network adapters");
-    }
 }
 
 TextTable tableOf(const std::vector<FoundModule>& modules)
@@ -88,9 +87,8 @@ void scan(CommandOutput& output, const NetworkArguments& arguments)
     std::string notes;
     for (const FoundModule& module : modules) {
         entries.push_back(moduleJson(module));
-        if (!module.fits()) {
+        if (!module.fits())
             notes += (notes.empty() ? "" : "\n") + printable(misfitText(module));
-        }
     }
     if (output.isJson) {
         output.json({{"modules", entries}});
@@ -116,13 +114,11 @@ std::string portText(std::uint16_t port, const PortCheck& check, const std::stri
 
 std::string probeText(const FoundModule& module, const ModuleProbe& probe)
 {
-    if (!probe.problem.empty() && !module.fits()) {
+    if (!probe.problem.empty() && !module.fits())
         return misfitText(module);
-    }
     const std::string who = module.name + ", " + module.address + ":" + std::to_string(module.port);
-    if (!probe.problem.empty()) {
+    if (!probe.problem.empty())
         return who + ": answers scans, but " + probe.problem;
-    }
     std::array<char, 96> times{};
     std::snprintf(times.data(), times.size(), "connected over TCP in %.1f ms, answers in %.1f ms",
                   probe.connectMs, probe.readMs);
@@ -132,9 +128,8 @@ std::string probeText(const FoundModule& module, const ModuleProbe& probe)
 
 nlohmann::json probeJson(const ModuleProbe& probe)
 {
-    if (!probe.problem.empty()) {
+    if (!probe.problem.empty())
         return {{"problem", probe.problem}};
-    }
     return {{"connectMs", probe.connectMs}, {"readMs", probe.readMs}};
 }
 
@@ -159,14 +154,12 @@ void doctor(CommandOutput& output, const NetworkArguments&)
     auto asked = nlohmann::json::array();
     text += "Adapters:\n";
     const auto all = listAdapters();
-    if (all.empty()) {
+    if (all.empty())
         text += "  none: connect this host to the modules' network\n";
-    }
     for (const Adapter& adapter : all) {
         std::size_t heard = 0;
-        for (const FoundModule& module : modules) {
+        for (const FoundModule& module : modules)
             heard += module.adapter.number == adapter.number ? 1U : 0U;
-        }
         auto entry = adapterJson(adapter);
         entry["modules"] = heard;
         asked.push_back(entry);
@@ -188,11 +181,10 @@ void doctor(CommandOutput& output, const NetworkArguments&)
         found.back()["tcp"] = probeJson(probes[i]);
         text += "  " + printable(probeText(modules[i], probes[i])) + "\n";
     }
-    if (output.isJson) {
+    if (output.isJson)
         output.json({{"ports", ports}, {"adapters", asked}, {"modules", found}});
-    } else {
+    else
         output.bytes(text);
-    }
 }
 
 } // namespace

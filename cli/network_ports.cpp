@@ -1,9 +1,9 @@
 #include "network_ports.h"
 
+#include "command_failure.h"
+
 #include <cstdio>
 #include <system_error>
-
-#include "command_failure.h"
 
 #ifdef _WIN32
 #include <winsock2.h>
@@ -36,17 +36,15 @@ std::string tryToBind(std::uint16_t port, bool isSharing)
     const SOCKET made = socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
     setsockopt(made, SOL_SOCKET, SO_REUSEADDR, reinterpret_cast<const char*>(&sharing),
                sizeof sharing);
-    if (bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    if (bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
         problem = std::system_category().message(WSAGetLastError());
-    }
     closesocket(made);
     WSACleanup();
 #else
     const int made = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
     setsockopt(made, SOL_SOCKET, SO_REUSEADDR, &sharing, sizeof sharing);
-    if (bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    if (bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
         problem = std::system_category().message(errno);
-    }
     close(made);
 #endif
     return problem;
@@ -57,9 +55,8 @@ std::string tryToBind(std::uint16_t port, bool isSharing)
 PortCheck checkPort(std::uint16_t port)
 {
     const std::string alone = tryToBind(port, false);
-    if (alone.empty()) {
+    if (alone.empty())
         return {};
-    }
     const std::string sharing = tryToBind(port, true);
     return sharing.empty() ? PortCheck{PortState::shared, alone}
                            : PortCheck{PortState::taken, sharing};
@@ -77,9 +74,8 @@ void requireScanPorts()
                         broadcasts.reason + ") and 1300 (" + multicasts.reason + ")",
              .advice = "end these programs; modules whose address is known are reached by it"});
     }
-    if (hearsBroadcasts && hearsMulticasts) {
+    if (hearsBroadcasts && hearsMulticasts)
         return;
-    }
     const CommandFailure warning(
         {.problem = "another program keeps the UDP port " +
                     (hearsMulticasts ? "1201 (" + broadcasts.reason + "): answers to broadcasts"

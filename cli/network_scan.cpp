@@ -1,10 +1,5 @@
 #include "network_scan.h"
 
-#include <algorithm>
-#include <future>
-
-#include <pugixml.hpp>
-
 #include "command_failure.h"
 #include "console.h"
 #include "interrupt.h"
@@ -14,6 +9,11 @@
 #include "number_text.h"
 #include "suggestions.h"
 #include "ZEL_VR_Framework.h"
+
+#include <algorithm>
+#include <future>
+
+#include <pugixml.hpp>
 
 namespace zel::cli {
 
@@ -35,12 +35,10 @@ std::string readDocument(std::size_t room, const std::string& problem, Call&& ca
     std::int32_t code = ZEL_OK;
     while ((code = call(document.data(), &length, std::uint64_t{document.size()})) ==
                ZEL_SRV_BUFFER_TOO_SMALL &&
-           document.size() < kLargest) {
+           document.size() < kLargest)
         document.assign(4 * document.size(), '\0');
-    }
-    if (code != ZEL_OK) {
+    if (code != ZEL_OK)
         failed(code, problem);
-    }
     document.resize(length);
     return document;
 }
@@ -134,17 +132,13 @@ std::vector<FoundModule> scanNetwork(std::optional<std::uint32_t> adapter)
                               .advice = "'zel adapters' lists those that it has"});
     }
     std::vector<std::future<std::vector<FoundModule>>> scans;
-    for (const Adapter& one : adapters) {
-        if (!adapter || one.number == *adapter) {
+    for (const Adapter& one : adapters)
+        if (!adapter || one.number == *adapter)
             scans.push_back(std::async(std::launch::async, [one] { return scanOver(one); }));
-        }
-    }
     std::vector<FoundModule> modules;
-    for (auto& scan : scans) {
-        for (auto& module : scan.get()) {
+    for (auto& scan : scans)
+        for (auto& module : scan.get())
             modules.push_back(std::move(module));
-        }
-    }
     stopIfInterrupted();
     return modules;
 }
@@ -161,15 +155,13 @@ scanUntil(const std::function<bool(const std::vector<FoundModule>&)>& isEnough)
             const auto known = std::ranges::find_if(modules, [&](const FoundModule& one) {
                 return one.uuid == module.uuid && one.adapter.number == module.adapter.number;
             });
-            if (known != modules.end()) {
+            if (known != modules.end())
                 *known = std::move(module);
-            } else {
+            else
                 modules.push_back(std::move(module));
-            }
         }
-        if (isEnough(modules)) {
+        if (isEnough(modules))
             break;
-        }
     }
     setEnvironment("ZEL_SCAN_TIME", set);
     return modules;
@@ -183,9 +175,8 @@ std::string lowered(std::string text)
     for (std::size_t i = 0; i < text.size(); ++i) {
         const auto c = static_cast<unsigned char>(text[i]);
         const bool isLatin = i > 0 && text[i - 1] == '\xC3' && c <= 0x9E && c != 0x97;
-        if (isLatin || (c >= 'A' && c <= 'Z')) {
+        if (isLatin || (c >= 'A' && c <= 'Z'))
             text[i] = static_cast<char>(c + 0x20);
-        }
     }
     return text;
 }
@@ -200,9 +191,8 @@ enum class Match : std::uint8_t { none, beginning, otherCase, whole };
 
 Match matchOf(const FoundModule& module, const std::string& text)
 {
-    if (module.uuid == uuidOf(text) || module.name == text) {
+    if (module.uuid == uuidOf(text) || module.name == text)
         return Match::whole;
-    }
     const std::string wanted = lowered(text);
     const std::string name = lowered(module.name);
     return name == wanted             ? Match::otherCase
@@ -218,19 +208,17 @@ std::vector<FoundModule> bestMatches(const std::vector<FoundModule>& modules,
     std::vector<FoundModule> matching;
     for (const FoundModule& module : modules) {
         const Match match = matchOf(module, text);
-        if (match < best) {
+        if (match < best)
             continue;
-        }
         if (match > best) {
             best = match;
             matching.clear();
         }
         const auto known = std::ranges::find(matching, module.uuid, &FoundModule::uuid);
-        if (known == matching.end()) {
+        if (known == matching.end())
             matching.push_back(module);
-        } else if (!known->fits()) {
+        else if (!known->fits())
             *known = module;
-        }
     }
     return matching;
 }
@@ -238,9 +226,8 @@ std::vector<FoundModule> bestMatches(const std::vector<FoundModule>& modules,
 [[noreturn]] void refuseNothing(const ModuleTarget& target, const std::vector<FoundModule>& modules)
 {
     std::vector<std::string> names;
-    for (const FoundModule& module : modules) {
+    for (const FoundModule& module : modules)
         names.push_back(module.name);
-    }
     const std::string closest = closestTo(target.text, names);
     throw CommandFailure(
         {.problem = "no module in the network answers to '" + target.text + "'" +
@@ -254,9 +241,8 @@ std::vector<FoundModule> bestMatches(const std::vector<FoundModule>& modules,
 {
     constexpr std::size_t kMostNamed = 8;
     std::string named;
-    for (std::size_t i = 0; i < std::min(modules.size(), kMostNamed); ++i) {
+    for (std::size_t i = 0; i < std::min(modules.size(), kMostNamed); ++i)
         named += (i > 0 ? ", " : "") + describedModule(modules[i]);
-    }
     throw CommandFailure({.problem = counted(modules.size(), "module") + " answer to '" + text +
                                      "': " + named +
                                      (modules.size() > kMostNamed ? " and others" : ""),
@@ -279,12 +265,10 @@ FoundModule findModule(const ModuleTarget& target)
 FoundModule chooseModule(const std::vector<FoundModule>& modules, const ModuleTarget& target)
 {
     const auto matching = bestMatches(modules, target.text);
-    if (matching.empty()) {
+    if (matching.empty())
         refuseNothing(target, modules);
-    }
-    if (matching.size() > 1) {
+    if (matching.size() > 1)
         refuseSeveral(target.text, matching);
-    }
     return matching.front();
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "module_address.h"
+
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "module_address.h"
 
 namespace zel::cli {
 

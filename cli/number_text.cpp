@@ -12,9 +12,8 @@ constexpr std::string_view kHexDigits = "0123456789ABCDEF";
 std::string fixedWidthHex(std::uint64_t number, std::size_t digits)
 {
     std::string text(digits, '0');
-    for (auto digit = text.rbegin(); digit != text.rend(); ++digit, number >>= 4U) {
+    for (auto digit = text.rbegin(); digit != text.rend(); ++digit, number >>= 4U)
         *digit = kHexDigits[number & 0xFU];
-    }
     return "0x" + text;
 }
 
@@ -30,9 +29,8 @@ std::string withOneDecimal(double number)
 
 std::optional<double> decimalNumber(std::string_view text)
 {
-    if (text.starts_with('+')) {
+    if (text.starts_with('+'))
         text.remove_prefix(1);
-    }
     double number = 0;
     const auto end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number);
@@ -42,12 +40,10 @@ std::optional<double> decimalNumber(std::string_view text)
 
 std::optional<std::int32_t> resultCode(std::string_view text)
 {
-    if (const auto code = wholeNumber<std::int32_t>(text)) {
+    if (const auto code = wholeNumber<std::int32_t>(text))
         return code;
-    }
-    if (const auto code = wholeNumber<std::uint32_t>(text)) {
+    if (const auto code = wholeNumber<std::uint32_t>(text))
         return static_cast<std::int32_t>(*code);
-    }
     return std::nullopt;
 }
 
@@ -68,9 +64,8 @@ std::string counted(std::uint64_t number, const std::string& what)
 
 std::string byteCount(std::uint64_t bytes)
 {
-    if (bytes < 1024) {
+    if (bytes < 1024)
         return counted(bytes, "byte");
-    }
     const auto kibibytes = static_cast<double>(bytes) / 1024;
     return kibibytes < 1023.95 ? withOneDecimal(kibibytes) + " KiB"
                                : withOneDecimal(kibibytes / 1024) + " MiB";
@@ -79,9 +74,8 @@ std::string byteCount(std::uint64_t bytes)
 std::string duration(double seconds)
 {
     const auto whole = std::llround(std::fmin(std::fmax(seconds, 0.0), 359999.0));
-    if (whole < 60) {
+    if (whole < 60)
         return std::to_string(whole) + " s";
-    }
     const auto rest = whole % 60;
     return std::to_string(whole / 60) + (rest < 10 ? " min 0" : " min ") + std::to_string(rest) +
            " s";

@@ -20,9 +20,8 @@ std::optional<Number> wholeNumber(std::string_view text)
     if (text.starts_with("0x") || text.starts_with("0X")) {
         base = 16;
         text.remove_prefix(2);
-        if (text.starts_with('-')) {
+        if (text.starts_with('-'))
             return std::nullopt;
-        }
     }
     Number number{};
     const auto end = text.data() + text.size();

@@ -1,13 +1,13 @@
 // zel get, set and default: parameters one by one.
 
-#include <nlohmann/json.hpp>
-
 #include "application.h"
 #include "console.h"
 #include "module_session.h"
 #include "number_text.h"
 #include "printable.h"
 #include "text_reading.h"
+
+#include <nlohmann/json.hpp>
 
 namespace zel::cli {
 
@@ -41,9 +41,8 @@ void requireAgreement(const ModuleSession& session)
     const auto answer =
         askPerson(printable("Reset all parameters of " + name + (name.empty() ? "" : " (") +
                             session.address() + (name.empty() ? "" : ")") + "? [y/N] "));
-    if (answer && *answer != "y" && *answer != "Y" && *answer != "yes") {
+    if (answer && *answer != "y" && *answer != "Y" && *answer != "yes")
         throw CommandFailure({.problem = "nothing was reset", .advice = "'y' or --yes resets"});
-    }
 }
 
 void get(CommandOutput& output, const GetArguments& arguments)
@@ -74,12 +73,10 @@ void get(CommandOutput& output, const GetArguments& arguments)
 
 void checkValue(const SetArguments& arguments)
 {
-    if (arguments.type == "int" && !wholeNumber<std::int32_t>(arguments.value)) {
+    if (arguments.type == "int" && !wholeNumber<std::int32_t>(arguments.value))
         refuseValue(arguments, "whole number from -2147483648 to 2147483647");
-    }
-    if (arguments.type == "double" && !decimalNumber(arguments.value)) {
+    if (arguments.type == "double" && !decimalNumber(arguments.value))
         refuseValue(arguments, "number (with '.' before the decimals)");
-    }
 }
 
 std::int32_t write(std::uint64_t uuid, const SetArguments& arguments)
@@ -123,14 +120,12 @@ void set(CommandOutput& output, const SetArguments& arguments)
     // A module that warns may have taken another value than it was sent.
     const std::string value =
         session.hasWarned() ? valueNow(session.uuid(), arguments) : arguments.value;
-    if (session.hasWarned()) {
+    if (session.hasWarned())
         result["value"] = value;
-    }
-    if (output.isJson) {
+    if (output.isJson)
         output.json(session.identity(), result);
-    } else {
+    else
         output.value(arguments.path + " = " + value);
-    }
 }
 
 void setDefault(CommandOutput& output, const DefaultArguments& arguments)
@@ -142,9 +137,8 @@ void setDefault(CommandOutput& output, const DefaultArguments& arguments)
              .advice = "give an XPATH to reset what it selects, or --all to reset everything"});
     }
     const ModuleSession session(arguments.address);
-    if (arguments.isAll && !arguments.isAgreed) {
+    if (arguments.isAll && !arguments.isAgreed)
         requireAgreement(session);
-    }
     const std::string what =
         arguments.isAll ? "all parameters" : arguments.xpath + " " + viewText(arguments.view);
     const std::int32_t code = arguments.isAll
@@ -152,11 +146,10 @@ void setDefault(CommandOutput& output, const DefaultArguments& arguments)
                                   : ZEL_XPAR_ActivateDefaultSetting(session.uuid(), arguments.view,
                                                                     arguments.xpath.c_str());
     session.check(code, "reset " + what, documentHint(arguments.address, arguments.view));
-    if (output.isJson) {
+    if (output.isJson)
         output.json(session.identity(), {{"reset", arguments.isAll ? "all" : arguments.xpath}});
-    } else {
+    else
         output.value("reset " + what + " to the default");
-    }
 }
 
 void addPathArgument(CLI::App& command, std::string& path)

@@ -1,8 +1,8 @@
 #include "printable.h"
 
-#include <algorithm>
-
 #include "number_text.h"
+
+#include <algorithm>
 
 namespace zel::cli {
 
@@ -23,13 +23,11 @@ bool isControl(char c)
 std::size_t lengthOfCharacter(std::string_view text)
 {
     const auto first = static_cast<unsigned char>(text[0]);
-    if (first < 0x80) {
+    if (first < 0x80)
         return 1;
-    }
     const std::size_t length = first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
-    if (first < 0xC2 || first > 0xF4 || length > text.size()) {
+    if (first < 0xC2 || first > 0xF4 || length > text.size())
         return 0;
-    }
     // What could be said with fewer bytes, halves of pairs, and what lies beyond all characters.
     const auto second = static_cast<unsigned char>(text[1]);
     const bool isOutside = (first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
@@ -50,15 +48,14 @@ std::string printable(std::string_view text, bool keepLines)
         const bool isLayout = text[i] == '\n' || text[i] == '\t';
         // U+0080 to U+009F, which some terminals obey like an escape sequence.
         const bool isHighControl = length == 2 && text.substr(i, 2) < "\xC2\xA0";
-        if (length == 0) {
+        if (length == 0)
             result += "\\x" + hexDigits(text.substr(i, 1));
-        } else if (isHighControl) {
+        else if (isHighControl)
             result += "\\x" + hexDigits(text.substr(i + 1, 1));
-        } else if (isControl(text[i]) && !(isLayout && keepLines)) {
+        else if (isControl(text[i]) && !(isLayout && keepLines))
             result += "\\x" + hexDigits(text.substr(i, 1));
-        } else {
+        else
             result += text.substr(i, length);
-        }
         i += std::max<std::size_t>(length, 1);
     }
     return result;
@@ -68,9 +65,8 @@ std::string trimmed(std::string_view text)
 {
     static constexpr auto kBlanks = " \t\r\n";
     const auto first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) {
+    if (first == std::string_view::npos)
         return {};
-    }
     return std::string(text.substr(first, text.find_last_not_of(kBlanks) - first + 1));
 }
 

@@ -1,11 +1,11 @@
 #include "progress_bar.h"
 
+#include "console.h"
+#include "printable.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-
-#include "console.h"
-#include "printable.h"
 
 namespace zel::cli {
 
@@ -13,16 +13,14 @@ ProgressBar::ProgressBar() : m_isTerminal(isTerminal(stderr)) {}
 
 ProgressBar::~ProgressBar()
 {
-    if (m_isDrawn) {
+    if (m_isDrawn)
         std::fputs("\n", stderr);
-    }
 }
 
 void ProgressBar::beginStep(const std::string& text)
 {
-    if (!m_isTerminal) {
+    if (!m_isTerminal)
         std::fputs((printable(text) + "\n").c_str(), stderr);
-    }
 }
 
 void ProgressBar::draw(double share, const std::string& text)
@@ -37,9 +35,8 @@ void ProgressBar::draw(double share, const std::string& text)
 
 void ProgressBar::draw(const std::string& text)
 {
-    if (!m_isTerminal) {
+    if (!m_isTerminal)
         return;
-    }
     // A line that wraps would not be drawn over by the next one.
     std::string line{firstColumns(printable(text), terminalSize(stderr).columns - 1)};
     const std::size_t width = columns(line);
@@ -52,9 +49,8 @@ void ProgressBar::draw(const std::string& text)
 
 void ProgressBar::clear()
 {
-    if (m_isDrawn) {
+    if (m_isDrawn)
         std::fputs(("\r" + std::string(m_drawnColumns, ' ') + "\r").c_str(), stderr);
-    }
     m_isDrawn = false;
     m_drawnColumns = 0;
 }

@@ -1,14 +1,5 @@
 // zel record: measured values into a file.
 
-#include <algorithm>
-#include <chrono>
-#include <cmath>
-#include <cstdio>
-#include <memory>
-#include <thread>
-
-#include <nlohmann/json.hpp>
-
 #include "application.h"
 #include "interrupt.h"
 #include "measured_signal.h"
@@ -18,6 +9,15 @@
 #include "recording.h"
 #include "recording_file.h"
 #include "ZEL_VR_Framework.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <thread>
+
+#include <nlohmann/json.hpp>
 
 namespace zel::cli {
 
@@ -70,13 +70,11 @@ std::vector<MeasuredSignal> signalsWithRate(const ModuleSession& session,
 {
     constexpr std::uint32_t kView = 1;
     auto chosen = chooseSignals(listSignals(session), arguments.signals, session);
-    if (arguments.rate <= 0) {
+    if (arguments.rate <= 0)
         return chosen;
-    }
     for (const auto& signal : chosen) {
-        if (signal.sampleRate <= 0) {
+        if (signal.sampleRate <= 0)
             continue; // time-stamped values come when they come
-        }
         session.check(ZEL_XPAR_WriteStringPar(session.uuid(), kView, signal.path.c_str(),
                                               "SampleRate", shortNumber(arguments.rate).c_str()),
                       "set the sample rate of " + signal.reference + " to " +
@@ -94,9 +92,8 @@ std::vector<std::string> headingOf(const ModuleSession& session)
         "module: " + session.identity().at("uuid").get<std::string>() + " at " + session.address();
     constexpr std::uint32_t kView = 1;
     if (ZEL_XPAR_ReadPar(session.uuid(), kView, "System/Name", "", name, &length, sizeof name) >=
-        ZEL_OK) {
+        ZEL_OK)
         module += std::string(", name ") + name;
-    }
     return {"recorded by zel", module};
 }
 
@@ -161,9 +158,8 @@ public:
     /// Seconds, or 0 for no end but Ctrl-C.
     void run(double seconds)
     {
-        if (seconds > 0) {
+        if (seconds > 0)
             m_recording.limit(static_cast<std::uint64_t>(std::llround(seconds * 1e9)));
-        }
         bool isStopping = false;
         for (bool hasMore = true; !m_recording.isOver(hasMore);) {
             if (isInterrupted() && !isStopping) {
@@ -173,9 +169,8 @@ public:
             hasMore = fetch();
             m_gaps.tellNowAndThen();
             draw(seconds);
-            if (!hasMore) {
+            if (!hasMore)
                 std::this_thread::sleep_for(kPause);
-            }
         }
         fetch(); // what has no even times may have come until the very end
     }
@@ -245,9 +240,8 @@ void Recorder::draw(double seconds)
     constexpr std::chrono::milliseconds kRedraw{200};
     const auto now = Clock::now();
     const std::chrono::duration<double> since = now - m_drawnAt;
-    if (!m_isDrawn || since < kRedraw) {
+    if (!m_isDrawn || since < kRedraw)
         return;
-    }
     const auto inASecond = [&](std::uint64_t number, std::uint64_t before) {
         return std::llround(static_cast<double>(number - before) / since.count());
     };
@@ -260,11 +254,10 @@ void Recorder::draw(double seconds)
     m_drawnAt = now;
     m_drawnRows = m_recording.rows();
     m_drawnSamples = m_recording.samples();
-    if (seconds > 0) {
+    if (seconds > 0)
         m_bar.draw(m_recording.seconds() / seconds, text);
-    } else {
+    else
         m_bar.draw(text);
-    }
 }
 
 CommandFailure Recorder::breakOff(const CommandFailure& cause)
@@ -312,9 +305,8 @@ nlohmann::json Recorder::result() const
                    {"lost", m_recording.lost()},
                    {"gaps", m_recording.gaps()},
                    {"late", m_recording.late()}});
-    if (!m_file.hasFailed()) {
+    if (!m_file.hasFailed())
         result["samples"] = m_recording.samples(); // else nobody knows how many arrived
-    }
     return result;
 }
 
@@ -342,11 +334,10 @@ void record(CommandOutput& output, const RecordArguments& arguments)
         throw recorder.breakOff(CommandFailure({.problem = error.what()}));
     }
     recorder.requireWhole();
-    if (output.isJson) {
+    if (output.isJson)
         output.json(recorder.result());
-    } else if (!arguments.file.empty()) {
+    else if (!arguments.file.empty())
         output.line(recorder.summary() + ", without a gap");
-    }
 }
 
 /// What is wrong with a rate or a time; "" for nothing.

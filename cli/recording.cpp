@@ -1,11 +1,11 @@
 #include "recording.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "command_failure.h"
 #include "printable.h"
 #include "ZEL_VR_Framework.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace zel::cli {
 
@@ -26,9 +26,8 @@ std::string quoted(const std::string& text)
 {
     std::string field = "\"";
     for (const char c : text) {
-        if (c == '"') {
+        if (c == '"')
             field += '"';
-        }
         field += c;
     }
     return printable(field + '"');
@@ -67,9 +66,8 @@ void Recording::take(const void* block, std::uint64_t size, bool hasMore)
 {
     const auto* const bytes = static_cast<const unsigned char*>(block);
     // Record by record: looking each up from the block's start would take ever longer.
-    for (std::uint64_t position = 0; position < size;) {
+    for (std::uint64_t position = 0; position < size;)
         position += takeRecord(bytes + position, size - position);
-    }
     if (!hasMore && m_hasOrigin) {
         m_reached = newestEven();
         m_reachedAt = Clock::now();
@@ -82,18 +80,15 @@ std::uint64_t Recording::takeRecord(const unsigned char* block, std::uint64_t si
 {
     ZEL_DaqHeader header;
     std::uint64_t offset = 0;
-    if (ZEL_XUTIL_GetDaqHeader(ZEL_DAQ_BY_INDEX, 0, block, size, &header, &offset) != ZEL_OK) {
+    if (ZEL_XUTIL_GetDaqHeader(ZEL_DAQ_BY_INDEX, 0, block, size, &header, &offset) != ZEL_OK)
         throw CommandFailure({.problem = "the module sent bytes that are no measured values"});
-    }
     const std::uint64_t used = offset + elementSize(header.dataType) * header.count;
-    if (header.signalId == 0 || header.signalId > m_tracks.size()) {
+    if (header.signalId == 0 || header.signalId > m_tracks.size())
         return used;
-    }
     RecordingTrack& track = m_tracks[header.signalId - 1U];
     track.isEven = !isTimed(header.dataType);
-    if (track.isEven && header.kind == ZEL_DAQ_WITH_RATE && header.extra.u64 != 0) {
+    if (track.isEven && header.kind == ZEL_DAQ_WITH_RATE && header.extra.u64 != 0)
         track.setRate(header.extra.u64);
-    }
     if (!decodeRecord(block, header, offset, track.rate, m_decoded)) {
         throw CommandFailure({.problem = track.signal.reference + " comes in data type " +
                                          std::to_string(header.dataType) +
@@ -101,12 +96,10 @@ std::uint64_t Recording::takeRecord(const unsigned char* block, std::uint64_t si
     }
     if (!m_decoded.empty()) {
         noteFirstSample(m_decoded.front().time, track.isEven);
-        if (!hasCome(track, false)) {
+        if (!hasCome(track, false))
             m_progress = Clock::now();
-        }
-        if (track.isEven) {
+        if (track.isEven)
             placeEven(track, header.timeStamp);
-        }
         keep(track);
     }
     return used;
@@ -115,9 +108,8 @@ std::uint64_t Recording::takeRecord(const unsigned char* block, std::uint64_t si
 void Recording::noteFirstSample(std::uint64_t time, bool isEven)
 {
     const auto now = Clock::now();
-    if (!m_hasSamples && m_length != kEverything) {
+    if (!m_hasSamples && m_length != kEverything)
         m_due = now + std::chrono::nanoseconds(m_length);
-    }
     m_hasSamples = true;
     if (isEven && !m_hasOrigin) {
         m_hasOrigin = true;
@@ -165,18 +157,15 @@ void Recording::keep(RecordingTrack& track)
 
 void Recording::dropBeyondEnd()
 {
-    for (RecordingTrack& track : m_tracks) {
-        while (!track.waiting.empty() && track.waiting.back().time >= m_end) {
+    for (RecordingTrack& track : m_tracks)
+        while (!track.waiting.empty() && track.waiting.back().time >= m_end)
             track.waiting.pop_back();
-        }
-    }
 }
 
 bool Recording::hasCome(const RecordingTrack& track, bool hasMore) const
 {
-    if (!track.isEven) {
+    if (!track.isEven)
         return !hasMore || track.newest >= m_end;
-    }
     // By number too: the module's clock may have been set back.
     const bool isCounted = m_length != kEverything;
     return track.hasBegun &&
@@ -186,9 +175,8 @@ bool Recording::hasCome(const RecordingTrack& track, bool hasMore) const
 
 bool Recording::isOver(bool hasMore) const
 {
-    if (m_length == kEverything && !m_isStopping) {
+    if (m_length == kEverything && !m_isStopping)
         return false;
-    }
     const auto now = Clock::now();
     const bool hasAllCome = std::ranges::all_of(
         m_tracks, [&](const RecordingTrack& track) { return hasCome(track, hasMore); });
@@ -202,9 +190,8 @@ bool Recording::isOver(bool hasMore) const
 std::uint64_t Recording::newestEven() const
 {
     std::uint64_t newest = 0;
-    for (const RecordingTrack& track : m_tracks) {
+    for (const RecordingTrack& track : m_tracks)
         newest = std::max(newest, track.isEven ? track.newest : 0);
-    }
     return newest;
 }
 
@@ -216,9 +203,8 @@ void Recording::writeReady(bool hasMore)
             std::max(newestWaiting, track.waiting.empty() ? 0 : track.waiting.back().time);
     }
     const bool isAnyWaiting = waiting() > 0;
-    for (RecordingTrack& track : m_tracks) {
+    for (RecordingTrack& track : m_tracks)
         track.watch(isAnyWaiting, newestWaiting, hasMore);
-    }
     writeUntil(readyUntil(hasMore));
     while (waiting() > kMostWaiting) {
         RecordingTrack* const track = slowest();
@@ -244,9 +230,8 @@ RecordingTrack* Recording::slowest()
     RecordingTrack* slowest = nullptr;
     for (RecordingTrack& track : m_tracks) {
         const bool counts = track.isEven && !track.isLate;
-        if (counts && (slowest == nullptr || track.next() < slowest->next())) {
+        if (counts && (slowest == nullptr || track.next() < slowest->next()))
             slowest = &track;
-        }
     }
     return slowest;
 }
@@ -254,9 +239,8 @@ RecordingTrack* Recording::slowest()
 std::size_t Recording::waiting() const
 {
     std::size_t count = 0;
-    for (const RecordingTrack& track : m_tracks) {
+    for (const RecordingTrack& track : m_tracks)
         count += track.waiting.size();
-    }
     return count;
 }
 
@@ -264,23 +248,19 @@ void Recording::writeUntil(std::uint64_t time)
 {
     for (;;) {
         std::uint64_t next = kEverything;
-        for (const RecordingTrack& track : m_tracks) {
-            if (!track.waiting.empty()) {
+        for (const RecordingTrack& track : m_tracks)
+            if (!track.waiting.empty())
                 next = std::min(next, track.waiting.front().time);
-            }
-        }
-        if (next >= std::min(time, m_end)) {
+        if (next >= std::min(time, m_end))
             return;
-        }
         if (!m_hasHeading) {
             begin(next);
             continue; // the end is known now
         }
         writeGapsUntil(next);
         writeRow(next);
-        if (m_text.size() >= kPiece) {
+        if (m_text.size() >= kPiece)
             flush();
-        }
     }
 }
 
@@ -294,20 +274,17 @@ void Recording::begin(std::uint64_t time)
         dropBeyondEnd();
     }
     writeHeading();
-    for (const RecordingTrack& track : m_tracks) {
+    for (const RecordingTrack& track : m_tracks)
         noteLateBeginning(track);
-    }
 }
 
 void Recording::writeHeading()
 {
     m_hasHeading = true;
-    for (const std::string& line : m_heading) {
+    for (const std::string& line : m_heading)
         m_text += "# " + printable(line) + "\n";
-    }
-    if (m_start > 0) {
+    if (m_start > 0)
         m_text += "# start: " + utcText(m_start) + "\n";
-    }
     for (const RecordingTrack& track : m_tracks) {
         const MeasuredSignal& signal = track.signal;
         m_text += printable("# signal: " + signal.reference + ", name " + quoted(signal.name) +
@@ -366,9 +343,8 @@ void Recording::noteLateBeginning(const RecordingTrack& track)
 {
     // Signals of different rates need not begin together, but within a sample of theirs.
     if (m_hasHeading && track.isEven && track.first > m_start &&
-        samplesIn(track.first - m_start, track.rate) >= 1 - kTolerance) {
+        samplesIn(track.first - m_start, track.rate) >= 1 - kTolerance)
         m_missing.insert({m_start, {&track, track.first, Place::start}});
-    }
 }
 
 void Recording::noteMissingEnds()
@@ -392,12 +368,10 @@ void Recording::writeGapsUntil(std::uint64_t time)
 
 void Recording::writeGap(std::uint64_t begin, Gap gap)
 {
-    if (gap.end >= m_end) {
+    if (gap.end >= m_end)
         gap = {gap.track, m_end, Place::end};
-    }
-    if (begin >= gap.end) {
+    if (begin >= gap.end)
         return;
-    }
     // From the start the samples are counted back from the first that came; up to the end, all that
     // would have begun.
     const double exact = samplesIn(gap.end - begin, gap.track->rate);
@@ -415,12 +389,10 @@ void Recording::writeGap(std::uint64_t begin, Gap gap)
 /// What is written before cannot be put in order with what comes now.
 void Recording::turnBack(const RecordingTrack& track, std::uint64_t expected, std::uint64_t found)
 {
-    if (!track.waiting.empty()) { // else another signal went back before
+    if (!track.waiting.empty()) // else another signal went back before
         writeUntil(kEverything);
-    }
-    if (!m_hasHeading) {
+    if (!m_hasHeading)
         return; // nothing of it is in the recording
-    }
     tell(track.signal.reference + ": the module's clock went back from " + utcText(expected) +
              " to " + utcText(found),
          0);
@@ -437,9 +409,8 @@ void Recording::tell(const std::string& note, std::uint64_t lost)
 void Recording::finish()
 {
     writeUntil(kEverything);
-    if (m_hasHeading && m_end != kEverything) {
+    if (m_hasHeading && m_end != kEverything)
         noteMissingEnds();
-    }
     breakOff();
     m_text = m_rows > 0
                  ? "# end: " + utcText(m_latest) + ", " + std::to_string(m_rows) + " rows, " +
@@ -451,9 +422,8 @@ void Recording::finish()
 void Recording::breakOff()
 {
     writeUntil(kEverything);
-    if (!m_hasHeading) {
+    if (!m_hasHeading)
         writeHeading();
-    }
     writeGapsUntil(kEverything);
     flush();
 }

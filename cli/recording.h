@@ -1,5 +1,7 @@
 #pragma once
 
+#include "recording_track.h"
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -7,8 +9,6 @@
 #include <map>
 #include <string>
 #include <vector>
-
-#include "recording_track.h"
 
 namespace zel::cli {
 

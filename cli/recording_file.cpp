@@ -1,13 +1,13 @@
 #include "recording_file.h"
 
+#include "command_failure.h"
+#include "console.h"
+#include "file_content.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
-
-#include "command_failure.h"
-#include "console.h"
-#include "file_content.h"
 
 namespace zel::cli {
 
@@ -28,9 +28,8 @@ std::size_t beginOfLastLine(std::string_view lines)
 std::uint64_t rowsIn(std::string_view lines)
 {
     std::uint64_t rows = 0;
-    for (; !lines.empty(); lines.remove_prefix(lines.find('\n') + 1)) {
+    for (; !lines.empty(); lines.remove_prefix(lines.find('\n') + 1))
         rows += isRow(lines) ? 1U : 0U;
-    }
     return rows;
 }
 
@@ -54,9 +53,8 @@ RecordingFile::RecordingFile(CommandOutput& output, const std::string& name, boo
 
 RecordingFile::~RecordingFile()
 {
-    if (!m_name.empty() && m_file >= 0) {
+    if (!m_name.empty() && m_file >= 0)
         closeFile(m_file);
-    }
 }
 
 void RecordingFile::write(std::string_view lines, std::uint64_t rows)
@@ -78,17 +76,15 @@ void RecordingFile::write(std::string_view lines, std::uint64_t rows)
 
 void RecordingFile::close()
 {
-    if (!m_name.empty() && m_file >= 0 && !closeFile(std::exchange(m_file, -1))) {
+    if (!m_name.empty() && m_file >= 0 && !closeFile(std::exchange(m_file, -1)))
         fail(errno);
-    }
 }
 
 void RecordingFile::breakOff(const std::string& line)
 {
     if (m_file < 0) {
-        if (m_name.empty()) {
+        if (m_name.empty())
             m_output.bytes(line);
-        }
         return;
     }
     std::size_t arrived = append(line);
@@ -133,9 +129,8 @@ void RecordingFile::makeRoom(std::size_t bytes)
     std::size_t freed = 0;
     while (freed < bytes) {
         const std::size_t begin = beginOfLastLine(m_latest);
-        if (!isRow(std::string_view(m_latest).substr(begin))) {
+        if (!isRow(std::string_view(m_latest).substr(begin)))
             break;
-        }
         freed += m_latest.size() - begin;
         m_latest.resize(begin);
         --m_rows;

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "command_output.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
-
-#include "command_output.h"
 
 namespace zel::cli {
 

@@ -56,9 +56,8 @@ void RecordingTrack::countFrom(std::uint64_t time, std::uint64_t origin)
 
 void RecordingTrack::place(std::vector<Sample>& samples)
 {
-    for (Sample& sample : samples) {
+    for (Sample& sample : samples)
         sample.time = m_start + timeOfIndex(m_count++, rate);
-    }
 }
 
 void RecordingTrack::watch(bool isAnyWaiting, std::uint64_t newestWaiting, bool hasMore)

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "measured_signal.h"
+#include "sample.h"
+
 #include <chrono>
 #include <cstdint>
 #include <deque>
 #include <limits>
 #include <vector>
-
-#include "measured_signal.h"
-#include "sample.h"
 
 namespace zel::cli {
 

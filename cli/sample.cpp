@@ -26,11 +26,10 @@ Value at(const std::vector<unsigned char>& bytes, std::size_t position)
 template <class Value>
 bool isNil(Value value)
 {
-    if constexpr (std::is_floating_point_v<Value>) {
+    if constexpr (std::is_floating_point_v<Value>)
         return value == std::numeric_limits<Value>::max() || std::isnan(value);
-    } else {
+    else
         return value == std::numeric_limits<Value>::max();
-    }
 }
 
 template <class Value>
@@ -93,9 +92,8 @@ std::uint64_t elementSize(std::uint8_t dataType)
 
 std::uint64_t timeOfIndex(std::uint64_t index, std::uint64_t millihertz)
 {
-    if (millihertz == 0) {
+    if (millihertz == 0)
         return 0;
-    }
     // index * 10^12 / rate without leaving 64 bits: the whole seconds first.
     const std::uint64_t turned = index * 1000;
     return turned / millihertz * kNanoseconds + turned % millihertz * kNanoseconds / millihertz;

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "ZEL_VR_Framework.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include "ZEL_VR_Framework.h"
 
 namespace zel::cli {
 

@@ -1,15 +1,15 @@
 #include "schema_table.h"
 
+#include "number_text.h"
+#include "printable.h"
+#include "xml_layout.h"
+
 #include <algorithm>
 #include <array>
 #include <string_view>
 
 #include <nlohmann/json.hpp>
 #include <pugixml.hpp>
-
-#include "number_text.h"
-#include "printable.h"
-#include "xml_layout.h"
 
 namespace zel::cli {
 
@@ -38,9 +38,8 @@ public:
 
     std::vector<SchemaEntry> read(const std::string& rootPath)
     {
-        if (localName(m_schema.name()) == "schema") {
+        if (localName(m_schema.name()) == "schema")
             addElement(childNamed(m_schema, "element"), rootPath, 0);
-        }
         return std::move(m_entries);
     }
 
@@ -65,30 +64,24 @@ private:
 
     void addElement(pugi::xml_node element, const std::string& path, int depth)
     {
-        if (!element || depth > kDeepest || ++m_visits > kMostVisits) {
+        if (!element || depth > kDeepest || ++m_visits > kMostVisits)
             return;
-        }
-        if (const auto reference = element.attribute("ref")) {
+        if (const auto reference = element.attribute("ref"))
             return addElement(global("element", reference.value()), path, depth + 1);
-        }
-        if (const auto type = typeOf(element, "complexType")) {
+        if (const auto type = typeOf(element, "complexType"))
             addContent(type, path, depth);
-        } else {
+        else
             addValue(element, path, element);
-        }
     }
 
     /// What stands in a type: elements in groups of any kind, and attributes.
     void addContent(pugi::xml_node parent, const std::string& path, int depth)
     {
-        if (depth > kDeepest || ++m_visits > kMostVisits) {
+        if (depth > kDeepest || ++m_visits > kMostVisits)
             return;
-        }
-        for (const auto child : parent.children()) {
-            if (localName(child.name()) == "attribute") {
+        for (const auto child : parent.children())
+            if (localName(child.name()) == "attribute")
                 addAttribute(child, path);
-            }
-        }
         for (const auto child : parent.children()) {
             const std::string_view kind = localName(child.name());
             if (kind == "element") {
@@ -110,23 +103,20 @@ private:
     void addAttribute(pugi::xml_node attribute, const std::string& path)
     {
         const std::string name = attribute.attribute("name").value();
-        if (name == "choice") {
+        if (name == "choice")
             addValue(attribute, path, attribute.parent().parent());
-        } else if (name != "address") {
+        else if (name != "address")
             addValue(attribute, path + "/@" + name, attribute);
-        }
     }
 
     void addValue(pugi::xml_node value, const std::string& path, pugi::xml_node described)
     {
         SchemaEntry entry{path, std::string(localName(value.attribute("type").value())), {}, {}};
         const auto restriction = childNamed(typeOf(value, "simpleType"), "restriction");
-        if (restriction) {
+        if (restriction)
             entry.type = localName(restriction.attribute("base").value());
-        }
-        for (const auto facet : restriction.children()) {
+        for (const auto facet : restriction.children())
             entry.facets.emplace_back(localName(facet.name()), facet.attribute("value").value());
-        }
         entry.note =
             trimmed(wholeText(childNamed(childNamed(described, "annotation"), "documentation")));
         m_entries.push_back(std::move(entry));
@@ -139,9 +129,8 @@ private:
         const std::string name(reference ? localName(reference.value())
                                          : element.attribute("name").value());
         const std::string most = element.attribute("maxOccurs").value();
-        if (most.empty() || most == "0" || most == "1") {
+        if (most.empty() || most == "0" || most == "1")
             return name;
-        }
         std::string first = "1";
         std::string last = most == "unbounded" ? "*" : most;
         for (const auto attribute : typeOf(element, "complexType").children()) {
@@ -169,19 +158,16 @@ std::string facetOf(const SchemaEntry& entry, std::string_view name)
 std::vector<std::string> choicesOf(const SchemaEntry& entry)
 {
     std::vector<std::string> choices;
-    for (const auto& [name, value] : entry.facets) {
-        if (name == "enumeration") {
+    for (const auto& [name, value] : entry.facets)
+        if (name == "enumeration")
             choices.push_back(value);
-        }
-    }
     return choices;
 }
 
 nlohmann::json numberJson(const std::string& text)
 {
-    if (const auto whole = wholeNumber<std::int64_t>(text)) {
+    if (const auto whole = wholeNumber<std::int64_t>(text))
         return *whole;
-    }
     const auto number = decimalNumber(text);
     return number ? nlohmann::json(*number) : nlohmann::json(text);
 }
@@ -196,18 +182,16 @@ void append(std::string& text, const std::string& part)
 std::vector<SchemaEntry> schemaEntries(const std::string& document, const std::string& rootPath)
 {
     pugi::xml_document parsed;
-    if (!parsed.load_buffer(document.data(), document.size())) {
+    if (!parsed.load_buffer(document.data(), document.size()))
         return {};
-    }
     return SchemaReader(parsed.document_element()).read(rootPath);
 }
 
 std::string acceptedText(const SchemaEntry& entry)
 {
     std::string text;
-    for (const auto& choice : choicesOf(entry)) {
+    for (const auto& choice : choicesOf(entry))
         append(text, choice);
-    }
     const std::string least = facetOf(entry, "minInclusive");
     const std::string most = facetOf(entry, "maxInclusive");
     append(text, !least.empty() && !most.empty() ? least + " to " + most
@@ -232,12 +216,10 @@ std::string acceptedText(const SchemaEntry& entry)
 std::string typeText(const SchemaEntry& entry)
 {
     static constexpr std::array<std::string_view, 3> kReal{"double", "float", "decimal"};
-    if (!facetOf(entry, "enumeration").empty()) {
+    if (!facetOf(entry, "enumeration").empty())
         return "choice";
-    }
-    if (std::ranges::find(kReal, entry.type) != kReal.end()) {
+    if (std::ranges::find(kReal, entry.type) != kReal.end())
         return "number";
-    }
     const std::string_view type = entry.type;
     const bool isWhole = type.ends_with("nteger") || type.ends_with("nt") ||
                          type.ends_with("ong") || type.ends_with("hort") || type.ends_with("yte");
@@ -254,12 +236,10 @@ nlohmann::json schemaJson(const SchemaEntry& entry)
                 name == std::string_view("pattern") ? nlohmann::json(value) : numberJson(value);
         }
     }
-    if (const auto choices = choicesOf(entry); !choices.empty()) {
+    if (const auto choices = choicesOf(entry); !choices.empty())
         json["choices"] = choices;
-    }
-    if (!entry.note.empty()) {
+    if (!entry.note.empty())
         json["note"] = entry.note;
-    }
     return json;
 }
 

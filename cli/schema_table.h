@@ -1,12 +1,12 @@
 #pragma once
 
+#include "text_table.h"
+
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <nlohmann/json_fwd.hpp>
-
-#include "text_table.h"
 
 namespace zel::cli {
 

@@ -1,12 +1,12 @@
 #include "signal_numbers.h"
 
-#include <algorithm>
-#include <string_view>
-
 #include "command_failure.h"
 #include "measured_signal.h"
 #include "number_text.h"
 #include "ZEL_VR_Framework.h"
+
+#include <algorithm>
+#include <string_view>
 
 namespace zel::cli {
 
@@ -36,9 +36,8 @@ std::string shortPath(std::string_view path)
         text += path.substr(0, bracket);
         path.remove_prefix(std::min(bracket, path.size()));
         const std::string_view condition = path.substr(0, path.find(']'));
-        if (condition.starts_with("[@address=\"") && condition.ends_with('"')) {
+        if (condition.starts_with("[@address=\"") && condition.ends_with('"'))
             text += condition.substr(11, condition.size() - 12);
-        }
         path.remove_prefix(std::min(condition.size() + 1, path.size()));
     }
     return text;
@@ -67,9 +66,8 @@ void requireConnector(std::uint32_t connector)
 
 SignalNumbers signalNumbers(const ModuleConnection& module, const std::vector<std::string>& words)
 {
-    if (words.size() == 2) {
+    if (words.size() == 2)
         return {requireNumber(words[0], "connector"), requireNumber(words[1], "signal")};
-    }
     const std::string reference = referenceOf(module, words.front());
     SignalNumbers numbers;
     std::uint32_t channel = 0;

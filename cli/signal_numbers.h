@@ -1,10 +1,10 @@
 #pragma once
 
+#include "module_session.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include "module_session.h"
 
 // Connectors and signals by number, as the module's labels show them: from 1. Some exports count
 // from 0; the commands convert where they call those.

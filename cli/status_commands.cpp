@@ -1,16 +1,16 @@
 // zel errors, status, modules and topology: how the modules are.
 
+#include "application.h"
+#include "module_session.h"
+#include "number_text.h"
+#include "text_reading.h"
+
 #include <algorithm>
 #include <memory>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 #include <pugixml.hpp>
-
-#include "application.h"
-#include "module_session.h"
-#include "number_text.h"
-#include "text_reading.h"
 
 namespace zel::cli {
 
@@ -78,11 +78,10 @@ void errors(CommandOutput& output, const StateArguments& arguments)
                            {"signal", error.signal},
                            {"text", errorText(error)}});
     }
-    if (output.isJson) {
+    if (output.isJson)
         output.json(session.identity(), {{"errors", entries}});
-    } else {
+    else
         output.table(table, "no errors", fullListNote(count));
-    }
 }
 
 void status(CommandOutput& output, const StateArguments& arguments)
@@ -112,11 +111,10 @@ void status(CommandOutput& output, const StateArguments& arguments)
                            {"value", std::to_string(entry.value)},
                            {"info", info}});
     }
-    if (output.isJson) {
+    if (output.isJson)
         output.json(session.identity(), {{"status", entries}});
-    } else {
+    else
         output.table(table, "the module reports no status", fullListNote(count));
-    }
 }
 
 std::vector<ZEL_ConnectedModule> connectedModules(const ModuleSession& session)
@@ -129,9 +127,8 @@ std::vector<ZEL_ConnectedModule> connectedModules(const ModuleSession& session)
         code =
             ZEL_XSTAT_GetConnectedModules(session.uuid(), modules.data(), &count, modules.size());
         // The library does not tell how many there are when there are too many.
-        if (code != ZEL_SRV_BUFFER_TOO_SMALL || modules.size() >= kMostModules) {
+        if (code != ZEL_SRV_BUFFER_TOO_SMALL || modules.size() >= kMostModules)
             break;
-        }
         modules.resize(modules.size() * 4);
     }
     session.checkReading(code, "list the connected modules");
@@ -152,11 +149,10 @@ void modules(CommandOutput& output, const StateArguments& arguments)
                            {"deviceType", module.deviceType},
                            {"activeInterface", module.activeInterface}});
     }
-    if (output.isJson) {
+    if (output.isJson)
         output.json(session.identity(), {{"modules", entries}});
-    } else {
+    else
         output.table(table, "no modules are connected to this one");
-    }
 }
 
 using Connections = std::vector<std::unique_ptr<ModuleConnection>>;
@@ -165,27 +161,23 @@ void showTopologyDocument(CommandOutput& output, const Connections& connections,
                           const std::string& document)
 {
     auto identities = nlohmann::json::array();
-    for (const auto& connection : connections) {
+    for (const auto& connection : connections)
         identities.push_back(connection->identity());
-    }
-    if (output.isJson) {
+    if (output.isJson)
         output.json({{"modules", identities}, {"document", document}});
-    } else {
+    else
         output.document(document);
-    }
 }
 
 void topology(CommandOutput& output, const TopologyArguments& arguments)
 {
     std::vector<ModuleTarget> targets;
-    for (const auto& address : arguments.addresses) {
+    for (const auto& address : arguments.addresses)
         targets.push_back(ModuleTarget::parse(address));
-    }
     const StartedLibrary library;
     Connections connections;
-    for (const auto& target : targets) {
+    for (const auto& target : targets)
         connections.push_back(std::make_unique<ModuleConnection>(target));
-    }
     const std::string document =
         readText(*connections.front(), {.tried = "make the topology"}, ZEL_XSTAT_GetTopologyString);
     if (arguments.isXml) {
@@ -201,19 +193,17 @@ void topology(CommandOutput& output, const TopologyArguments& arguments)
         const auto type = leaf.child("DevType").text().as_uint();
         const auto found =
             std::ranges::find(connections, uuid, [](const auto& one) { return one->uuid(); });
-        if (found == connections.end()) {
+        if (found == connections.end())
             continue; // lost meanwhile
-        }
         const std::string name = moduleName(**found);
         table.addRow({(*found)->address(), name, hexadecimal(uuid), std::to_string(type)});
         entries.push_back((*found)->identity());
         entries.back().update({{"name", name}, {"deviceType", type}});
     }
-    if (output.isJson) {
+    if (output.isJson)
         output.json({{"modules", entries}});
-    } else {
+    else
         output.table(table, "no module is connected any more");
-    }
 }
 
 void addStateCommand(CLI::App& app, Application& application, const CommandText& text,

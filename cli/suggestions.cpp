@@ -33,9 +33,8 @@ std::string closestTo(const std::string& word, const std::vector<std::string>& c
     std::string closest;
     std::size_t best = std::max<std::size_t>(word.size() / 2, 1) + 1;
     for (const auto& candidate : candidates) {
-        if (word.size() > kLongestWord) {
+        if (word.size() > kLongestWord)
             break;
-        }
         const bool isBeginning = word.size() >= 2 && candidate.starts_with(word);
         const std::size_t steps = isBeginning ? 1 : distance(word, candidate);
         if (steps < best) {

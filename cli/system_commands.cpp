@@ -1,18 +1,18 @@
 // zel file, restart and debug: a module as a machine.
 
-#include <algorithm>
-#include <chrono>
-#include <thread>
-#include <vector>
-
-#include <nlohmann/json.hpp>
-
 #include "application.h"
 #include "file_content.h"
 #include "interrupt.h"
 #include "module_session.h"
 #include "number_text.h"
 #include "text_reading.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include <nlohmann/json.hpp>
 
 namespace zel::cli {
 
@@ -55,9 +55,8 @@ void reportCopy(CommandOutput& output, const ModuleSession& session, const FileA
 void getFile(CommandOutput& output, const FileArguments& given)
 {
     FileArguments arguments = given;
-    if (arguments.hostFile.empty()) {
+    if (arguments.hostFile.empty())
         arguments.hostFile = given.moduleFile.substr(given.moduleFile.find_last_of("/\\") + 1);
-    }
     if (arguments.hostFile.empty()) {
         throw CommandFailure({.problem = "'" + given.moduleFile + "' names no file",
                               .advice = "name the file to write as HOSTFILE"});
@@ -112,9 +111,8 @@ void restart(CommandOutput& output, const RestartArguments& arguments)
         address = module.reached();
         const std::int32_t code = ZEL_XSYS_DoRestartSystem(module.uuid(), 0, 0);
         hasAnswered = !isSilence(code);
-        if (hasAnswered) {
+        if (hasAnswered)
             module.check(code, "restart the module");
-        }
         identity = module.identity();
     }
     const std::chrono::seconds wait(arguments.waitSeconds);
@@ -147,18 +145,16 @@ void debug(CommandOutput& output, const DebugArguments& arguments)
                                          parameters[1].c_str(), parameters[2].c_str(),
                                          parameters[3].c_str(), parameters[4].c_str(),
                                          answer.data(), answer.size());
-        if (code != ZEL_SRV_BUFFER_TOO_SMALL || answer.size() >= kLargestAnswer) {
+        if (code != ZEL_SRV_BUFFER_TOO_SMALL || answer.size() >= kLargestAnswer)
             break;
-        }
         answer.assign(answer.size() * 16, '\0');
     }
     session.checkReading(code, "read the debug information " + std::to_string(arguments.id));
     answer.resize(std::min(answer.find('\0'), answer.size()));
-    if (output.isJson) {
+    if (output.isJson)
         output.json(session.identity(), {{"id", arguments.id}, {"answer", answer}});
-    } else {
+    else
         output.document(answer);
-    }
 }
 
 void addFile(CLI::App& app, Application& application)

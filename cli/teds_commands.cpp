@@ -1,9 +1,5 @@
 // zel teds read, write and status: the memory in a sensor's plug.
 
-#include <array>
-
-#include <nlohmann/json.hpp>
-
 #include "application.h"
 #include "file_content.h"
 #include "module_session.h"
@@ -11,6 +7,10 @@
 #include "printable.h"
 #include "signal_numbers.h"
 #include "text_reading.h"
+
+#include <array>
+
+#include <nlohmann/json.hpp>
 
 namespace zel::cli {
 
@@ -53,9 +53,8 @@ std::string hexDump(std::string_view data)
 void read(CommandOutput& output, const TedsArguments& arguments)
 {
     requireConnector(arguments.connector);
-    if (!arguments.file.empty()) {
+    if (!arguments.file.empty())
         requireNewFile(arguments.file, arguments.mayReplace);
-    }
     const ModuleSession session(arguments.address);
     TedsIdentifier identifier{};
     const std::string data =
@@ -64,9 +63,8 @@ void read(CommandOutput& output, const TedsArguments& arguments)
                      return ZEL_XPAR_ReadTedsBinary(session.uuid(), arguments.connector,
                                                     identifier.data(), buffer, length, capacity);
                  });
-    if (!arguments.file.empty()) {
+    if (!arguments.file.empty())
         writeHostFile(arguments.file, data);
-    }
     if (output.isJson) {
         output.json(session.identity(), {{"connector", arguments.connector},
                                          {"tid", identifier.data()},
@@ -75,9 +73,8 @@ void read(CommandOutput& output, const TedsArguments& arguments)
     }
     output.value("TEDS " + std::string(identifier.data()) + ", " + byteCount(data.size()) +
                  (arguments.file.empty() ? "" : ", in " + arguments.file));
-    if (arguments.file.empty()) {
+    if (arguments.file.empty())
         output.bytes(hexDump(data));
-    }
 }
 
 void write(CommandOutput& output, const TedsArguments& arguments)

@@ -1,11 +1,11 @@
 // zel text and version: what the library knows without a module.
 
-#include <nlohmann/json.hpp>
-
 #include "application.h"
 #include "module_session.h"
 #include "number_text.h"
 #include "ZEL_VR_Framework.h"
+
+#include <nlohmann/json.hpp>
 
 namespace zel::cli {
 
@@ -18,9 +18,8 @@ struct TextArguments {
 
 std::string lookUp(std::int32_t code, const std::string& address)
 {
-    if (code == ZEL_OK) {
+    if (code == ZEL_OK)
         return "success";
-    }
     if (address.empty()) {
         const StartedLibrary library;
         return library.textOf(code);
@@ -48,11 +47,10 @@ void text(CommandOutput& output, const TextArguments& arguments)
                                                        arguments.code + " --from ADDRESS'"
                                                  : ""});
     }
-    if (output.isJson) {
+    if (output.isJson)
         output.json({{"code", *code}, {"hex", hexadecimal(*code)}, {"text", known}});
-    } else {
+    else
         output.value(both + "  " + known);
-    }
 }
 
 } // namespace
@@ -60,11 +58,10 @@ void text(CommandOutput& output, const TextArguments& arguments)
 void showVersion(CommandOutput& output)
 {
     const char* const version = ZEL_XUTIL_GetDllVersion();
-    if (output.isJson) {
+    if (output.isJson)
         output.json({{"library", "ZEL_VR_Framework"}, {"version", version}});
-    } else {
+    else
         output.value(std::string("ZEL_VR_Framework ") + version);
-    }
 }
 
 void addTextCommands(CLI::App& app, Application& application)

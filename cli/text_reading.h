@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include "module_session.h"
 #include "ZEL_VR_Framework.h"
+
+#include <cstdint>
+#include <string>
 
 namespace zel::cli {
 
@@ -29,14 +29,12 @@ std::int32_t readGrowing(std::string& text, Call&& call)
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         length = 0;
         code = call(buffer.data(), &length, static_cast<std::uint64_t>(buffer.size()));
-        if (code != ZEL_SRV_BUFFER_TOO_SMALL || length < buffer.size() || length > kLargestText) {
+        if (code != ZEL_SRV_BUFFER_TOO_SMALL || length < buffer.size() || length > kLargestText)
             break;
-        }
         buffer.assign(length + 1, '\0');
     }
-    if (code >= ZEL_OK) {
+    if (code >= ZEL_OK)
         text.assign(buffer, 0, length);
-    }
     return code;
 }
 

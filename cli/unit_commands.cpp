@@ -1,15 +1,15 @@
 // zel units and convert: the physical units that modules number.
 
+#include "application.h"
+#include "number_text.h"
+#include "suggestions.h"
+#include "units.h"
+
 #include <array>
 #include <charconv>
 #include <cmath>
 
 #include <nlohmann/json.hpp>
-
-#include "application.h"
-#include "number_text.h"
-#include "suggestions.h"
-#include "units.h"
 
 namespace zel::cli {
 
@@ -79,12 +79,11 @@ void units(CommandOutput& output, const UnitsArguments& arguments)
                       realText(unit.offset), encodedText(unit)});
         list.push_back(described(unit));
     };
-    if (arguments.unit.empty()) {
+    if (arguments.unit.empty())
         for (const UnitRow& unit : unitTable())
             add(unit);
-    } else {
+    else
         add(requireUnit(arguments.unit));
-    }
     if (output.isJson)
         output.json(arguments.unit.empty() ? list : list.front());
     else

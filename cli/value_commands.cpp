@@ -1,13 +1,5 @@
 // zel signals, read and watch: what a module measures, and what it measures now.
 
-#include <algorithm>
-#include <chrono>
-#include <memory>
-#include <sstream>
-#include <thread>
-
-#include <nlohmann/json.hpp>
-
 #include "application.h"
 #include "interrupt.h"
 #include "measured_signal.h"
@@ -16,6 +8,14 @@
 #include "printable.h"
 #include "sample.h"
 #include "ZEL_VR_Framework.h"
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <sstream>
+#include <thread>
+
+#include <nlohmann/json.hpp>
 
 namespace zel::cli {
 
@@ -48,9 +48,8 @@ void signals(CommandOutput& output, const ValueArguments& arguments)
                      {"On"}});
     auto entries = nlohmann::json::array();
     for (const MeasuredSignal& signal : listSignals(session)) {
-        if (arguments.isEnabledOnly && !signal.isEnabled) {
+        if (arguments.isEnabledOnly && !signal.isEnabled)
             continue;
-        }
         table.addRow({signal.reference, signal.name, signal.unit,
                       signal.sampleRate > 0 ? shortNumber(signal.sampleRate) + " Hz" : "-",
                       dataTypeName(signal.dataType), std::to_string(signal.recordKind),
@@ -64,11 +63,10 @@ void signals(CommandOutput& output, const ValueArguments& arguments)
                            {"recordKind", signal.recordKind},
                            {"enabled", signal.isEnabled}});
     }
-    if (output.isJson) {
+    if (output.isJson)
         output.json(session.identity(), {{"signals", entries}});
-    } else {
+    else
         output.table(table, "the module has no signals");
-    }
 }
 
 std::vector<Reading> readAll(const ModuleSession& session, const std::vector<MeasuredSignal>& known)
@@ -86,11 +84,9 @@ std::vector<Reading> readAll(const ModuleSession& session, const std::vector<Mea
     for (std::size_t i = 0; i < count; ++i) {
         Reading reading;
         reading.signal.reference = values[i].id;
-        for (const MeasuredSignal& signal : known) {
-            if (signal.reference == reading.signal.reference) {
+        for (const MeasuredSignal& signal : known)
+            if (signal.reference == reading.signal.reference)
                 reading.signal = signal;
-            }
-        }
         reading.value = values[i].value;
         readings.push_back(std::move(reading));
     }
@@ -104,20 +100,17 @@ public:
         : m_session(session), m_all(listSignals(session)), m_isAll(texts.empty())
     {
         // A path that the module's list does not show is asked for as it is.
-        for (const auto& text : texts) {
-            if (text.find('/') != std::string::npos) {
+        for (const auto& text : texts)
+            if (text.find('/') != std::string::npos)
                 m_chosen.emplace_back().reference = text;
-            } else {
+            else
                 m_chosen.push_back(chooseSignals(m_all, {text}, session).front());
-            }
-        }
     }
 
     std::vector<Reading> read() const
     {
-        if (m_isAll) {
+        if (m_isAll)
             return readAll(m_session, m_all);
-        }
         std::vector<Reading> readings;
         for (const MeasuredSignal& signal : m_chosen) {
             Reading reading{signal};
@@ -205,11 +198,10 @@ public:
 
     void show(const std::string& time, const std::vector<Reading>& readings)
     {
-        if (m_output.isOnTerminal()) {
+        if (m_output.isOnTerminal())
             draw(time, readings);
-        } else {
+        else
             append(time, readings);
-        }
         m_output.finish();
     }
 
@@ -251,12 +243,10 @@ private:
         m_lines = std::min(count, size.lines - 1); // the last one is the cursor's
         const bool isCut = m_lines < count;
         std::string line;
-        for (std::size_t i = 0; i + (isCut ? 1 : 0) < m_lines && std::getline(lines, line); ++i) {
+        for (std::size_t i = 0; i + (isCut ? 1 : 0) < m_lines && std::getline(lines, line); ++i)
             putLine(line);
-        }
-        if (isCut) {
+        if (isCut)
             putLine("... " + std::to_string(count - m_lines + 1) + " more: name those to watch");
-        }
         m_output.bytes("\x1b[J");
     }
 
@@ -286,9 +276,8 @@ void watch(CommandOutput& output, const ValueArguments& arguments)
             std::this_thread::sleep_for(
                 std::min<Clock::duration>(next - Clock::now(), std::chrono::milliseconds(50)));
         }
-        if (isInterrupted()) {
+        if (isInterrupted())
             return; // watching has no other end
-        }
         session.forgetWarning();
         const auto readings = reader.read();
         const std::string time = hostTimeText();

@@ -2,11 +2,10 @@
  *
  *   stream_signal [ADDRESS [PORT [SIGNAL]]]
  */
-#include <ZEL_VR_Framework.h>
-
 #include <inttypes.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <ZEL_VR_Framework.h>
 
 #ifdef _WIN32
 #include <windows.h>

@@ -4,11 +4,11 @@
 #include "method_header.h"
 #include "telegram_cutter.h"
 
-#include <asio/post.hpp>
-
 #include <algorithm>
 #include <array>
 #include <utility>
+
+#include <asio/post.hpp>
 
 namespace zel::simulator {
 

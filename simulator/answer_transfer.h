@@ -8,11 +8,11 @@
 #include "telegram_outlet.h"
 #include "transaction_header.h"
 
-#include <asio/steady_timer.hpp>
-
 #include <array>
 #include <memory>
 #include <optional>
+
+#include <asio/steady_timer.hpp>
 
 namespace zel::simulator {
 

@@ -5,7 +5,6 @@
 #include "parameter_schema.h"
 #include "service_document.h"
 #include "xml_text.h"
-
 #include "ZEL_VR_Framework.h"
 
 namespace zel::simulator {

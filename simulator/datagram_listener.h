@@ -3,11 +3,11 @@
 #include "answer_transfer.h"
 #include "datagram_socket.h"
 
-#include <asio/io_context.hpp>
-
 #include <map>
 #include <memory>
 #include <vector>
+
+#include <asio/io_context.hpp>
 
 namespace zel::simulator {
 

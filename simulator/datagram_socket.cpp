@@ -2,9 +2,9 @@
 
 #include "datagram_twin.h"
 
-#include <asio/ip/multicast.hpp>
-
 #include <stdexcept>
+
+#include <asio/ip/multicast.hpp>
 
 namespace zel::simulator {
 

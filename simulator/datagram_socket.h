@@ -2,14 +2,14 @@
 
 #include "byte_cursor.h"
 
-#include <asio/io_context.hpp>
-#include <asio/ip/udp.hpp>
-
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
 #include <vector>
+
+#include <asio/io_context.hpp>
+#include <asio/ip/udp.hpp>
 
 namespace zel::simulator {
 

@@ -2,12 +2,12 @@
 
 #include "byte_cursor.h"
 
-#include <asio/ip/udp.hpp>
-
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
+
+#include <asio/ip/udp.hpp>
 
 /// What the systems do differently with datagrams and adapters.
 namespace zel::simulator::datagram_twin {

@@ -1,7 +1,6 @@
 #include "firmware_store.h"
 
 #include "module_codes.h"
-
 #include "ZEL_VR_Framework.h"
 
 #include <algorithm>

@@ -2,16 +2,16 @@
 #include "simulation_script.h"
 #include "simulator.h"
 
-#include <asio/io_context.hpp>
-#include <asio/signal_set.hpp>
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
 #include <csignal>
 #include <exception>
 #include <iostream>
 #include <string>
 #include <vector>
+
+#include <asio/io_context.hpp>
+#include <asio/signal_set.hpp>
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 namespace {
 

@@ -5,7 +5,6 @@
 #include "number_forms.h"
 #include "service_document.h"
 #include "xml_text.h"
-
 #include "ZEL_VR_Framework.h"
 
 #include <algorithm>

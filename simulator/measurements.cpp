@@ -90,10 +90,9 @@ std::optional<SignalPlace> Measurements::overrunSignal() const
 {
     if (m_overrun)
         return m_overrun;
-    for (const auto& [connection, subscription] : m_subscriptions) {
+    for (const auto& [connection, subscription] : m_subscriptions)
         if (const auto place = subscription.overrunSignal(keptFrom(now())))
             return place;
-    }
     return std::nullopt;
 }
 

@@ -4,11 +4,11 @@
 #include "method_header.h"
 #include "module_core.h"
 
+#include <utility>
+
 #include <asio/buffer.hpp>
 #include <asio/post.hpp>
 #include <asio/write.hpp>
-
-#include <utility>
 
 namespace zel::simulator {
 
@@ -49,10 +49,9 @@ void ModuleConnection::close()
     for (const auto& [key, transfer] : std::exchange(m_transfers, {}))
         transfer->cancel();
     // The telegrams themselves stay: a write that is being cancelled may still look at its bytes.
-    for (OutgoingTelegram& telegram : m_outgoing) {
+    for (OutgoingTelegram& telegram : m_outgoing)
         if (telegram.sent)
             asio::post(m_socket.get_executor(), std::exchange(telegram.sent, nullptr));
-    }
     m_module.forget(*this);
 }
 

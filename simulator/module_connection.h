@@ -6,13 +6,13 @@
 #include "telegram_cutter.h"
 #include "telegram_outlet.h"
 
-#include <asio/ip/tcp.hpp>
-#include <asio/steady_timer.hpp>
-
 #include <array>
 #include <deque>
 #include <map>
 #include <memory>
+
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
 
 namespace zel::simulator {
 

@@ -1,7 +1,6 @@
 #include "module_core.h"
 
 #include "module_connection.h"
-
 #include "ZEL_VR_Framework.h"
 
 #include <asio/ip/address.hpp>

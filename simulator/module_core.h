@@ -6,15 +6,15 @@
 #include "module_service.h"
 #include "module_settings.h"
 
-#include <asio/io_context.hpp>
-#include <asio/ip/tcp.hpp>
-#include <asio/steady_timer.hpp>
-
 #include <atomic>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <set>
+
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
 
 namespace zel::simulator {
 

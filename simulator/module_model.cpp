@@ -49,10 +49,9 @@ void ModuleModel::restarted()
 std::optional<double> ModuleModel::simulatedValue(std::uint32_t connector,
                                                   std::uint32_t signal) const
 {
-    for (const auto& [place, simulated] : simulatedValues) {
+    for (const auto& [place, simulated] : simulatedValues)
         if (place[0] == connector && place[2] == signal)
             return simulated.value;
-    }
     return std::nullopt;
 }
 

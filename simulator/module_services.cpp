@@ -1,11 +1,9 @@
-#include "module_service.h"
-
 #include "control_server.h"
 #include "measurement_server.h"
+#include "module_service.h"
 #include "parameter_server.h"
 #include "status_server.h"
 #include "system_server.h"
-
 #include "ZEL_VR_Framework.h"
 
 #include <string>

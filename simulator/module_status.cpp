@@ -51,10 +51,9 @@ template <class Visit>
 void visitOverflows(const ModuleModel& model, Visit visit)
 {
     for (std::uint32_t connector = 0; connector < kAmplifierConnectors; ++connector) {
-        for (std::uint32_t signal = 0; signal < kSignalsOfChannel; ++signal) {
+        for (std::uint32_t signal = 0; signal < kSignalsOfChannel; ++signal)
             if (isOverflowing(model, connector, signal))
                 visit(connector, signal);
-        }
     }
 }
 

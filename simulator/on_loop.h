@@ -1,10 +1,10 @@
 #pragma once
 
-#include <asio/io_context.hpp>
-#include <asio/post.hpp>
-
 #include <future>
 #include <utility>
+
+#include <asio/io_context.hpp>
+#include <asio/post.hpp>
 
 namespace zel::simulator {
 

@@ -64,15 +64,13 @@ Outcome checkNumber(const ParameterDefinition& definition, std::string_view text
 
 Outcome checkChoice(const ParameterDefinition& definition, std::string_view text)
 {
-    for (const std::string& choice : definition.choices) {
+    for (const std::string& choice : definition.choices)
         if (choice == text)
             return {0, choice};
-    }
     if (const auto number = readNumber(text)) {
-        for (const std::string& choice : definition.choices) {
+        for (const std::string& choice : definition.choices)
             if (readNumber(choice) == number)
                 return {0, choice};
-        }
     }
     std::string reason = definition.name + ": '" + std::string{text} + "' is none of";
     for (const std::string& choice : definition.choices)

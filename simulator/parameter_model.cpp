@@ -19,10 +19,9 @@ constexpr const char* kChoice = "choice";
 pugi::xml_node findChild(pugi::xml_node parent, pugi::xml_node wanted)
 {
     const std::string_view address = wanted.attribute(kAddress).value();
-    for (const pugi::xml_node child : parent.children(wanted.name())) {
+    for (const pugi::xml_node child : parent.children(wanted.name()))
         if (address == child.attribute(kAddress).value())
             return child;
-    }
     return {};
 }
 
@@ -69,10 +68,9 @@ const ParameterDefinition* ParameterModel::definitionOf(pugi::xml_node node) con
 
 unsigned ParameterModel::instanceOf(pugi::xml_node node) const
 {
-    for (; node != m_root; node = node.parent()) {
+    for (; node != m_root; node = node.parent())
         if (const auto address = node.attribute(kAddress))
             return address.as_uint() - definitionOf(node)->firstAddress;
-    }
     return 0;
 }
 
@@ -179,13 +177,12 @@ void ParameterModel::copy(pugi::xml_node from, pugi::xml_node to, const Paramete
     for (const pugi::xml_attribute attribute : from.attributes())
         node.append_copy(attribute);
     const std::string_view choice = from.attribute(kChoice).value();
-    for (const pugi::xml_node child : from.children()) {
+    for (const pugi::xml_node child : from.children())
         if (child.type() != pugi::node_element)
             node.append_copy(child);
         else if (isShown(view, child) &&
                  (!currentChoicesOnly || choice.empty() || choice == child.name()))
             copy(child, node, view, currentChoicesOnly);
-    }
 }
 
 Outcome ParameterModel::writeSection(std::uint32_t view, std::string_view path,
@@ -208,10 +205,9 @@ Outcome ParameterModel::writeSection(std::uint32_t view, std::string_view path,
     if (std::string_view{first.name()} == target.name()) {
         outcome = plan(target, first, changes);
     } else {
-        for (const pugi::xml_node child : wanted.children()) {
+        for (const pugi::xml_node child : wanted.children())
             if (outcome.isGood() && child.type() == pugi::node_element)
                 outcome = planChild(target, child, changes);
-        }
     }
     if (outcome.isGood())
         apply(changes);
@@ -288,12 +284,11 @@ Outcome ParameterModel::planValue(pugi::xml_node node, std::string_view text, bo
 
 void ParameterModel::apply(const Changes& changes)
 {
-    for (Change change : changes) {
+    for (Change change : changes)
         if (pugi::xml_attribute choice = change.node.attribute(kChoice))
             choice.set_value(change.text.c_str());
         else
             change.node.text().set(change.text.c_str());
-    }
     ++m_version;
 }
 
@@ -344,10 +339,9 @@ void ParameterModel::reset(pugi::xml_node node)
         return;
     if (definition.kind != Kind::group)
         apply({{node, initialOf(node)}});
-    for (const pugi::xml_node child : node.children()) {
+    for (const pugi::xml_node child : node.children())
         if (child.type() == pugi::node_element)
             reset(child);
-    }
 }
 
 std::optional<std::string> ParameterModel::value(std::string_view path) const
@@ -365,10 +359,9 @@ ParameterModel::valuesOf(std::string_view path) const
     if (!selection.failure.isGood())
         return values;
     const ParameterDefinition& definition = *definitionOf(selection.first());
-    for (const ParameterDefinition& child : definition.children) {
+    for (const ParameterDefinition& child : definition.children)
         if (child.kind != Kind::group)
             values[child.name] = textOf(selection.first().child(child.name.c_str()), child);
-    }
     return values;
 }
 

@@ -3,7 +3,6 @@
 #include "module_codes.h"
 #include "module_model.h"
 #include "service_document.h"
-
 #include "ZEL_VR_Framework.h"
 
 namespace zel::simulator {

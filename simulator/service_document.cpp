@@ -1,7 +1,6 @@
 #include "service_document.h"
 
 #include "xml_text.h"
-
 #include "ZEL_VR_Framework.h"
 
 namespace zel::simulator {

@@ -186,10 +186,9 @@ void visitPlaces(SignalKind kind, std::uint32_t connector, Visit visit)
                                    : kind == SignalKind::fiber ? kFiberChannels
                                                                : 1;
     const std::uint32_t signals = kind == SignalKind::can ? 1 : kSignalsOfChannel;
-    for (std::uint32_t channel = 0; channel < channels; ++channel) {
+    for (std::uint32_t channel = 0; channel < channels; ++channel)
         for (std::uint32_t signal = 0; signal < signals; ++signal)
             visit(SignalPlace{kind, connector, channel, signal});
-    }
 }
 
 } // namespace

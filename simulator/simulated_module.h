@@ -7,11 +7,11 @@
 #include "module_settings.h"
 #include "on_loop.h"
 
-#include <asio/io_context.hpp>
-
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include <asio/io_context.hpp>
 
 namespace zel::simulator {
 

@@ -1,7 +1,6 @@
 #include "simulation_script.h"
 
 #include "number_forms.h"
-
 #include "ZEL_VR_Framework.h"
 
 #include <algorithm>
@@ -103,10 +102,9 @@ public:
 
     void finish() const
     {
-        for (const auto& item : m_object.items()) {
+        for (const auto& item : m_object.items())
             if (std::find(m_known.begin(), m_known.end(), item.key()) == m_known.end())
                 throw std::runtime_error(m_what + ": \"" + item.key() + "\" is not known here");
-        }
     }
 
 private:

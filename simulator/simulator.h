@@ -3,13 +3,13 @@
 #include "datagram_listener.h"
 #include "simulated_module.h"
 
-#include <asio/executor_work_guard.hpp>
-#include <asio/io_context.hpp>
-
 #include <list>
 #include <memory>
 #include <mutex>
 #include <thread>
+
+#include <asio/executor_work_guard.hpp>
+#include <asio/io_context.hpp>
 
 namespace zel::simulator {
 

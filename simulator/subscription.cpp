@@ -59,10 +59,9 @@ std::optional<SignalPlace> Subscription::overrunSignal(std::uint64_t keptFrom) c
 
 void Subscription::drop(std::uint64_t keptFrom)
 {
-    for (SignalStream& stream : m_streams) {
+    for (SignalStream& stream : m_streams)
         if (stream.dropBefore(sinceStart(keptFrom)) && !m_overrun)
             m_overrun = stream.place();
-    }
 }
 
 /// The stream whose next sample is the oldest of all.

@@ -5,7 +5,6 @@
 #include "module_model.h"
 #include "service_document.h"
 #include "signal_description.h"
-
 #include "ZEL_VR_Framework.h"
 
 namespace zel::simulator {

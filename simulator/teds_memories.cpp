@@ -2,7 +2,6 @@
 
 #include "module_codes.h"
 #include "signal_place.h"
-
 #include "ZEL_VR_Framework.h"
 
 #include <optional>

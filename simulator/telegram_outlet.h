@@ -1,11 +1,11 @@
 #pragma once
 
-#include <asio/any_io_executor.hpp>
-
 #include <chrono>
 #include <cstddef>
 #include <functional>
 #include <vector>
+
+#include <asio/any_io_executor.hpp>
 
 namespace zel::simulator {
 

@@ -3,9 +3,8 @@
 #include <vector>
 
 #include <winsock2.h>
-#include <ws2tcpip.h>
-
 #include <iphlpapi.h>
+#include <ws2tcpip.h>
 
 namespace zel::simulator::datagram_twin {
 

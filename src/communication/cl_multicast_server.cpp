@@ -84,10 +84,9 @@ void clMulticastServer::joinLocked(const std::set<Membership>& present)
             m_server.leaveGroup(known.address);
         return isGone;
     });
-    for (const Membership& membership : present) {
+    for (const Membership& membership : present)
         if (!m_joined.contains(membership) && m_server.joinGroup(membership.address) >= 0)
             m_joined.insert(membership);
-    }
 }
 
 std::int32_t clMulticastServer::send(std::optional<std::uint32_t> interfaceIndex, Bytes telegram)

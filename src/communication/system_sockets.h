@@ -6,7 +6,6 @@
 
 #ifdef _WIN32
 #include <winsock2.h>
-
 #include <ws2tcpip.h>
 #else
 #include <netdb.h>

@@ -1,14 +1,14 @@
 #include "telegram_container.h"
 
+#include "mutex.h"
+#include "process_wide.h"
+
 #include <algorithm>
 #include <array>
 #include <cassert>
 #include <cstdlib>
 #include <mutex>
 #include <new>
-
-#include "mutex.h"
-#include "process_wide.h"
 
 namespace zel {
 

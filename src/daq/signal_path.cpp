@@ -185,10 +185,9 @@ const Patterns& patterns()
 bool matchesOne(std::string_view text, std::span<const std::string_view> alternatives,
                 std::span<std::uint32_t> numbers)
 {
-    for (const std::string_view pattern : alternatives) {
+    for (const std::string_view pattern : alternatives)
         if (matches(text, pattern, numbers))
             return true;
-    }
     return false;
 }
 

@@ -20,10 +20,9 @@ std::int32_t BroadcastContext::sendDatagram(Bytes telegram)
         return m_connection.sendOver(*m_interfaceIndex, telegram);
     // The system would send it over one adapter of its choice only.
     bool hasLeft = false;
-    for (const sys::HostAdapter& adapter : sys::listHostAdapters()) {
+    for (const sys::HostAdapter& adapter : sys::listHostAdapters())
         if (sys::hasAddress(adapter))
             hasLeft = m_connection.sendOver(adapter.interfaceIndex, telegram) == ZEL_OK || hasLeft;
-    }
     return hasLeft ? ZEL_OK : m_connection.send(telegram.data(), telegram.size());
 }
 

@@ -111,10 +111,9 @@ void RequestorRegistry::dispatch(const TransactionSource& source,
 void RequestorRegistry::connectionLost(std::uint64_t connectionId)
 {
     std::size_t label = 0;
-    while (const auto requestor = next(label)) {
+    while (const auto requestor = next(label))
         if (connectionId == kEveryConnection || requestor->connectionId() == connectionId)
             requestor->finish(ZEL_CONN_RECEIVE_FAILED);
-    }
 }
 
 RequestorRegistry& requestorRegistry()

@@ -69,10 +69,9 @@ const char* clTextHandler::find(std::int32_t code) const
 const char* resultText(std::int32_t code)
 {
     const LookUp lookUp{chain()};
-    for (const clTextHandler* handler = lookUp.chain.first; handler; handler = handler->next()) {
+    for (const clTextHandler* handler = lookUp.chain.first; handler; handler = handler->next())
         if (const char* text = handler->find(code))
             return text;
-    }
     return kTextMissing;
 }
 

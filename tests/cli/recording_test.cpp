@@ -41,9 +41,8 @@ protected:
             8);
         put(start + first / m_rate * 1'000'000'000 + first % m_rate * 1'000'000'000 / m_rate, 8);
         put(m_rate * 1000, 8);
-        for (std::uint32_t i = 0; i < count; ++i) {
+        for (std::uint32_t i = 0; i < count; ++i)
             put(std::bit_cast<std::uint32_t>(static_cast<float>(first + i)), 4);
-        }
     }
 
     void take()
@@ -60,9 +59,8 @@ protected:
 private:
     void put(std::uint64_t number, int bytes)
     {
-        while (bytes-- > 0) {
+        while (bytes-- > 0)
             m_block.push_back(static_cast<unsigned char>(number >> (8 * bytes)));
-        }
     }
 
     std::vector<MeasuredSignal> m_signals;

@@ -207,10 +207,9 @@ static void numbers(void)
     GIVES(0, ZEL_XDAQ_GetAnalogMeasVal(module, 3, 2, &value));
     HOLDS(value == 12345);
     GIVES(0, ZEL_XDAQ_GetSignalListEx(module, signals, &count, 200));
-    for (uint64_t i = 0; i < count; ++i) {
+    for (uint64_t i = 0; i < count; ++i)
         if (strcmp(signals[i].id, "AnalogIn_Connector2.Signal1") == 0)
             HOLDS(signals[i].connector == 3 && signals[i].channel == 1 && signals[i].signal == 2);
-    }
     GIVES(0, ZEL_XSTAT_GetErrorStatus(module, &errors));
     HOLDS(errors.count == 1 && errors.entries[0].connector == 3 && errors.entries[0].signal == 2);
     snprintf(trigger, sizeof trigger, "uuid=%llu connector=3 signal=2 status=2",

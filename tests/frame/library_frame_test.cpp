@@ -194,10 +194,9 @@ TEST_F(LibraryFrame, RefusesEveryCallThatNeedsAStartedLibraryBeforeItLooksAtArgu
 TEST_F(LibraryFrame, RefusesEveryNullPointerByItself)
 {
     ZEL_Init();
-    for (const Export& entry : startedExports()) {
+    for (const Export& entry : startedExports())
         for (std::size_t i = 0; i < entry.callsWithoutOnePointer.size(); ++i)
             EXPECT_EQ(entry.callsWithoutOnePointer[i](), -1016045) << entry.name << " " << i;
-    }
 }
 
 TEST_F(LibraryFrame, TakesASizeOfZeroForAMissingArgumentWhereTheCallNeedsIt)

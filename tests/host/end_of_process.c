@@ -3,10 +3,9 @@
 
 #include "ZEL_VR_Framework.h"
 
+#include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>
-
-#include <pthread.h>
 
 #ifndef _WIN32
 #include <sys/wait.h>

@@ -49,10 +49,9 @@ static void set_up(void)
 
 static const ZEL_SignalInfoEx* named(const ZEL_SignalInfoEx* signals, const char* reference)
 {
-    for (uint64_t i = 0; i < count; ++i) {
+    for (uint64_t i = 0; i < count; ++i)
         if (strcmp(signals[i].id, reference) == 0)
             return &signals[i];
-    }
     return NULL;
 }
 

@@ -8,14 +8,14 @@
 #include "transaction_handler.h"
 #include "udp_connection.h"
 
-#include <asio/io_context.hpp>
-#include <asio/ip/udp.hpp>
-
 #include <future>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <asio/io_context.hpp>
+#include <asio/ip/udp.hpp>
 
 namespace zel::test {
 namespace {
@@ -106,10 +106,9 @@ TEST_F(Datagrams, OfAModuleCountAlsoWithAWarning)
 {
     const std::uint32_t found = foundDuring([&] {
         // Again and again: the scan may not have begun yet.
-        for (const Stopwatch watch; watch.elapsed() < 1000ms;) {
+        for (const Stopwatch watch; watch.elapsed() < 1000ms;)
             for (unsigned label = 0; label < 1000; ++label)
                 send(answer(label, kModule, "00000001"), 1201);
-        }
     });
     EXPECT_EQ(found, 1u);
 }

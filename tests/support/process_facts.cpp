@@ -5,7 +5,6 @@
 #include <cstdint>
 
 #include <windows.h>
-
 #include <psapi.h>
 #include <tlhelp32.h>
 

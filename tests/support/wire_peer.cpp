@@ -1,11 +1,11 @@
 #include "wire_peer.h"
 
+#include <optional>
+#include <stdexcept>
+
 #include <asio/buffer.hpp>
 #include <asio/read.hpp>
 #include <asio/write.hpp>
-
-#include <optional>
-#include <stdexcept>
 
 namespace zel::test {
 

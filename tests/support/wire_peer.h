@@ -2,12 +2,12 @@
 
 #include "waiting.h"
 
-#include <asio/io_context.hpp>
-#include <asio/ip/tcp.hpp>
-
 #include <cstdint>
 #include <string>
 #include <string_view>
+
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
 
 namespace zel::test {
 

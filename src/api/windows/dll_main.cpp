@@ -1,5 +1,4 @@
 #include "library.h"
-
 #include "ZEL_VR_Framework.h"
 
 #include <windows.h>

@@ -4,7 +4,6 @@
 #include <string>
 
 #include <windows.h>
-
 #include <wbemcli.h>
 
 /// The steps through the management service, on a connection that the caller has made. Everything

@@ -27,10 +27,9 @@ std::uint64_t bitOf(std::size_t number)
 void closeCopies()
 {
     const std::size_t words = g_wordsUsed.load();
-    for (std::size_t word = 0; word < words; ++word) {
+    for (std::size_t word = 0; word < words; ++word)
         for (std::uint64_t left = g_own[word].exchange(0); left != 0; left &= left - 1)
             ::close(static_cast<int>(word * kWord) + std::countr_zero(left));
-    }
 }
 
 [[gnu::constructor]] void closeInChildren()

@@ -1,8 +1,7 @@
 #include "service_thread.h"
 
-#include <thread>
-
 #include <csignal>
+#include <thread>
 
 namespace zel::sys {
 

@@ -7,7 +7,6 @@
 #include <cstddef>
 
 #include <winsock2.h>
-
 #include <iphlpapi.h>
 
 namespace zel::sys {

@@ -5,7 +5,6 @@
 #include "timer.h"
 
 #include <winsock2.h>
-
 #include <windows.h>
 
 namespace zel::sys {
