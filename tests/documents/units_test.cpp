@@ -58,8 +58,9 @@ TEST(Units, AreNumberedWithoutGapsWithinTheirHundred)
     for (const UnitRow& row : unitTable()) {
         EXPECT_EQ(findUnit(row.code), &row) << row.name;
         EXPECT_EQ(findUnit(row.name), &row);
-        if (row.encoded != 0)
+        if (row.encoded != 0) {
             EXPECT_EQ(unitCodeOfEncoded(row.encoded), static_cast<std::int32_t>(row.code));
+        }
         const bool isFirst = row.code % 100 == 0 || row.code == 2101 || row.code == 5001;
         EXPECT_TRUE(isFirst || row.code == last + 1 || row.code == 2102) << row.name;
         last = row.code;

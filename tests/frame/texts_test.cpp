@@ -68,8 +68,9 @@ TEST_F(Texts, BelongToTheirCodes)
     };
     for (const auto& expected : cases) {
         EXPECT_STREQ(ZEL_XUTIL_GetText(expected.code), expected.text) << expected.code;
-        if (std::strcmp(expected.text, kMissing) != 0)
+        if (std::strcmp(expected.text, kMissing) != 0) {
             EXPECT_STREQ(ZEL_XUTIL_GetTextFromModule(1, expected.code), expected.text);
+        }
     }
     EXPECT_STREQ(ZEL_XUTIL_GetTextFromModule(1, -1600000), "")
         << "there is no module to ask, so there is no text";
