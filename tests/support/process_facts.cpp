@@ -2,6 +2,8 @@
 
 #ifdef _WIN32
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 
 #include <windows.h>
@@ -12,12 +14,19 @@ namespace zel::test {
 
 namespace {
 
-// Wine counts no handles, but gives a new one the lowest number that is free: it rises with leaks.
-std::size_t lowestFreeHandle()
+// Wine counts no handles, but gives new ones the lowest numbers that are free: once they fill all
+// gaps, the highest number tells how many there are.
+std::size_t countOfHandles()
 {
-    const HANDLE fresh = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    CloseHandle(fresh);
-    return reinterpret_cast<std::uintptr_t>(fresh) / 4;
+    std::array<HANDLE, 512> fresh{};
+    std::uintptr_t highest = 0;
+    for (HANDLE& handle : fresh) {
+        handle = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+        highest = std::max(highest, reinterpret_cast<std::uintptr_t>(handle) / 4);
+    }
+    for (const HANDLE handle : fresh)
+        CloseHandle(handle);
+    return highest - fresh.size();
 }
 
 } // namespace
@@ -27,7 +36,7 @@ ProcessFacts processFacts()
     ProcessFacts facts;
     DWORD handles = 0;
     GetProcessHandleCount(GetCurrentProcess(), &handles);
-    facts.descriptors = handles != 0 ? handles : lowestFreeHandle();
+    facts.descriptors = handles != 0 ? handles : countOfHandles();
     const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
     THREADENTRY32 entry{};
     entry.dwSize = sizeof entry;
