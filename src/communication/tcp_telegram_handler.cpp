@@ -48,6 +48,7 @@ clTcpTelHndlr::clTcpTelHndlr(std::shared_ptr<communication::SocketNonblocking> s
       m_transactions(transactions),
       m_header(FrameHeader{.source = self}.encode()),
       m_trailer(encodeFrameTrailer()),
+      m_reception(*m_loop),
       m_outgoing(*m_socket)
 {
 }
@@ -119,10 +120,9 @@ int clTcpTelHndlr::onReady()
     }
     if (result > 0) {
         noteHearing();
-        // Whoever receives on a lent connection asks the system again before it is taken back: a
-        // read that finds nothing can be spared.
-        const bool isLent = m_borrower.load() != std::thread::id{};
-        return isLent && !m_socket->hasBuffered() ? 0 : result;
+        // Whoever receives on a lent connection asks the system again: a read that finds nothing
+        // can be spared.
+        return m_reception.isLent() && !m_socket->hasBuffered() ? 0 : result;
     }
     if (result < 0) {
         using communication::native::Failure;
@@ -201,6 +201,20 @@ int clTcpTelHndlr::finishTelegram(int count)
 
 int clTcpTelHndlr::send(std::span<const Bytes> payload)
 {
+    return send(payload, nullptr);
+}
+
+int clTcpTelHndlr::sendAndWait(std::span<const Bytes> payload, sys::EventFlag& flag)
+{
+    communication::Reception::Wait wait{m_reception, m_socket->event(), flag};
+    if (send(payload, &wait) != 0)
+        return -1;
+    wait.untilSet();
+    return 0;
+}
+
+int clTcpTelHndlr::send(std::span<const Bytes> payload, communication::Reception::Wait* wait)
+{
     std::size_t length = 0;
     std::array<Bytes, 8> parts;
     std::size_t count = 1; // the header
@@ -219,7 +233,7 @@ int clTcpTelHndlr::send(std::span<const Bytes> payload)
     logFrame(header, FrameDirection::sent);
     noteSending();
     const Outcome outcome = putOrWait(std::span<const Bytes>{parts}.first(count),
-                                      length + headerBytes.size() + trailerBytes.size());
+                                      length + headerBytes.size() + trailerBytes.size(), wait);
     if (outcome == Outcome::accepted)
         return 0;
     logTransaction(LogLevel::error, [&] { return "could not send to " + hexadecimalText(m_peer); });
@@ -228,7 +242,8 @@ int clTcpTelHndlr::send(std::span<const Bytes> payload)
     return -1;
 }
 
-Outcome clTcpTelHndlr::putOrWait(std::span<const Bytes> parts, std::size_t size)
+Outcome clTcpTelHndlr::putOrWait(std::span<const Bytes> parts, std::size_t size,
+                                 communication::Reception::Wait* wait)
 {
     using communication::OutgoingQueue;
     if (m_loop->isDispatching()) {
@@ -238,38 +253,12 @@ Outcome clTcpTelHndlr::putOrWait(std::span<const Bytes> parts, std::size_t size)
     Outcome outcome = m_outgoing.put(parts, OutgoingQueue::kRoom);
     if (outcome != Outcome::noRoom)
         return outcome;
-    endReception();
+    if (wait)
+        wait->end();
     const Clock::time_point deadline = Clock::now() + kRoomLimit;
     while (outcome == Outcome::noRoom && m_outgoing.waitForRoom(size, deadline))
         outcome = m_outgoing.put(parts, OutgoingQueue::kRoom);
     return outcome;
-}
-
-bool clTcpTelHndlr::beginReception()
-{
-    std::thread::id nobody{};
-    if (!m_borrower.compare_exchange_strong(nobody, std::this_thread::get_id()))
-        return false;
-    if (!m_isClosed && m_loop->lend(m_socket->event()))
-        return true;
-    m_borrower = std::thread::id{};
-    return false;
-}
-
-void clTcpTelHndlr::receiveUntil(const sys::EventFlag& flag)
-{
-    if (isBorrower())
-        m_loop->serve(m_socket->event(), flag);
-}
-
-void clTcpTelHndlr::endReception()
-{
-    if (!isBorrower())
-        return;
-    // In this order: a callback that stopped early because the connection was lent is followed by
-    // the loop's asking anew.
-    m_borrower = std::thread::id{};
-    m_loop->takeBack(m_socket->event());
 }
 
 } // namespace zel

@@ -2,6 +2,7 @@
 
 #include "frame.h"
 #include "outgoing_queue.h"
+#include "reception.h"
 #include "socket_nonblocking.h"
 #include "telegram_container.h"
 #include "telegram_sender.h"
@@ -36,11 +37,7 @@ public:
     int send(std::span<const Bytes> payload) override;
     std::uint64_t connectionId() const override { return m_id; }
 
-    /// One thread at a time; the loop's thread receives for the others. A send that must wait for
-    /// room ends the reception of its thread, which would receive nothing meanwhile.
-    bool beginReception() override;
-    void receiveUntil(const sys::EventFlag& flag) override;
-    void endReception() override;
+    int sendAndWait(std::span<const Bytes> payload, sys::EventFlag& flag) override;
 
     using Clock = std::chrono::steady_clock;
 
@@ -56,8 +53,10 @@ public:
 private:
     void noteSending();
     void noteHearing();
-    bool isBorrower() const { return m_borrower.load() == std::this_thread::get_id(); }
-    communication::OutgoingQueue::Outcome putOrWait(std::span<const Bytes> parts, std::size_t size);
+    /// `wait`: of the sending thread, which receives nothing while it waits for room.
+    int send(std::span<const Bytes> payload, communication::Reception::Wait* wait);
+    communication::OutgoingQueue::Outcome putOrWait(std::span<const Bytes> parts, std::size_t size,
+                                                    communication::Reception::Wait* wait);
     int onReady();
     int receiveTelegrams();
     int readStage(MutableBytes stage, std::size_t& received);
@@ -85,8 +84,8 @@ private:
     std::atomic<Clock::time_point> m_heardAt = Clock::now(); // last, from the module itself
     std::atomic<Clock::time_point> m_askedAt{};              // first, since it was heard
     std::atomic<bool> m_isCountingSilence = false;
-    std::atomic<std::thread::id> m_borrower{}; // receives in the loop thread's place
-    communication::OutgoingQueue m_outgoing;   // uses m_socket
+    communication::Reception m_reception;
+    communication::OutgoingQueue m_outgoing; // uses m_socket
 };
 
 } // namespace zel

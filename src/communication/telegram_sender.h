@@ -24,15 +24,10 @@ public:
     /// there is no connection.
     virtual std::uint64_t connectionId() const = 0;
 
-    /// A thread that is going to wait for the answer to what it sends may ask to receive on this
-    /// connection itself; false when somebody does already, or nobody can. Each success is followed
-    /// by one endReception(). It ends by itself when the thread has to wait for room to send,
-    /// for it would not receive meanwhile, and others wait for answers too.
-    virtual bool beginReception() { return false; }
-    /// Receives whatever comes, for whomever, until the flag is set or nothing has come for some
-    /// milliseconds. Without any of the transactions' locks.
-    virtual void receiveUntil(const sys::EventFlag&) {}
-    virtual void endReception() {}
+    /// The same, and waits until the flag is set, which what comes in reply must do. Receives on
+    /// this connection itself meanwhile where it can. -1: it was not sent, and nobody has waited.
+    /// Not inside a callback, and without any lock.
+    virtual int sendAndWait(std::span<const Bytes> payload, sys::EventFlag& flag) = 0;
 };
 
 } // namespace zel

@@ -1,7 +1,6 @@
 #include "event_flag.h"
 
 #include "logger.h"
-#include "looking_permit.h"
 
 #include <chrono>
 
@@ -9,17 +8,34 @@ namespace zel::sys {
 
 void EventFlag::set()
 {
-    const std::lock_guard lock{m_mutex};
-    m_isSet.store(true, std::memory_order_release);
+    {
+        const std::lock_guard lock{m_mutex};
+        m_isSet.store(true, std::memory_order_release);
+    }
+    // Without the lock, which whoever wakes up needs.
     m_condition.notify_all();
+}
+
+void EventFlag::wake()
+{
+    {
+        const std::lock_guard lock{m_mutex};
+        m_isWoken = true;
+    }
+    m_condition.notify_all();
+}
+
+void EventFlag::waitOrWoken()
+{
+    std::unique_lock lock{m_mutex};
+    m_condition.wait(lock, [this] { return isSet() || m_isWoken; });
+    m_isWoken = false;
 }
 
 void EventFlag::wait()
 {
-    if (const LookingPermit permit; permit.isGranted())
-        permit.look([this] { return isSet(); });
-    // Also after the flag was seen: the setter must be out of set() before a waiter may go on and
-    // destroy the flag.
+    if (isSet())
+        return;
     std::unique_lock lock{m_mutex};
     m_condition.wait(lock, [this] { return isSet(); });
 }

@@ -7,13 +7,15 @@
 
 namespace zel::sys {
 
-/// A flag that one thread sets and others wait for. A waiter first looks for it for some
-/// microseconds when that paid lately and a processor is left over: waking a sleeping thread costs
-/// about as much as a whole round trip in a local network.
+/// A flag that one thread sets and others wait for. Whoever sets or wakes it sees to it that it
+/// lives until that has returned, though a waiter may go on before.
 class EventFlag {
 public:
     void set();
     void wait();
+    /// Until it is set or somebody calls wake().
+    void waitOrWoken();
+    void wake();
     /// True when the flag was set, false when the time ran out.
     bool waitFor(std::uint32_t milliseconds);
     bool isSet() const { return m_isSet.load(std::memory_order_acquire); }
@@ -22,6 +24,7 @@ private:
     Mutex m_mutex;
     ConditionVariable m_condition;
     std::atomic<bool> m_isSet = false; // written under m_mutex
+    bool m_isWoken = false;            // under m_mutex
 };
 
 } // namespace zel::sys

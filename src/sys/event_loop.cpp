@@ -1,8 +1,8 @@
 #include "event_loop.h"
 
 #include "event_flag.h"
-#include "looking_permit.h"
 #include "port_twin.h"
+#include "spin_budget.h"
 
 #include <algorithm>
 #include <array>
@@ -216,15 +216,14 @@ bool EventLoop::lend(const Event& event)
     return m_port->ignore(event);
 }
 
-void EventLoop::serve(const Event& event, const EventFlag& flag)
+void EventLoop::serve(const Event& event, const EventFlag& flag, const SpinBudget& budget)
 {
+    const auto hasInput = [&](int limitMs) { return m_port->hasInput(event, limitMs); };
+    const auto comes = [&] {
+        return budget.spin([&] { return hasInput(0); }) || hasInput(kServingMs);
+    };
     Turn turn = Turn::done;
-    if (const LookingPermit permit; permit.isGranted()) {
-        if (permit.look([&] { return m_port->hasInput(event, 0); }))
-            turn = dispatch(event.id, true);
-    }
-    while (!flag.isSet() && turn != Turn::gone &&
-           (turn == Turn::unfinished || m_port->hasInput(event, kServingMs)))
+    while (!flag.isSet() && turn != Turn::gone && (turn == Turn::unfinished || comes()))
         turn = dispatch(event.id, true);
     // What was read from the system already, nobody else would be told of.
     if (turn == Turn::unfinished) {

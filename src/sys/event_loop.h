@@ -18,6 +18,7 @@ namespace zel::sys {
 
 class EventFlag;
 class PortTwin;
+class SpinBudget;
 
 using EventId = std::uint64_t;
 
@@ -79,7 +80,7 @@ public:
     bool lend(const Event& event);
     /// Calls the event's callback for its input on this thread, until the flag is set, the event
     /// is erased or nothing has come for some milliseconds. Without any lock.
-    void serve(const Event& event, const EventFlag& flag);
+    void serve(const Event& event, const EventFlag& flag, const SpinBudget& budget);
     /// Ends what lend() began. Input that is already there is noticed too.
     void takeBack(const Event& event);
 

@@ -1,7 +1,6 @@
 #include "connection_table.h"
 
 #include "own_uuid.h"
-#include "spinning_lock.h"
 
 #include <algorithm>
 #include <exception>
@@ -121,7 +120,7 @@ std::vector<std::uint64_t> clConHndlr::uuids() const
 
 std::shared_ptr<clTcpTelHndlr> clConHndlr::connectionTo(std::uint64_t uuid) const
 {
-    const sys::SpinningLock lock{m_mutex};
+    const std::lock_guard lock{m_mutex};
     const auto found = m_table.find(uuid);
     return found == m_table.end() ? nullptr : found->second;
 }

@@ -35,7 +35,8 @@ std::int32_t clRequestorBase::sendAndWait(std::shared_ptr<const clTxTelContainer
 }
 
 std::int32_t clRequestorBase::beginLocked(std::shared_ptr<iTransactionOwner> owner,
-                                          std::uint64_t connectionId, std::uint32_t milliseconds)
+                                          std::uint64_t connectionId, std::uint32_t milliseconds,
+                                          bool isWaitedFor)
 {
     if (!m_label)
         return ZEL_SYS_NO_OBJECT;
@@ -54,7 +55,7 @@ std::int32_t clRequestorBase::beginLocked(std::shared_ptr<iTransactionOwner> own
         return ZEL_CONN_RECEIVE_FAILED;
     }
     m_owner = std::move(owner);
-    m_isBeingSent = true;
+    m_isBeingSent = !isWaitedFor;
     return ZEL_OK;
 }
 

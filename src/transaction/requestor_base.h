@@ -50,9 +50,10 @@ protected:
 
     Lock lock() { return Lock{m_mutex}; }
     /// The last step before the first telegram leaves: from now on answers find the transaction,
-    /// and it ends by itself when its time is over. A code when that cannot be.
+    /// and it ends by itself when its time is over. A code when that cannot be. The owner of one
+    /// that is waited for is called back with its end also while it is being sent.
     std::int32_t beginLocked(std::shared_ptr<iTransactionOwner> owner, std::uint64_t connectionId,
-                             std::uint32_t milliseconds);
+                             std::uint32_t milliseconds, bool isWaitedFor = false);
     /// What send() answers once the first telegram has left, or else with the code that it could
     /// not leave for. A transaction that ends before is not told to the owner by a call, but here.
     std::int32_t endSending(std::int32_t result);

@@ -2,7 +2,6 @@
 
 #include "process_wide.h"
 #include "requestor_base.h"
-#include "spinning_lock.h"
 #include "telegram_container.h"
 #include "text_handler.h"
 #include "text_stream.h"
@@ -36,7 +35,7 @@ void logDropped(std::int32_t code)
 
 std::optional<std::uint16_t> RequestorRegistry::takeLabel()
 {
-    const sys::SpinningLock lock{m_mutex};
+    const std::lock_guard lock{m_mutex};
     const auto next = static_cast<std::uint16_t>(m_lastLabel + 1);
     auto label = m_held.nextMissing(next);
     if (!label)
@@ -54,14 +53,14 @@ void RequestorRegistry::endLabel(std::uint16_t label)
 {
     // Declared before the lock: what the requestor owns is not taken apart under it.
     std::shared_ptr<clRequestorBase> ended;
-    const sys::SpinningLock lock{m_mutex};
+    const std::lock_guard lock{m_mutex};
     m_underWay.remove(label);
     ended.swap(m_slots[label].requestor);
 }
 
 void RequestorRegistry::giveBackLabel(std::uint16_t label)
 {
-    const sys::SpinningLock lock{m_mutex};
+    const std::lock_guard lock{m_mutex};
     if (--m_slots[label].holders == 0)
         m_held.remove(label);
 }
@@ -69,19 +68,19 @@ void RequestorRegistry::giveBackLabel(std::uint16_t label)
 void RequestorRegistry::enter(std::uint16_t label,
                               const std::shared_ptr<clRequestorBase>& requestor)
 {
-    const sys::SpinningLock lock{m_mutex};
+    const std::lock_guard lock{m_mutex};
     m_slots[label].requestor = requestor;
 }
 
 std::shared_ptr<clRequestorBase> RequestorRegistry::find(std::uint16_t label)
 {
-    const sys::SpinningLock lock{m_mutex};
+    const std::lock_guard lock{m_mutex};
     return m_slots[label].requestor;
 }
 
 std::shared_ptr<clRequestorBase> RequestorRegistry::next(std::size_t& label)
 {
-    const sys::SpinningLock lock{m_mutex};
+    const std::lock_guard lock{m_mutex};
     while (const auto found = m_underWay.next(label)) {
         label = *found + std::size_t{1};
         if (m_slots[*found].requestor)

@@ -24,33 +24,6 @@ std::array<std::byte, kLengthField> encodeLength(std::size_t length)
 
 } // namespace
 
-/// A connection that the sending thread receives on while this lives.
-class clRequestorTrans::Reception {
-public:
-    Reception() = default;
-    ~Reception()
-    {
-        if (m_connection)
-            m_connection->endReception();
-    }
-    Reception(const Reception&) = delete;
-    Reception& operator=(const Reception&) = delete;
-
-    void begin(const std::shared_ptr<iTelegramSender>& connection)
-    {
-        if (connection->beginReception())
-            m_connection = connection;
-    }
-    void receiveUntil(const sys::EventFlag& flag)
-    {
-        if (m_connection)
-            m_connection->receiveUntil(flag);
-    }
-
-private:
-    std::shared_ptr<iTelegramSender> m_connection; // null while it is not begun
-};
-
 clRequestorTrans::clRequestorTrans(std::uint64_t target, sys::EventLoop& loop,
                                    const std::shared_ptr<iTelegramSender>& connection)
     : clRequestorBase(target, loop), m_connection(connection)
@@ -75,19 +48,15 @@ std::int32_t clRequestorTrans::sendAndWait(std::shared_ptr<const clTxTelContaine
                                            std::shared_ptr<iTransactionOwner> owner,
                                            sys::EventFlag& isOver)
 {
-    {
-        Reception reception;
-        const std::int32_t result = start(payload, std::move(owner), &reception);
-        if (result != ZEL_OK)
-            return result;
-        reception.receiveUntil(isOver);
-    }
-    isOver.wait();
-    return ZEL_OK;
+    const std::int32_t result = start(payload, std::move(owner), &isOver);
+    if (result == ZEL_OK)
+        isOver.wait();
+    return result;
 }
 
 std::int32_t clRequestorTrans::start(const std::shared_ptr<const clTxTelContainer>& payload,
-                                     std::shared_ptr<iTransactionOwner> owner, Reception* reception)
+                                     std::shared_ptr<iTransactionOwner> owner,
+                                     sys::EventFlag* isOver)
 {
     const std::shared_ptr<iTelegramSender> connection = m_connection.lock();
     if (!connection)
@@ -99,29 +68,30 @@ std::int32_t clRequestorTrans::start(const std::shared_ptr<const clTxTelContaine
         m_state = isSegmented ? State::sendingSegments : State::waitingForAcknowledge;
         m_request = payload;
         m_segmentsEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds{kLongestMs};
-        const std::int32_t result =
-            beginLocked(std::move(owner), connection->connectionId(), kAcknowledgeMs);
+        const std::int32_t result = beginLocked(std::move(owner), connection->connectionId(),
+                                                kAcknowledgeMs, isOver != nullptr);
         if (result != ZEL_OK)
             return result;
     }
-    if (reception)
-        reception->begin(connection);
     if (!isSegmented)
         return endSending(
-            sendTelegram(*connection, TransactionType::request, payload->slice(0, size)));
+            sendTelegram(*connection, TransactionType::request, payload->slice(0, size), isOver));
     const auto length = encodeLength(size);
-    return endSending(
-        sendTelegram(*connection, TransactionType::requestSegmentInit, {Bytes{length}, {}}));
+    return endSending(sendTelegram(*connection, TransactionType::requestSegmentInit,
+                                   {Bytes{length}, {}}, isOver));
 }
 
 std::int32_t clRequestorTrans::sendTelegram(iTelegramSender& connection, TransactionType type,
-                                            const std::array<Bytes, 2>& payload) const
+                                            const std::array<Bytes, 2>& payload,
+                                            sys::EventFlag* waitFor) const
 {
     const auto header = TransactionHeader{type, label().value_or(0), target()}.encode();
     logSent(type);
     const std::array<Bytes, 3> parts{Bytes{header}, payload[0], payload[1]};
     try {
-        return connection.send(parts) == 0 ? ZEL_OK : ZEL_CONN_SEND_FAILED;
+        const int result =
+            waitFor ? connection.sendAndWait(parts, *waitFor) : connection.send(parts);
+        return result == 0 ? ZEL_OK : ZEL_CONN_SEND_FAILED;
     } catch (const std::bad_alloc&) {
         return ZEL_SYS_NO_OBJECT;
     }

@@ -54,12 +54,12 @@ private:
         std::unique_ptr<clRxTelContainer> response{};      // complete with what is acknowledged
     };
     using MaybeReply = std::optional<Reply>;
-    class Reception;
 
     std::int32_t start(const std::shared_ptr<const clTxTelContainer>& payload,
-                       std::shared_ptr<iTransactionOwner> owner, Reception* reception);
+                       std::shared_ptr<iTransactionOwner> owner, sys::EventFlag* isOver);
     std::int32_t sendTelegram(iTelegramSender& connection, TransactionType type,
-                              const std::array<Bytes, 2>& payload) const;
+                              const std::array<Bytes, 2>& payload,
+                              sys::EventFlag* waitFor = nullptr) const;
     void closeLocked() override;
     MaybeReply takeLocked(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
                           const TransactionSource& source);

@@ -20,7 +20,7 @@ enum { MOST_FOR_EACH = 4096 }; /* its threads leave something with the emulator 
 typedef void* Library;
 #define load() dlopen(ZEL_LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL)
 #define unload dlclose
-enum { MOST_FOR_EACH = 24 };
+enum { MOST_FOR_EACH = 1 };
 #endif
 
 enum { LOADS = 50 };

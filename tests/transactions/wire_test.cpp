@@ -323,6 +323,10 @@ struct Nowhere final : iDatagramSender, iTelegramSender {
         whileSending();
         return result;
     }
+    int sendAndWait(std::span<const Bytes> payload, sys::EventFlag&) override
+    {
+        return send(payload);
+    }
     std::uint64_t connectionId() const override { return kConnection; }
 
     std::function<void()> whileSending = [] {};
