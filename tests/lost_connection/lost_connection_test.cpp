@@ -312,14 +312,14 @@ TEST_F(LostConnection, DoesNotEndWhenAModuleOnlyPausesWithinALongRequest)
     settings.receiveBuffer = 4096;
     Module& pausing = addModule(settings);
     const std::uint64_t uuid = connected(pausing);
-    const std::string data(20u << 20, 'x');
+    const std::string data(8u << 20, 'x');
     auto call = std::async(std::launch::async, [&] {
         std::string answer;
         const std::int32_t result = echo(uuid, data, &answer);
         EXPECT_TRUE(answer == data);
         return result;
     });
-    std::this_thread::sleep_for(20ms);
+    std::this_thread::sleep_for(10ms);
     Fault pause = fault(FaultKind::stopReading);
     pause.lasting = 2000ms;
     pausing.setFault(pause);
