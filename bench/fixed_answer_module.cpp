@@ -3,13 +3,10 @@
 #include "address_resolution.h"
 #include "frame.h"
 #include "method_header.h"
-#include "processors.h"
 #include "transaction_header.h"
 
 #include <algorithm>
-#include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <optional>
 #include <stdexcept>
 #include <string_view>
@@ -18,10 +15,8 @@
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/uio.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace zel::bench {
@@ -74,28 +69,39 @@ bool sendAll(int socket, const std::string& bytes)
     return true;
 }
 
-/// Header, data and trailer as they are, without a copy.
-bool sendParts(int socket, std::initializer_list<std::string_view> parts)
+/// Header, data and trailer from or to where they are, without a copy.
+bool transferParts(int socket, ssize_t (*transfer)(int, msghdr&),
+                   std::initializer_list<std::pair<const char*, std::size_t>> parts)
 {
-    std::array<iovec, 4> left{};
+    std::array<iovec, 3> left{};
     std::size_t count = 0;
-    for (const std::string_view part : parts)
-        left.at(count++) = {const_cast<char*>(part.data()), part.size()};
+    for (const auto& [bytes, size] : parts)
+        left.at(count++) = {const_cast<char*>(bytes), size};
     for (std::size_t next = 0; next < count;) {
         msghdr message{};
         message.msg_iov = &left[next];
         message.msg_iovlen = count - next;
-        ssize_t sent = sendmsg(socket, &message, MSG_NOSIGNAL);
-        if (sent <= 0)
+        ssize_t done = transfer(socket, message);
+        if (done <= 0)
             return false;
-        for (; next < count && sent >= static_cast<ssize_t>(left[next].iov_len); ++next)
-            sent -= static_cast<ssize_t>(left[next].iov_len);
+        for (; next < count && done >= static_cast<ssize_t>(left[next].iov_len); ++next)
+            done -= static_cast<ssize_t>(left[next].iov_len);
         if (next < count) {
-            left[next].iov_base = static_cast<char*>(left[next].iov_base) + sent;
-            left[next].iov_len -= static_cast<std::size_t>(sent);
+            left[next].iov_base = static_cast<char*>(left[next].iov_base) + done;
+            left[next].iov_len -= static_cast<std::size_t>(done);
         }
     }
     return true;
+}
+
+bool sendParts(int socket, std::string_view headers, std::string_view data,
+               std::string_view trailer)
+{
+    return transferParts(
+        socket, [](int to, msghdr& message) { return sendmsg(to, &message, MSG_NOSIGNAL); },
+        {{headers.data(), headers.size()},
+         {data.data(), data.size()},
+         {trailer.data(), trailer.size()}});
 }
 
 template <class Encoded>
@@ -122,6 +128,15 @@ std::string transaction(std::uint64_t source, TransactionType type, std::uint16_
     std::string payload;
     append(payload, TransactionHeader{type, label, destination}.encode());
     return telegram(TelegramType::transaction, source, payload + rest);
+}
+
+std::string number(std::uint32_t value)
+{
+    std::array<std::byte, 4> bytes;
+    ByteWriter{bytes}.u32(value);
+    std::string text;
+    append(text, bytes);
+    return text;
 }
 
 /// One connection of the module's.
@@ -157,16 +172,10 @@ private:
 
     void answer(const Incoming& incoming)
     {
-        const auto type = static_cast<std::uint8_t>(incoming.frame.type);
         if (incoming.frame.type == TelegramType::addressResolution) {
             std::string payload;
             append(payload, AddressResolutionResponse{0, m_uuid}.encode());
             sendAll(m_socket, telegram(TelegramType::addressResolution, m_uuid, payload));
-        } else if (type == FixedAnswerModule::kStream ||
-                   type == FixedAnswerModule::kAcknowledgedStream) {
-            stream(type == FixedAnswerModule::kAcknowledgedStream);
-        } else if (type == FixedAnswerModule::kUpload) {
-            takeUpload();
         } else {
             answerRequest(incoming);
         }
@@ -192,8 +201,7 @@ private:
         else if (request->service == 1 && request->method == 1) {
             // Made once: the bare stream has its bytes ready too.
             if (m_longAnswer.empty())
-                m_longAnswer =
-                    response.append(FixedAnswerModule::kLongAnswer - response.size(), 'x');
+                m_longAnswer = response.append(kLongAnswer - response.size(), 'x');
             sendSegments(*header, incoming.frame.source, m_longAnswer);
             return;
         } else if (request->service == 5 && request->method == 1) {
@@ -249,26 +257,6 @@ private:
                 transaction(m_uuid, TransactionType::response, request.label, host, response));
     }
 
-    void takeUpload()
-    {
-        std::vector<char> chunk(kSegmentSize);
-        for (std::size_t taken = 0; taken < FixedAnswerModule::kLongAnswer;) {
-            const std::size_t size = std::min(kSegmentSize, FixedAnswerModule::kLongAnswer - taken);
-            if (!receiveAll(m_socket, chunk.data(), size) || !sendAll(m_socket, "done"))
-                return;
-            taken += size;
-        }
-    }
-
-    static std::string number(std::uint32_t value)
-    {
-        std::array<std::byte, 4> bytes;
-        ByteWriter{bytes}.u32(value);
-        std::string text;
-        append(text, bytes);
-        return text;
-    }
-
     void askForTime(const TransactionHeader& request, std::uint64_t host,
                     std::uint32_t milliseconds)
     {
@@ -296,20 +284,9 @@ private:
             append(
                 headers,
                 TransactionHeader{TransactionType::responseSegment, request.label, host}.encode());
-            sendParts(m_socket, {headers, segment, trailer});
+            sendParts(m_socket, headers, segment, trailer);
         }
         receiveTelegram();
-    }
-
-    void stream(bool isAcknowledged)
-    {
-        const std::string chunk(kSegmentSize, 'x');
-        for (std::size_t sent = 0; sent < FixedAnswerModule::kLongAnswer; sent += kSegmentSize) {
-            sendParts(m_socket,
-                      {std::string_view{chunk}.substr(0, FixedAnswerModule::kLongAnswer - sent)});
-            if (isAcknowledged && !receiveTelegram())
-                return;
-        }
     }
 
     const int m_socket;
@@ -320,8 +297,6 @@ private:
 
 [[noreturn]] void serveForEver(int listening)
 {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    runOnModuleProcessor();
     std::uint64_t next = kFirstUuid;
     for (;;) {
         const int accepted = accept(listening, nullptr, nullptr);
@@ -333,9 +308,7 @@ private:
     }
 }
 
-} // namespace
-
-FixedAnswerModule::FixedAnswerModule()
+std::uint16_t startModule()
 {
     const int listening = makeSocket();
     // Every address of loopback is a module of its own.
@@ -346,23 +319,25 @@ FixedAnswerModule::FixedAnswerModule()
         listen(listening, 1024) != 0 ||
         getsockname(listening, reinterpret_cast<sockaddr*>(&address), &length) != 0)
         throw std::runtime_error("the module cannot listen on loopback");
-    m_port = ntohs(address.sin_port);
-    m_process = fork();
-    if (m_process == 0)
-        serveForEver(listening);
-    ::close(listening);
+    std::thread{serveForEver, listening}.detach();
+    return ntohs(address.sin_port);
 }
 
-FixedAnswerModule::~FixedAnswerModule()
-{
-    kill(m_process, SIGKILL);
-    waitpid(m_process, nullptr, 0);
-}
+} // namespace
 
-FixedAnswerModule& module()
+PeerProcess& module()
 {
-    static FixedAnswerModule instance;
+    static PeerProcess instance{startModule};
     return instance;
+}
+
+std::string requestTelegram(std::uint16_t service, std::uint16_t method,
+                            const std::string& parameters)
+{
+    std::string rest;
+    append(rest, MethodRequestHeader{service, method}.encode());
+    rest += R"(<?xml version="1.0" encoding="UTF-8"?><SrvParams>)" + parameters + "</SrvParams>";
+    return transaction(1, TransactionType::request, 1, kFirstUuid, rest);
 }
 
 BareSocket::BareSocket() : m_socket(makeSocket())
@@ -377,44 +352,71 @@ BareSocket::~BareSocket()
     ::close(m_socket);
 }
 
+void BareSocket::exchange(const std::string& request, std::size_t answer, char* buffer)
+{
+    static const std::string acknowledge =
+        transaction(1, TransactionType::responseSegmentAck, 1, kFirstUuid, {});
+    send(request);
+    if (answer <= kSegmentSize) {
+        receive(buffer, answer);
+        return;
+    }
+    char number[4];
+    receive(number, sizeof number); // the time that it asks for
+    receive(number, sizeof number); // the size of what comes
+    for (std::size_t received = 0; received < answer; received += kSegmentSize) {
+        send(acknowledge);
+        receive(buffer + received, std::min(kSegmentSize, answer - received));
+    }
+    send(acknowledge);
+}
+
+void BareSocket::readPar()
+{
+    static const std::string request =
+        requestTelegram(1, 10, "<View>1</View><Path>Amplifier/Range</Path>");
+    char answer[MethodResponseHeader::kSize + sizeof kValue - 1];
+    exchange(request, sizeof answer, answer);
+}
+
+void BareSocket::writeFile(std::size_t size,
+                           const std::function<void(char* data, std::size_t size)>& read)
+{
+    static const std::string name = requestTelegram(6, 19, "<FilePath>bench</FilePath>");
+    char answer[MethodResponseHeader::kSize];
+    exchange(name, sizeof answer, answer);
+    std::string contents;
+    append(contents, MethodRequestHeader{6, 20}.encode());
+    const std::size_t inFront = contents.size();
+    const std::size_t all = inFront + size;
+    send(transaction(1, TransactionType::requestSegmentInit, 1, kFirstUuid,
+                     number(static_cast<std::uint32_t>(all))));
+    for (std::size_t sent = 0; sent < all; sent += kSegmentSize) {
+        contents.resize(std::min(kSegmentSize, all - sent));
+        const std::size_t from = sent == 0 ? inFront : 0;
+        read(contents.data() + from, contents.size() - from);
+        const std::string segment =
+            transaction(1, TransactionType::requestSegment, 1, kFirstUuid, contents);
+        receive(nullptr, 0);
+        send(segment);
+    }
+    receive(answer, sizeof answer);
+}
+
 void BareSocket::send(const std::string& bytes)
 {
     if (!sendAll(m_socket, bytes))
         throw std::runtime_error("the module does not take a request");
 }
 
-void BareSocket::receive(char* bytes, std::size_t size)
+void BareSocket::receive(char* data, std::size_t size)
 {
-    if (!receiveAll(m_socket, bytes, size))
+    char headers[kFrameHeaderSize + TransactionHeader::kSize];
+    char trailer[kFrameTrailerSize];
+    const auto receiveSome = [](int from, msghdr& message) { return recvmsg(from, &message, 0); };
+    if (!transferParts(m_socket, receiveSome,
+                       {{headers, sizeof headers}, {data, size}, {trailer, sizeof trailer}}))
         throw std::runtime_error("the module does not answer");
-}
-
-std::string readParTelegram()
-{
-    std::string rest;
-    append(rest, MethodRequestHeader{1, 10}.encode());
-    rest += R"(<?xml version="1.0" encoding="UTF-8"?>)"
-            "<SrvParams><View>1</View><Path>Amplifier/Range</Path></SrvParams>";
-    return transaction(1, TransactionType::request, 1, kFirstUuid, rest);
-}
-
-std::size_t readParAnswerSize()
-{
-    return kFrameHeaderSize + TransactionHeader::kSize + MethodResponseHeader::kSize +
-           std::strlen(kValue) + kFrameTrailerSize;
-}
-
-std::string streamTelegram(bool isAcknowledged)
-{
-    return telegram(static_cast<TelegramType>(isAcknowledged
-                                                  ? FixedAnswerModule::kAcknowledgedStream
-                                                  : FixedAnswerModule::kStream),
-                    1, {});
-}
-
-std::string uploadTelegram()
-{
-    return telegram(static_cast<TelegramType>(FixedAnswerModule::kUpload), 1, {});
 }
 
 } // namespace zel::bench

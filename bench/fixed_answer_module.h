@@ -1,15 +1,18 @@
 #pragma once
 
+#include "peer_process.h"
+
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace zel::bench {
 
-/// The largest piece that a segmented answer travels in.
+/// The largest piece that segmented data travel in.
 inline constexpr std::size_t kSegmentSize = 61440;
 
-/// A process that answers on the other side of loopback with bytes that it has ready: as little
+/// A peer that answers on the other side of loopback with bytes that it has ready: as little
 /// work as a module can do, on a thread for each connection that blocks in recv and send. What it
 /// does for the library and for a bare socket is the same.
 ///
@@ -19,33 +22,19 @@ inline constexpr std::size_t kSegmentSize = 61440;
 ///   5/1  GetMeasValBlock an answer of exactly as many bytes as fit, in segments from 60 KiB; for a
 ///        single byte it asks for an hour and never answers
 ///   6/20 WriteFile   taken in segments and answered with nothing, as any other method is
-///   a telegram of type kStream, with or without an acknowledge for each chunk: the same number of
-///   bytes in the same chunks, bare
-class FixedAnswerModule {
-public:
-    static constexpr std::size_t kLongAnswer = std::size_t{64} << 20;
-    static constexpr std::uint8_t kStream = 200;
-    static constexpr std::uint8_t kAcknowledgedStream = 201;
-    /// The other way round: `kLongAnswer` bytes come in chunks and are acknowledged by four bytes
-    /// each.
-    static constexpr std::uint8_t kUpload = 202;
+PeerProcess& module();
 
-    /// Forks; before the process has any other thread.
-    FixedAnswerModule();
-    ~FixedAnswerModule();
-    FixedAnswerModule(const FixedAnswerModule&) = delete;
-    FixedAnswerModule& operator=(const FixedAnswerModule&) = delete;
+/// What ReadXML is answered with; the response header counts.
+inline constexpr std::size_t kLongAnswer = std::size_t{64} << 20;
+inline constexpr std::size_t kResponseHeaderSize = 8;
 
-    std::uint16_t port() const { return m_port; }
+/// A request's telegram with the bytes that the library sends.
+std::string requestTelegram(std::uint16_t service, std::uint16_t method,
+                            const std::string& parameters);
 
-private:
-    std::uint16_t m_port = 0;
-    int m_process = -1;
-};
-
-FixedAnswerModule& module();
-
-/// A connected, blocking socket without delay for small telegrams.
+/// A connected, blocking socket without delay for small telegrams, and what a program does on it
+/// that knows each answer's size beforehand and looks at nothing: the bytes, turns and acknowledges
+/// are the library's.
 class BareSocket {
 public:
     BareSocket();
@@ -53,17 +42,19 @@ public:
     BareSocket(const BareSocket&) = delete;
     BareSocket& operator=(const BareSocket&) = delete;
 
-    void send(const std::string& bytes);
-    void receive(char* bytes, std::size_t size);
+    /// One request and its answer of so many bytes, the response header among them: whole, or in
+    /// segments with an acknowledge for each.
+    void exchange(const std::string& request, std::size_t answer, char* buffer);
+    void readPar();
+    /// Reads each segment's data before it is sent.
+    void writeFile(std::size_t size, const std::function<void(char* data, std::size_t size)>& read);
 
 private:
+    void send(const std::string& bytes);
+    /// One telegram with so many bytes of data.
+    void receive(char* data, std::size_t size);
+
     int m_socket;
 };
-
-/// The telegram of a request as the library sends it, and the size of the answer's telegram.
-std::string readParTelegram();
-std::size_t readParAnswerSize();
-std::string streamTelegram(bool isAcknowledged);
-std::string uploadTelegram();
 
 } // namespace zel::bench

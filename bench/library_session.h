@@ -10,6 +10,13 @@
 
 namespace zel::bench {
 
+/// A benchmark has no use for a call that fails.
+inline void require(std::int32_t result)
+{
+    if (result != ZEL_OK)
+        throw std::runtime_error(ZEL_XUTIL_GetText(result));
+}
+
 /// The library, started and connected once or many times. Every connection is a module of its own:
 /// the port has the address of another loopback host each time.
 class LibrarySession {
@@ -21,7 +28,8 @@ public:
             const std::string host =
                 "127.0." + std::to_string(i / 250) + "." + std::to_string(i % 250 + 1);
             std::uint64_t uuid = 0;
-            if (ZEL_XCOM_ConnectToTcpIpDev(host.c_str(), module().port(), &uuid) != ZEL_OK)
+            if (ZEL_XCOM_ConnectToTcpIpDev(host.c_str(), zel::bench::module().port(), &uuid) !=
+                ZEL_OK)
                 throw std::runtime_error("no connection to " + host);
             m_modules.push_back(uuid);
         }
@@ -33,8 +41,6 @@ public:
     std::uint64_t module(std::size_t i) const { return m_modules[i % m_modules.size()]; }
 
 private:
-    static FixedAnswerModule& module() { return zel::bench::module(); }
-
     std::vector<std::uint64_t> m_modules;
 };
 
@@ -42,8 +48,7 @@ inline void readPar(std::uint64_t uuid)
 {
     char text[64];
     std::uint64_t length = 0;
-    if (ZEL_XPAR_ReadPar(uuid, 1, "Amplifier", "Range", text, &length, sizeof text) != ZEL_OK)
-        throw std::runtime_error("a request failed");
+    require(ZEL_XPAR_ReadPar(uuid, 1, "Amplifier", "Range", text, &length, sizeof text));
 }
 
 } // namespace zel::bench
