@@ -340,6 +340,17 @@ std::string requestTelegram(std::uint16_t service, std::uint16_t method,
     return transaction(1, TransactionType::request, 1, kFirstUuid, rest);
 }
 
+std::string readParTelegram()
+{
+    return requestTelegram(1, 10, "<View>1</View><Path>Amplifier/Range</Path>");
+}
+
+std::size_t readParAnswerSize()
+{
+    return kFrameHeaderSize + TransactionHeader::kSize + MethodResponseHeader::kSize +
+           sizeof kValue - 1 + kFrameTrailerSize;
+}
+
 BareSocket::BareSocket() : m_socket(makeSocket())
 {
     const sockaddr_in address = loopback(module().port());
@@ -373,8 +384,7 @@ void BareSocket::exchange(const std::string& request, std::size_t answer, char* 
 
 void BareSocket::readPar()
 {
-    static const std::string request =
-        requestTelegram(1, 10, "<View>1</View><Path>Amplifier/Range</Path>");
+    static const std::string request = readParTelegram();
     char answer[MethodResponseHeader::kSize + sizeof kValue - 1];
     exchange(request, sizeof answer, answer);
 }

@@ -31,6 +31,9 @@ inline constexpr std::size_t kResponseHeaderSize = 8;
 /// A request's telegram with the bytes that the library sends.
 std::string requestTelegram(std::uint16_t service, std::uint16_t method,
                             const std::string& parameters);
+/// The telegram that ReadPar sends, and the size of its answer's.
+std::string readParTelegram();
+std::size_t readParAnswerSize();
 
 /// A connected, blocking socket without delay for small telegrams, and what a program does on it
 /// that knows each answer's size beforehand and looks at nothing: the bytes, turns and acknowledges

@@ -4,6 +4,7 @@
 #include "ZEL_VR_Framework.h"
 
 #include <cstdint>
+#include <future>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -17,22 +18,30 @@ inline void require(std::int32_t result)
         throw std::runtime_error(ZEL_XUTIL_GetText(result));
 }
 
-/// The library, started and connected once or many times. Every connection is a module of its own:
-/// the port has the address of another loopback host each time.
+inline std::string fixedAnswerHost(std::size_t i)
+{
+    return "127.0." + std::to_string(i / 250) + "." + std::to_string(i % 250 + 1);
+}
+
+/// The library, started and connected once or many times, from one thread or several. Every
+/// connection is a module of its own: the port has the address of another loopback host each time.
 class LibrarySession {
 public:
-    explicit LibrarySession(std::size_t connections)
+    explicit LibrarySession(std::size_t connections,
+                            std::string (*host)(std::size_t) = fixedAnswerHost,
+                            std::uint16_t port = zel::bench::module().port(),
+                            std::size_t threads = 1)
+        : m_modules(connections)
     {
         ZEL_Init();
-        for (std::size_t i = 0; i < connections; ++i) {
-            const std::string host =
-                "127.0." + std::to_string(i / 250) + "." + std::to_string(i % 250 + 1);
-            std::uint64_t uuid = 0;
-            if (ZEL_XCOM_ConnectToTcpIpDev(host.c_str(), zel::bench::module().port(), &uuid) !=
-                ZEL_OK)
-                throw std::runtime_error("no connection to " + host);
-            m_modules.push_back(uuid);
-        }
+        std::vector<std::future<void>> connecting;
+        for (std::size_t thread = 0; thread < threads; ++thread)
+            connecting.push_back(std::async(std::launch::async, [=, this] {
+                for (std::size_t i = thread; i < m_modules.size(); i += threads)
+                    require(ZEL_XCOM_ConnectToTcpIpDev(host(i).c_str(), port, &m_modules[i]));
+            }));
+        for (auto& part : connecting)
+            part.get();
     }
     ~LibrarySession() { ZEL_Unload(); }
     LibrarySession(const LibrarySession&) = delete;

@@ -1,4 +1,5 @@
 #include "library_session.h"
+#include "other_protocols.h"
 #include "side_by_side.h"
 
 #include <cstdint>
@@ -13,18 +14,24 @@ using namespace zel::bench;
 
 constexpr int kRun = 100;
 
-void compareReads(benchmark::State& state, const LibrarySession& library)
+void compareReads(benchmark::State& state, const LibrarySession& library,
+                  const std::vector<Side>& others = {})
 {
     BareSocket bare;
-    compare(state, {{"library", oneByOne(kRun, [&] { readPar(library.module(0)); })},
-                    {"bare", oneByOne(kRun, [&] { bare.readPar(); })}});
+    std::vector<Side> sides{{"library", oneByOne(kRun, [&] { readPar(library.module(0)); })},
+                            {"bare", oneByOne(kRun, [&] { bare.readPar(); })}};
+    sides.insert(sides.end(), others.begin(), others.end());
+    compare(state, sides);
 }
 
-/// One value, read again and again by one thread.
+/// One value, read again and again by one thread, also by other libraries.
 void ReadParBesideBare(benchmark::State& state, Placement placement)
 {
     const Placed placed{placement};
-    compareReads(state, LibrarySession{1});
+    std::vector<Side> others;
+    for (const OtherProtocol& other : otherProtocols())
+        others.push_back({other.name, oneByOne(kRun, other.connect(other.peer->port()))});
+    compareReads(state, LibrarySession{1}, others);
 }
 BENCHMARK_CAPTURE(ReadParBesideBare, unpinned, Placement::unpinned)->Apply(sideBySide);
 BENCHMARK_CAPTURE(ReadParBesideBare, apart, Placement::apart)->Apply(sideBySide);
