@@ -2,6 +2,7 @@
 # Installs what the builds need and this machine lacks. Touches nothing when all is there.
 #
 #   install-packages.sh        to build and test on Linux
+#   install-packages.sh bench  also what the benchmarks measure the library beside
 #   install-packages.sh all    also for Windows, the fuzz targets, the format and the header check
 set -euo pipefail
 export LC_ALL=C DEBIAN_FRONTEND=noninteractive
@@ -12,6 +13,9 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     iproute2 util-linux
 )
+if [ -n "${1:-}" ]; then
+    packages+=(libmodbus-dev libzmq3-dev)
+fi
 if [ "${1:-}" = all ]; then
     packages+=(
         clang-14 libclang-rt-14-dev clang-format-14

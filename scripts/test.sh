@@ -44,7 +44,7 @@ run_tests() {
 install_packages() { scripts/install-packages.sh "$@"; }
 
 smoke_bench() {
-    scripts/in-private-network.sh build/linux/bin/zel_bench --benchmark_min_time=0.01
+    ZEL_BENCH_SECONDS=0.1 ZEL_BENCH_MODULE_SECONDS=2 scripts/performance.sh build/performance.md
 }
 
 fuzz_briefly() {
