@@ -27,7 +27,7 @@ void LongAnswerBesideBare(benchmark::State& state)
                                                                buffer.size()));
                                   })},
              {"bare", oneByOne(1, [&] { bare.exchange(request, kLongAnswer, buffer.data()); })}},
-            kLongAnswer);
+            kLongAnswer, 2);
 }
 BENCHMARK(LongAnswerBesideBare)->Apply(sideBySide);
 

@@ -64,16 +64,20 @@ private:
     void take(const ZEL_DaqHeader& header)
     {
         const double period = 1e12 / static_cast<double>(header.extra.u64);
-        if (m_samples == 0)
-            m_begin = header.timeStamp;
         const double since = static_cast<double>(header.timeStamp - m_begin);
-        if (std::abs(since - period * static_cast<double>(m_samples)) > period / 2)
-            ++m_gaps;
+        if (std::abs(since - period * static_cast<double>(m_sinceBegin)) > period / 2) {
+            if (m_samples > 0)
+                ++m_gaps;
+            m_begin = header.timeStamp;
+            m_sinceBegin = 0;
+        }
+        m_sinceBegin += header.count;
         m_samples += header.count;
     }
 
     std::uint64_t m_uuid;
-    std::uint64_t m_begin = 0;
+    std::uint64_t m_begin = 0;      // time of the first sample, or of the one behind the last gap
+    std::uint64_t m_sinceBegin = 0; // samples
     std::uint64_t m_samples = 0;
     std::uint64_t m_gaps = 0;
 };

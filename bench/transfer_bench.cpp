@@ -34,7 +34,7 @@ void FileBesideBare(benchmark::State& state)
                                        in.read(data, static_cast<std::streamsize>(size));
                                    });
                                })}},
-            kLongAnswer);
+            kLongAnswer, 2);
     std::filesystem::remove(file);
 }
 BENCHMARK(FileBesideBare)->Apply(sideBySide);

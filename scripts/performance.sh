@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Measures the library beside bare sockets, and beside other libraries' round trips, and writes the
-# figures into the tables of docs/performance.md. Takes about four minutes; nothing else should run
+# figures into the tables of docs/performance.md. Takes about three minutes; nothing else should run
 # meanwhile. Nothing that it sends leaves the machine. On a bare Debian 12 it installs and builds what
 # it needs first.
 #
@@ -14,7 +14,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 page=docs/performance.md
 result=${1:-$page}
 figures=build/performance.json
-export ZEL_BENCH_SECONDS=${ZEL_BENCH_SECONDS:-5}
+export ZEL_BENCH_SECONDS=${ZEL_BENCH_SECONDS:-3}
 export ZEL_BENCH_MODULE_SECONDS=${ZEL_BENCH_MODULE_SECONDS:-60}
 
 scripts/install-packages.sh bench ||
