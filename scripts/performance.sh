@@ -22,6 +22,13 @@ scripts/install-packages.sh bench ||
 # Again, so that packages are found that have come since.
 cmake --preset linux >/dev/null
 scripts/build.sh linux zel_bench
+# Jiffies that the processors had nothing to do.
+idle() { awk '/^cpu / { print $5 + $6 }' /proc/stat; }
+before=$(idle)
+sleep 2
+if [ $(($(idle) - before)) -lt $((180 * $(nproc))) ]; then
+    echo "performance: something else runs on this machine, which the figures will show" >&2
+fi
 scripts/in-private-network.sh build/linux/bin/zel_bench --benchmark_min_time=0.01 \
     --benchmark_out_format=json --benchmark_out="$figures"
 
