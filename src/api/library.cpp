@@ -9,8 +9,6 @@
 #include "system_manager.h"
 #include "wsa.h"
 
-#include <algorithm>
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <mutex>
@@ -20,11 +18,6 @@
 namespace zel {
 
 namespace {
-
-// Threads that call at the same time should not fight for one counter.
-struct alignas(64) Counter {
-    std::atomic<int> calls{0};
-};
 
 /// A forked child has one of its own, and nothing of its parent's: it does not have the threads
 /// that belong to the manager, and ending the connections would end them for the parent.
@@ -39,25 +32,11 @@ struct Frame {
     std::atomic<clSystemMgr*> manager{nullptr};
     std::atomic<clSystemMgr*> abandoned{nullptr}; // left to the end of the process
 
-    // any thread
-    std::array<Counter, 16> callsInside;
+    // any thread; apart from the pointer, which every call reads
+    alignas(64) std::atomic<int> callsInside{0};
 };
 
 constinit ProcessWide<Frame> g_frame;
-
-/// Threads have stacks far from each other.
-Counter& counterFor(const void* onStack)
-{
-    const auto address = reinterpret_cast<std::uintptr_t>(onStack);
-    auto& counters = g_frame->callsInside;
-    return counters[(address >> 20 ^ address >> 24) % counters.size()];
-}
-
-bool isInUse(const Frame& frame)
-{
-    return std::ranges::any_of(frame.callsInside,
-                               [](const Counter& counter) { return counter.calls.load() != 0; });
-}
 
 /// Leaves the manager alone in a child that was made behind the C library's back.
 void abandonAnotherProcess(Frame& frame)
@@ -109,7 +88,7 @@ std::error_code startUnderLock()
 
 } // namespace
 
-CallInside::CallInside() : m_count(counterFor(this).calls)
+CallInside::CallInside() : m_count(g_frame->callsInside)
 {
     m_count.fetch_add(1);
 }
@@ -155,7 +134,7 @@ void stopLibraryUnlessInUse() noexcept
     abandonAnotherProcess(*frame);
     // Whoever comes from now on finds the library stopped; who has come before is counted.
     clSystemMgr* const mgr = frame->manager.exchange(nullptr);
-    if (isInUse(*frame))
+    if (frame->callsInside.load() != 0)
         frame->abandoned.store(mgr);
     else
         delete mgr;
