@@ -19,7 +19,6 @@ public:
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
-    sys::EventLoop& loop() { return m_loop; }
     clConHndlr& connections() { return m_connections; }
     clMulticastServer& multicasts() { return m_multicasts; }
     clUDPConnection& broadcasts() { return m_broadcasts; }

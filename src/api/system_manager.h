@@ -29,17 +29,14 @@ public:
     // The ways to modules that are not connected.
     MulticastContext byMulticast(std::optional<std::uint32_t> interfaceIndex = {})
     {
-        return MulticastContext{m_client.loop(), m_client.multicasts(), interfaceIndex};
+        return MulticastContext{m_client.multicasts(), interfaceIndex};
     }
     BroadcastContext byBroadcast(std::optional<std::uint32_t> interfaceIndex = {})
     {
-        return BroadcastContext{m_client.loop(), m_client.broadcasts(), interfaceIndex};
+        return BroadcastContext{m_client.broadcasts(), interfaceIndex};
     }
 
-    DatagramWays byDatagram()
-    {
-        return {m_client.loop(), m_client.multicasts(), m_client.broadcasts()};
-    }
+    DatagramWays byDatagram() { return {m_client.multicasts(), m_client.broadcasts()}; }
 
     const std::shared_ptr<clPhonebook>& phonebook() { return m_phonebook; }
     clConHndlr& connections() { return m_client.connections(); }

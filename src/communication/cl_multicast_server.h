@@ -22,6 +22,8 @@ public:
     clMulticastServer(const clMulticastServer&) = delete;
     clMulticastServer& operator=(const clMulticastServer&) = delete;
 
+    sys::EventLoop& loop() const { return m_server.loop(); }
+
     /// Asks the system for its adapters, joins the group on those that are new or could not be
     /// joined before, and leaves it on those that are gone. Any thread.
     std::vector<sys::HostAdapter> refresh();

@@ -22,6 +22,8 @@ public:
     DatagramReceiver(const DatagramReceiver&) = delete;
     DatagramReceiver& operator=(const DatagramReceiver&) = delete;
 
+    sys::EventLoop& loop() const { return m_readiness.loop(); }
+
     /// Takes the socket over and begins, once; false when the loop cannot watch it.
     bool start(sys::NativeSocket socket, Take take);
 

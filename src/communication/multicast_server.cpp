@@ -19,14 +19,17 @@ int complain(const char* message)
     return -1;
 }
 
-} // namespace
+// How messages name an adapter. They are composed when something has failed.
+std::string nameOf(std::uint32_t number)
+{
+    return std::to_string(static_cast<std::int32_t>(number));
+}
+const std::string& nameOf(const std::string& address)
+{
+    return address;
+}
 
-/// What the ways to send say when they fail; the first two have different words for the adapter.
-struct MulticastServer::Messages {
-    std::string choosing;
-    std::string timeToLive;
-    std::string sending;
-};
+} // namespace
 
 MulticastServer::MulticastServer(sys::EventLoop& loop) : m_loop(loop) {}
 
@@ -131,22 +134,30 @@ int MulticastServer::changeMembership(std::uint32_t interfaceAddress, bool isJoi
     return -1;
 }
 
-int MulticastServer::send(const Messages& messages, bool isChosen, const void* data,
-                          std::size_t length, std::uint32_t timeToLive)
+template <class Adapter>
+int MulticastServer::sendLocked(const Adapter& adapter, bool isChosen, NamedBy namedBy,
+                                Bytes datagram, std::uint32_t timeToLive)
 {
     if (!isChosen) {
-        complain(messages.choosing.c_str());
+        std::fprintf(stderr, "Error setsockopt IP_MULTICAST_IF for interface %s!\n",
+                     nameOf(adapter).c_str());
         return -2;
     }
-    if (!native::setMulticastTtl(m_sendSocket, static_cast<int>(timeToLive)))
-        return complain(messages.timeToLive.c_str());
+    if (!native::setMulticastTtl(m_sendSocket, static_cast<int>(timeToLive))) {
+        std::fprintf(stderr,
+                     namedBy == NamedBy::address
+                         ? "%s: Error setsockopt IPV6_MULTICAST_HOPS to %u!\n"
+                         : "Error setsockopt IPV6_MULTICAST_HOPS for interface %s to %u!\n",
+                     nameOf(adapter).c_str(), timeToLive);
+        return -1;
+    }
     std::uint32_t group = 0;
     if (!resolveGroup(group))
         return complain("Not a valid multicast IP address!");
-    const Bytes bytes{static_cast<const std::byte*>(data), length};
-    if (!native::sendTo(m_sendSocket, bytes, group, static_cast<std::uint16_t>(m_port)))
-        return complain(messages.sending.c_str());
-    return 0;
+    if (native::sendTo(m_sendSocket, datagram, group, static_cast<std::uint16_t>(m_port)))
+        return 0;
+    std::fprintf(stderr, "error sending message over interface %s!\n", nameOf(adapter).c_str());
+    return -1;
 }
 
 int MulticastServer::sendOverInterface(std::uint32_t interfaceAddress, const void* data,
@@ -154,13 +165,10 @@ int MulticastServer::sendOverInterface(std::uint32_t interfaceAddress, const voi
 {
     if (data == nullptr)
         return length == 0 ? 0 : -1;
-    const std::string name = std::to_string(static_cast<std::int32_t>(interfaceAddress));
     const std::lock_guard lock{m_sendMutex};
-    return send(
-        {"Error setsockopt IP_MULTICAST_IF for interface " + name + "!",
-         name + ": Error setsockopt IPV6_MULTICAST_HOPS to " + std::to_string(timeToLive) + "!",
-         "error sending message over interface " + name + "!"},
-        native::setMulticastInterface(m_sendSocket, interfaceAddress), data, length, timeToLive);
+    return sendLocked(interfaceAddress,
+                      native::setMulticastInterface(m_sendSocket, interfaceAddress),
+                      NamedBy::address, {static_cast<const std::byte*>(data), length}, timeToLive);
 }
 
 int MulticastServer::sendOverInterface(const sys::HostAdapter& adapter, const void* data,
@@ -188,11 +196,8 @@ int MulticastServer::sendOverInterface(const std::string& interfaceAddress, cons
         return -1;
     }
     const std::lock_guard lock{m_sendMutex};
-    return send({"Error setsockopt IP_MULTICAST_IF for interface " + interfaceAddress + "!",
-                 interfaceAddress + ": Error setsockopt IPV6_MULTICAST_HOPS to " +
-                     std::to_string(timeToLive) + "!",
-                 "error sending message over interface " + interfaceAddress + "!"},
-                native::setMulticastInterface(m_sendSocket, address), data, length, timeToLive);
+    return sendLocked(interfaceAddress, native::setMulticastInterface(m_sendSocket, address),
+                      NamedBy::address, {static_cast<const std::byte*>(data), length}, timeToLive);
 }
 
 int MulticastServer::sendOverInterfaceIndex(std::uint32_t interfaceIndex, const void* data,
@@ -200,14 +205,10 @@ int MulticastServer::sendOverInterfaceIndex(std::uint32_t interfaceIndex, const 
 {
     if (data == nullptr)
         return length == 0 ? 0 : -1;
-    const std::string name = std::to_string(static_cast<std::int32_t>(interfaceIndex));
     const std::lock_guard lock{m_sendMutex};
-    return send({"Error setsockopt IP_MULTICAST_IF for interface " + name + "!",
-                 "Error setsockopt IPV6_MULTICAST_HOPS for interface " + name + " to " +
-                     std::to_string(timeToLive) + "!",
-                 "error sending message over interface " + name + "!"},
-                native::setMulticastInterfaceIndex(m_sendSocket, interfaceIndex), data, length,
-                timeToLive);
+    return sendLocked(interfaceIndex,
+                      native::setMulticastInterfaceIndex(m_sendSocket, interfaceIndex),
+                      NamedBy::index, {static_cast<const std::byte*>(data), length}, timeToLive);
 }
 
 } // namespace zel::communication

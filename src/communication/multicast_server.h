@@ -28,6 +28,7 @@ public:
     /// Whether start() has failed because the host has no descriptors or memory left.
     std::error_code shortage() const { return m_shortage; }
     void stop();
+    sys::EventLoop& loop() const { return m_loop; }
 
     /// Joins or leaves the group on the adapter with this address, in the network's byte order.
     /// 1 when done, 0 when it was so already, -1 when it failed.
@@ -45,10 +46,12 @@ public:
                                std::uint32_t timeToLive);
 
 private:
-    struct Messages;
+    enum class NamedBy { address, index };
 
-    int send(const Messages& messages, bool isChosen, const void* data, std::size_t length,
-             std::uint32_t timeToLive);
+    /// `adapter` is what messages name; under m_sendMutex.
+    template <class Adapter>
+    int sendLocked(const Adapter& adapter, bool isChosen, NamedBy namedBy, Bytes datagram,
+                   std::uint32_t timeToLive);
     int startReceiving(DataHandler handler);
     bool resolveGroup(std::uint32_t& address) const;
     int changeMembership(std::uint32_t interfaceAddress, bool isJoining);

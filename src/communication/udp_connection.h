@@ -28,6 +28,8 @@ public:
     clUDPConnection(const clUDPConnection&) = delete;
     clUDPConnection& operator=(const clUDPConnection&) = delete;
 
+    sys::EventLoop& loop() const { return m_receiver.loop(); }
+
     /// Any thread. The system chooses the adapter.
     std::int32_t send(const void* data, std::size_t length) override;
     /// The same over one adapter; nothing leaves when that cannot be had.

@@ -6,7 +6,7 @@ namespace zel {
 
 std::shared_ptr<clRequestorBase> DatagramContext::createRequestor(std::uint64_t target)
 {
-    return std::make_shared<clRequestorBroadcast>(target, m_loop, *this);
+    return std::make_shared<clRequestorBroadcast>(target, *this);
 }
 
 std::int32_t MulticastContext::sendDatagram(Bytes telegram)

@@ -16,22 +16,17 @@ namespace zel {
 class DatagramContext : public iRequestorContext, public iDatagramSender {
 public:
     std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t target) final;
-
-protected:
-    explicit DatagramContext(sys::EventLoop& loop) : m_loop(loop) {}
-
-private:
-    sys::EventLoop& m_loop;
 };
 
 class MulticastContext final : public DatagramContext {
 public:
-    MulticastContext(sys::EventLoop& loop, clMulticastServer& server,
-                     std::optional<std::uint32_t> interfaceIndex = {})
-        : DatagramContext(loop), m_server(server), m_interfaceIndex(interfaceIndex)
+    explicit MulticastContext(clMulticastServer& server,
+                              std::optional<std::uint32_t> interfaceIndex = {})
+        : m_server(server), m_interfaceIndex(interfaceIndex)
     {
     }
 
+    sys::EventLoop& loop() const override { return m_server.loop(); }
     std::int32_t sendDatagram(Bytes telegram) override;
 
 private:
@@ -41,12 +36,13 @@ private:
 
 class BroadcastContext final : public DatagramContext {
 public:
-    BroadcastContext(sys::EventLoop& loop, clUDPConnection& connection,
-                     std::optional<std::uint32_t> interfaceIndex = {})
-        : DatagramContext(loop), m_connection(connection), m_interfaceIndex(interfaceIndex)
+    explicit BroadcastContext(clUDPConnection& connection,
+                              std::optional<std::uint32_t> interfaceIndex = {})
+        : m_connection(connection), m_interfaceIndex(interfaceIndex)
     {
     }
 
+    sys::EventLoop& loop() const override { return m_connection.loop(); }
     std::int32_t sendDatagram(Bytes telegram) override;
 
 private:
@@ -58,8 +54,8 @@ private:
 /// where no multicast could leave; the second attempt goes by broadcast.
 class DatagramWays {
 public:
-    DatagramWays(sys::EventLoop& loop, clMulticastServer& multicasts, clUDPConnection& broadcasts)
-        : m_first(loop, multicasts, broadcasts), m_second(loop, broadcasts)
+    DatagramWays(clMulticastServer& multicasts, clUDPConnection& broadcasts)
+        : m_first(multicasts, broadcasts), m_second(broadcasts)
     {
     }
 
@@ -69,11 +65,12 @@ public:
 private:
     class First final : public DatagramContext {
     public:
-        First(sys::EventLoop& loop, clMulticastServer& multicasts, clUDPConnection& broadcasts)
-            : DatagramContext(loop), m_multicast(loop, multicasts), m_broadcast(loop, broadcasts)
+        First(clMulticastServer& multicasts, clUDPConnection& broadcasts)
+            : m_multicast(multicasts), m_broadcast(broadcasts)
         {
         }
 
+        sys::EventLoop& loop() const override { return m_multicast.loop(); }
         std::int32_t sendDatagram(Bytes telegram) override;
 
     private:

@@ -36,9 +36,8 @@ std::vector<std::byte> requestTelegram(const TransactionHeader& transaction,
 
 } // namespace
 
-clRequestorBroadcast::clRequestorBroadcast(std::uint64_t target, sys::EventLoop& loop,
-                                           iDatagramSender& way)
-    : clRequestorBase(target, loop), m_way(way)
+clRequestorBroadcast::clRequestorBroadcast(std::uint64_t target, iDatagramSender& way)
+    : clRequestorBase(target, way.loop()), m_way(way)
 {
 }
 

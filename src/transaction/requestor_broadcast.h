@@ -11,6 +11,7 @@ inline constexpr std::uint64_t kBroadcastNode = 0x8ffffffffffffffe;
 class iDatagramSender {
 public:
     virtual ~iDatagramSender() = default;
+    virtual sys::EventLoop& loop() const = 0;
     /// 0, or a result code when it did not leave.
     virtual std::int32_t sendDatagram(Bytes telegram) = 0;
 };
@@ -23,8 +24,8 @@ public:
     static constexpr std::uint32_t kAnswerMs = 3000;
     static constexpr std::size_t kLargestDatagram = 65507;
 
-    /// `way` is used by send() only.
-    clRequestorBroadcast(std::uint64_t target, sys::EventLoop& loop, iDatagramSender& way);
+    /// `way` is used until send() has returned.
+    clRequestorBroadcast(std::uint64_t target, iDatagramSender& way);
 
     bool matches(const TransactionSource& source, const TransactionHeader& header) const override;
     std::int32_t send(std::shared_ptr<const clTxTelContainer> payload,
