@@ -3,17 +3,6 @@
 #include "command_failure.h"
 
 #include <cstdio>
-#include <system_error>
-
-#ifdef _WIN32
-#include <winsock2.h>
-#else
-#include <cerrno>
-
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-#endif
 
 namespace zel::cli {
 
@@ -22,42 +11,14 @@ namespace {
 constexpr std::uint16_t kBroadcastAnswers = 1201;
 constexpr std::uint16_t kMulticasts = 1300;
 
-/// Why the port cannot be bound; empty when it can.
-std::string tryToBind(std::uint16_t port, bool isSharing)
-{
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    const int sharing = isSharing ? 1 : 0;
-    std::string problem;
-#ifdef _WIN32
-    WSADATA data;
-    WSAStartup(MAKEWORD(2, 2), &data);
-    const SOCKET made = socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
-    setsockopt(made, SOL_SOCKET, SO_REUSEADDR, reinterpret_cast<const char*>(&sharing),
-               sizeof sharing);
-    if (bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
-        problem = std::system_category().message(WSAGetLastError());
-    closesocket(made);
-    WSACleanup();
-#else
-    const int made = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
-    setsockopt(made, SOL_SOCKET, SO_REUSEADDR, &sharing, sizeof sharing);
-    if (bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
-        problem = std::system_category().message(errno);
-    close(made);
-#endif
-    return problem;
-}
-
 } // namespace
 
 PortCheck checkPort(std::uint16_t port)
 {
-    const std::string alone = tryToBind(port, false);
+    const std::string alone = whyNotBound(port, false);
     if (alone.empty())
         return {};
-    const std::string sharing = tryToBind(port, true);
+    const std::string sharing = whyNotBound(port, true);
     return sharing.empty() ? PortCheck{PortState::shared, alone}
                            : PortCheck{PortState::taken, sharing};
 }

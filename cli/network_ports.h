@@ -13,6 +13,10 @@ struct PortCheck {
     std::string reason; ///< the system's own words, unless the port is free
 };
 
+/// Why the UDP port cannot be bound, in the system's words; empty when it can. Where it is shared,
+/// other programs may have it too.
+std::string whyNotBound(std::uint16_t port, bool isShared);
+
 /// What can be had of a UDP port of this host.
 PortCheck checkPort(std::uint16_t port);
 

@@ -2,10 +2,6 @@
 
 #include "system_sockets.h"
 
-#ifndef _WIN32
-#include <arpa/inet.h>
-#endif
-
 namespace zel::communication::native {
 
 namespace {

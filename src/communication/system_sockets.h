@@ -1,18 +1,9 @@
 #pragma once
 
 #include "native_socket.h"
+#include "socket_headers.h"
 
 #include <cstdint>
-
-#ifdef _WIN32
-#include <winsock2.h>
-#include <ws2tcpip.h>
-#else
-#include <netdb.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-#endif
 
 /// The systems' own socket headers, and what is written alike with both. For source files only: the
 /// names that these headers define are everywhere.

@@ -1,18 +1,13 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
-
-#ifdef _WIN32
-#include <chrono>
-#endif
 
 namespace zel {
 
 // The locks of the whole library. Those of MinGW ask for memory when they are first used, which
 // may be when there is none, on a thread that nobody can tell; these never do.
-
-#ifdef _WIN32
 
 class Mutex {
 public:
@@ -67,12 +62,5 @@ private:
 
     void* m_variable = nullptr; // the system's CONDITION_VARIABLE
 };
-
-#else
-
-using Mutex = std::mutex;
-using ConditionVariable = std::condition_variable;
-
-#endif
 
 } // namespace zel
