@@ -45,13 +45,7 @@ public:
     daq::Triggers& triggers() { return m_triggers; }
 
 private:
-    /// The last of the telegrams has gone by then.
-    struct SpareBlocks {
-        ~SpareBlocks() { clRxTelContainer::dropSpareBlocks(); }
-    };
-
     // Constructed in this order, destroyed in the reverse one.
-    SpareBlocks m_spareBlocks;
     Client m_client;
     clAsyncCom m_asyncReads{m_client.connections()};
     // A scan's requests may take answers a little longer than the scan itself.

@@ -20,7 +20,7 @@ using native::Wait;
 } // namespace
 
 SocketNonblocking::SocketNonblocking(sys::EventLoop& loop)
-    : m_readiness(loop), m_buffer(std::make_unique_for_overwrite<std::byte[]>(kBufferSize))
+    : m_readiness(loop), m_buffer(std::make_unique_for_overwrite<std::byte[]>(kReadAhead))
 {
 }
 
@@ -149,7 +149,7 @@ int SocketNonblocking::readIntoBoth(MutableBytes buffer)
     // Before the loop watches the socket nothing is read ahead: it announces only what the system
     // still holds.
     const native::Transfer read =
-        native::receive(m_socket, buffer, {m_buffer.get(), m_isRegistered ? kBufferSize : 0});
+        native::receive(m_socket, buffer, {m_buffer.get(), m_isRegistered ? kReadAhead : 0});
     m_lastFailure = read.failure;
     if (read.count <= 0)
         return static_cast<int>(read.count);

@@ -22,6 +22,9 @@ public:
     /// Gets the socket when data is ready; returns more than zero to be called again.
     using DataCallback = std::function<int(SocketNonblocking&)>;
 
+    /// What a read may bring beyond what is asked for.
+    static constexpr std::size_t kReadAhead = 8192;
+
     explicit SocketNonblocking(sys::EventLoop& loop);
     /// Takes over a connected socket. Throws zel::exception when its options cannot be set.
     SocketNonblocking(sys::NativeSocket socket, sys::EventLoop& loop);
@@ -72,8 +75,6 @@ public:
     bool checkSockAddr(const sockaddr* address, std::size_t length) const;
 
 private:
-    static constexpr std::size_t kBufferSize = 65536;
-
     bool registerWithLoop();
     void leaveLoop();
     std::size_t takeBuffered(MutableBytes buffer);

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstring>
 #include <exception>
+#include <utility>
 
 namespace zel {
 
@@ -23,6 +24,9 @@ constexpr std::chrono::milliseconds kShortSilence{1250};
 constexpr std::chrono::milliseconds kQuickAnswer{250};
 // Every telegram has to be answered within it.
 constexpr std::chrono::milliseconds kLongSilence{3000};
+
+// What is shorter mostly comes with its header in one read.
+constexpr std::size_t kLongPayload = communication::SocketNonblocking::kReadAhead;
 
 std::uint64_t nextConnectionId()
 {
@@ -158,8 +162,8 @@ int clTcpTelHndlr::receiveTelegrams()
         if (m_headerReceived == m_header.size())
             beginPayload();
     }
-    while (m_payloadReceived < m_incoming->size()) {
-        const int count = readStage(m_incoming->writable(), m_payloadReceived);
+    while (m_payloadReceived < m_payloadSize) {
+        const int count = readPayload();
         if (count <= 0)
             return count;
         total += count;
@@ -175,8 +179,47 @@ int clTcpTelHndlr::receiveTelegrams()
 
 void clTcpTelHndlr::beginPayload()
 {
-    m_incoming = std::make_unique<clRxTelContainer>(FrameHeader::decode(m_header).payloadLength);
+    const FrameHeader header = FrameHeader::decode(m_header);
+    m_payloadSize = header.payloadLength;
     m_payloadReceived = 0;
+    m_isUnwanted = false;
+    m_place.reset();
+    m_incoming.reset();
+    const bool isLong = m_payloadSize >= kLongPayload && header.isValid() &&
+                        header.type == TelegramType::transaction;
+    if (!isLong)
+        m_incoming = std::make_unique<clRxTelContainer>(m_payloadSize);
+}
+
+void clTcpTelHndlr::findPlace()
+{
+    m_place = m_transactions.placeFor(FrameHeader::decode(m_header).source, m_front,
+                                      m_payloadSize - m_front.size(), *this);
+    if (m_place)
+        return;
+    m_incoming = std::make_unique<clRxTelContainer>(m_payloadSize);
+    m_incoming->write(0, m_front);
+}
+
+int clTcpTelHndlr::readPayload()
+{
+    if (m_incoming)
+        return readStage(m_incoming->writable(), m_payloadReceived);
+    if (m_payloadReceived < m_front.size()) {
+        const int count = readStage(m_front, m_payloadReceived);
+        if (m_payloadReceived == m_front.size())
+            findPlace();
+        return count;
+    }
+    const auto count = m_place->readAt(m_payloadReceived - m_front.size(),
+                                       [this](MutableBytes at) { return m_socket->receive(at); });
+    if (count) {
+        m_payloadReceived += static_cast<std::size_t>(std::max(*count, 0));
+        return *count;
+    }
+    m_isUnwanted = true;
+    m_incoming = std::make_unique<clRxTelContainer>(m_payloadSize);
+    return readPayload();
 }
 
 int clTcpTelHndlr::finishTelegram(int count)
@@ -195,7 +238,12 @@ int clTcpTelHndlr::finishTelegram(int count)
         logTransaction(LogLevel::error, "received unexpected telegram type instead of transaction");
         return 0;
     }
-    m_transactions.transactionArrived(header.source, std::move(m_incoming), *this);
+    if (m_isUnwanted)
+        return count;
+    if (m_place)
+        std::exchange(m_place, nullptr)->arrived();
+    else
+        m_transactions.transactionArrived(header.source, std::move(m_incoming), *this);
     return count;
 }
 

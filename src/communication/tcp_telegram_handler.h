@@ -6,6 +6,7 @@
 #include "socket_nonblocking.h"
 #include "telegram_container.h"
 #include "telegram_sender.h"
+#include "transaction_header.h"
 #include "transaction_listener.h"
 
 #include <array>
@@ -61,6 +62,8 @@ private:
     int receiveTelegrams();
     int readStage(MutableBytes stage, std::size_t& received);
     void beginPayload();
+    void findPlace();
+    int readPayload();
     int finishTelegram(int count);
 
     // fixed at construction
@@ -75,8 +78,13 @@ private:
     std::array<std::byte, kFrameHeaderSize> m_header;
     std::array<std::byte, kFrameTrailerSize> m_trailer;
     std::size_t m_headerReceived = 0;
-    std::unique_ptr<clRxTelContainer> m_incoming;
+    std::size_t m_payloadSize = 0;
     std::size_t m_payloadReceived = 0;
+    // a short payload arrives whole; what a long one begins with tells where the rest belongs
+    std::unique_ptr<clRxTelContainer> m_incoming;
+    std::array<std::byte, TransactionHeader::kSize> m_front;
+    std::shared_ptr<iPayloadPlace> m_place;
+    bool m_isUnwanted = false;
     std::size_t m_trailerReceived = 0;
 
     // any thread

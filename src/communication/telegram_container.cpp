@@ -1,56 +1,15 @@
 #include "telegram_container.h"
 
-#include "mutex.h"
-#include "process_wide.h"
-
 #include <algorithm>
 #include <array>
 #include <cassert>
 #include <cstdlib>
-#include <mutex>
+#include <cstring>
 #include <new>
 
 namespace zel {
 
 namespace {
-
-/// A few blocks for the largest telegrams, so that the segments of a long answer always land in
-/// memory that the processor has at hand.
-class SpareBlocks {
-public:
-    static constexpr std::size_t kBlockSize = 65536;
-
-    static bool serves(std::size_t size) { return size > kBlockSize / 4 && size <= kBlockSize; }
-
-    std::byte* take()
-    {
-        const std::lock_guard lock{m_mutex};
-        if (m_count == 0)
-            return nullptr;
-        return m_blocks[--m_count];
-    }
-    void drop()
-    {
-        const std::lock_guard lock{m_mutex};
-        while (m_count > 0)
-            std::free(m_blocks[--m_count]);
-    }
-    bool keep(std::byte* block)
-    {
-        const std::lock_guard lock{m_mutex};
-        if (m_count == m_blocks.size())
-            return false;
-        m_blocks[m_count++] = block;
-        return true;
-    }
-
-private:
-    Mutex m_mutex;
-    std::array<std::byte*, 4> m_blocks{};
-    std::size_t m_count = 0;
-};
-
-constinit ProcessWide<SpareBlocks> g_spareBlocks;
 
 // realloc moves large blocks by their pages instead of copying them.
 std::byte* reallocate(std::byte* bytes, std::size_t size)
@@ -65,24 +24,48 @@ std::byte* reallocate(std::byte* bytes, std::size_t size)
 } // namespace
 
 clRxTelContainer::clRxTelContainer(std::size_t size)
-    : clTelContainer(size), m_isSpareBlock(SpareBlocks::serves(size))
+    : clTelContainer(size), m_bytes(reallocate(nullptr, size)), m_isOwn(true)
 {
-    if (m_isSpareBlock)
-        m_bytes = g_spareBlocks->take();
-    if (!m_bytes)
-        m_bytes = reallocate(nullptr, m_isSpareBlock ? SpareBlocks::kBlockSize : size);
+}
+
+clRxTelContainer::clRxTelContainer(std::size_t frontSize, MutableBytes place)
+    : clTelContainer(frontSize + place.size()),
+      m_frontSize(frontSize),
+      m_bytes(place.data()),
+      m_isOwn(false)
+{
+    assert(frontSize <= kMaxFront);
 }
 
 clRxTelContainer::~clRxTelContainer()
 {
-    if (!m_isSpareBlock || !g_spareBlocks->keep(m_bytes))
+    if (m_isOwn)
         std::free(m_bytes);
 }
 
-void clRxTelContainer::dropSpareBlocks()
+MutableBytes clRxTelContainer::writable(std::size_t offset)
 {
-    if (SpareBlocks* const blocks = g_spareBlocks.ifMade())
-        blocks->drop();
+    if (offset < m_frontSize)
+        return MutableBytes{m_front}.first(m_frontSize).subspan(offset);
+    return {m_bytes + (offset - m_frontSize), m_size - offset};
+}
+
+void clRxTelContainer::write(std::size_t offset, Bytes bytes)
+{
+    while (!bytes.empty()) {
+        const MutableBytes place = writable(offset);
+        const std::size_t step = std::min(place.size(), bytes.size());
+        std::memcpy(place.data(), bytes.data(), step);
+        offset += step;
+        bytes = bytes.subspan(step);
+    }
+}
+
+Bytes clRxTelContainer::payload() const
+{
+    if (m_consumed < m_frontSize)
+        return Bytes{m_front}.first(m_frontSize).subspan(m_consumed);
+    return {m_bytes + (m_consumed - m_frontSize), m_size - m_consumed};
 }
 
 void clRxTelContainer::takeOff(std::size_t headerSize)
@@ -93,7 +76,6 @@ void clRxTelContainer::takeOff(std::size_t headerSize)
 void clRxTelContainer::resize(std::size_t size)
 {
     m_bytes = reallocate(m_bytes, size);
-    m_isSpareBlock = false;
     m_size = size;
     m_consumed = std::min(m_consumed, size);
 }

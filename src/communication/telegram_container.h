@@ -27,26 +27,35 @@ protected:
 /// A received payload. Headers are taken off its front without moving the rest.
 class clRxTelContainer final : public clTelContainer {
 public:
-    /// The bytes are not initialised; throws std::bad_alloc.
+    static constexpr std::size_t kMaxFront = 8;
+
+    /// In memory of its own. The bytes are not initialised; throws std::bad_alloc.
     explicit clRxTelContainer(std::size_t size);
+    /// What comes behind a header of `frontSize` bytes, at most kMaxFront, goes to `place`, which
+    /// must outlive it.
+    clRxTelContainer(std::size_t frontSize, MutableBytes place);
     ~clRxTelContainer() override;
 
+    /// What is behind the front.
     const std::byte* data() const override { return m_bytes; }
-    MutableBytes writable() { return {m_bytes, m_size}; }
+    /// Memory for what belongs at `offset`: all that is in one piece from there on.
+    MutableBytes writable(std::size_t offset = 0);
+    void write(std::size_t offset, Bytes bytes);
 
-    /// What is left after the headers that were taken off.
-    Bytes payload() const { return {m_bytes + m_consumed, m_size - m_consumed}; }
+    /// What is left after the headers that were taken off, in one piece: the front, as long as it
+    /// is there, by itself.
+    Bytes payload() const;
     void takeOff(std::size_t headerSize);
 
-    /// Lets go the memory that is kept for the next ones.
-    static void dropSpareBlocks();
-
-    /// Changes the size and keeps what is in; throws std::bad_alloc and then changes nothing.
+    /// Changes the size and keeps what is in; throws std::bad_alloc and then changes nothing. Only
+    /// in memory of its own.
     void resize(std::size_t size);
 
 private:
+    std::array<std::byte, kMaxFront> m_front{};
+    const std::size_t m_frontSize = 0;
     std::byte* m_bytes = nullptr;
-    bool m_isSpareBlock; // goes back to where it came from
+    const bool m_isOwn;
     std::size_t m_consumed = 0;
 };
 

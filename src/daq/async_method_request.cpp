@@ -45,7 +45,7 @@ void clAsyncMthdReqrSrv::delivered(std::unique_ptr<clRxTelContainer> response,
         *m_buffer.received = length;
         if (length > m_buffer.size)
             m_result = ZEL_SRV_BUFFER_TOO_SMALL;
-        else if (length > 0)
+        else if (length > 0 && data.data() != m_buffer.data)
             std::memcpy(m_buffer.data, data.data(), data.size());
     }
     log([&] {
@@ -53,6 +53,11 @@ void clAsyncMthdReqrSrv::delivered(std::unique_ptr<clRxTelContainer> response,
                " bytes of data";
     });
     m_isOver.set();
+}
+
+std::unique_ptr<clRxTelContainer> clAsyncMthdReqrSrv::placeFor(std::size_t size)
+{
+    return zel::placeFor(size, {static_cast<std::byte*>(m_buffer.data), m_buffer.size});
 }
 
 void clAsyncMthdReqrSrv::completed(std::int32_t result)

@@ -27,6 +27,7 @@ public:
     void delivered(std::unique_ptr<clRxTelContainer> response,
                    const TransactionSource& source) override;
     void completed(std::int32_t result) override;
+    std::unique_ptr<clRxTelContainer> placeFor(std::size_t size) override;
 
     std::optional<std::uint16_t> label() const { return m_call.label(); }
     /// What stands in its way is its result.

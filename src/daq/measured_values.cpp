@@ -97,14 +97,8 @@ std::string blockRequest(std::uint64_t size)
 std::int32_t readBlock(const RequestPath& requests, std::uint64_t uuid, void* buffer,
                        std::uint64_t size, std::uint64_t& received)
 {
-    received = 0;
-    const Response response =
-        sendForResponse(requests, {uuid, MeasurementMethod::readBlock}, blockRequest(size));
-    if (hasFailed(response.result))
-        return response.result;
-    const CopyOutcome copied = copyBytes(response.payload(), buffer, size);
-    received = copied.length;
-    return copied.result != ZEL_OK ? copied.result : response.result;
+    return sendForBytes(requests, {uuid, MeasurementMethod::readBlock}, blockRequest(size), buffer,
+                        size, received);
 }
 
 std::int32_t readSignalsText(const RequestPath& requests, std::uint64_t uuid,

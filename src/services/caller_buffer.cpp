@@ -14,6 +14,13 @@ CopyOutcome tooSmall(std::uint64_t length)
     return {ZEL_SRV_BUFFER_TOO_SMALL, length, false};
 }
 
+/// What was received in its place is there.
+void copyTo(void* buffer, const std::byte* data, std::uint64_t size)
+{
+    if (size != 0 && buffer != data)
+        std::memcpy(buffer, data, size);
+}
+
 } // namespace
 
 CopyOutcome copyText(Bytes text, char* buffer, std::uint64_t capacity)
@@ -27,8 +34,7 @@ CopyOutcome copyText(Bytes text, char* buffer, std::uint64_t capacity)
     }
     if (buffer == nullptr)
         return {text.empty() ? ZEL_OK : ZEL_SYS_BAD_PARAMETER, 0, false};
-    if (!text.empty())
-        std::memcpy(buffer, text.data(), text.size());
+    copyTo(buffer, text.data(), text.size());
     buffer[text.size()] = '\0';
     return {ZEL_OK, text.size(), false};
 }
@@ -38,8 +44,7 @@ CopyOutcome copyBytes(Bytes data, void* buffer, std::uint64_t capacity)
     const std::uint64_t size = std::min<std::uint64_t>(data.size(), capacity);
     if (size != 0 && buffer == nullptr)
         return {ZEL_SYS_BAD_PARAMETER, 0, false};
-    if (size != 0)
-        std::memcpy(buffer, data.data(), size);
+    copyTo(buffer, data.data(), size);
     return size < data.size() ? tooSmall(size) : CopyOutcome{ZEL_OK, size, false};
 }
 

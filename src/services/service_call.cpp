@@ -5,6 +5,7 @@
 #include "sync_method_request.h"
 #include "ZEL_VR_Framework.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -15,22 +16,30 @@ namespace {
 /// Runs `work(call)`, which returns a result code, and turns its exceptions into one.
 template <class Work>
 std::int32_t withCall(const RequestPath& path, const MethodAddress& method, std::string request,
-                      Work&& work)
+                      MutableBytes room, Work&& work)
 {
     if (request.size() > kLongestRequest)
         return ZEL_SRV_INVALID_PARAMETERS;
     try {
-        clSyncMthdReqrSrv call(method, std::move(request), path);
+        clSyncMthdReqrSrv call(method, std::move(request), path, room);
         return work(call);
     } catch (const std::exception&) {
         return ZEL_SYS_NO_OBJECT;
     }
 }
 
+MutableBytes roomOf(void* buffer, std::uint64_t capacity)
+{
+    return {static_cast<std::byte*>(buffer), buffer ? static_cast<std::size_t>(capacity) : 0};
+}
+
 CopyOutcome copyResponse(clSyncMthdReqrSrv& call, std::uint64_t uuid, const TextBuffer& buffer)
 {
-    if (!call.hasResponse())
+    if (!call.hasResponse()) {
+        if (call.hasUsedRoom())
+            *buffer.data = '\0';
         return {};
+    }
     if (buffer.data == nullptr)
         return {ZEL_OK, call.responseData().size(), false};
     const CopyOutcome copied = copyText(call.responseData(), buffer.data, buffer.capacity);
@@ -52,22 +61,39 @@ std::int32_t sendForText(const RequestPath& path, const MethodAddress& method, s
         copied = copyResponse(call, method.uuid, buffer);
         return firstOf(copied.result, called);
     };
-    const std::int32_t result = withCall(path, method, std::move(request), exchange);
+    // One byte is the text's end.
+    const MutableBytes room = roomOf(buffer.data, std::max<std::uint64_t>(buffer.capacity, 1) - 1);
+    const std::int32_t result = withCall(path, method, std::move(request), room, exchange);
     if (buffer.length != nullptr)
         *buffer.length = copied.length;
     return result;
 }
 
+std::int32_t sendForBytes(const RequestPath& path, const MethodAddress& method, std::string request,
+                          void* buffer, std::uint64_t capacity, std::uint64_t& received)
+{
+    received = 0;
+    const auto exchange = [&](clSyncMthdReqrSrv& call) {
+        const std::int32_t called = call.execute();
+        if (hasFailed(called))
+            return called;
+        const CopyOutcome copied = copyBytes(call.responseData(), buffer, capacity);
+        received = copied.length;
+        return firstOf(copied.result, called);
+    };
+    return withCall(path, method, std::move(request), roomOf(buffer, capacity), exchange);
+}
+
 std::int32_t send(const RequestPath& path, const MethodAddress& method, std::string request)
 {
-    return withCall(path, method, std::move(request),
+    return withCall(path, method, std::move(request), {},
                     [](clSyncMthdReqrSrv& call) { return call.execute(); });
 }
 
 Response sendForResponse(const RequestPath& path, const MethodAddress& method, std::string request)
 {
     Response response;
-    response.result = withCall(path, method, std::move(request), [&](clSyncMthdReqrSrv& call) {
+    response.result = withCall(path, method, std::move(request), {}, [&](clSyncMthdReqrSrv& call) {
         const std::int32_t result = call.execute();
         if (call.hasResponse())
             response.telegram = call.takeResponse();

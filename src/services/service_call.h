@@ -35,6 +35,11 @@ inline constexpr std::uint64_t kLongestRequest = std::numeric_limits<std::uint32
 std::int32_t sendForText(const RequestPath& path, const MethodAddress& method, std::string request,
                          const TextBuffer& buffer);
 
+/// Copies the response data of a call that has not failed, as copyBytes() does; `received` is their
+/// count.
+std::int32_t sendForBytes(const RequestPath& path, const MethodAddress& method, std::string request,
+                          void* buffer, std::uint64_t capacity, std::uint64_t& received);
+
 /// The response data are not looked at.
 std::int32_t send(const RequestPath& path, const MethodAddress& method, std::string request);
 

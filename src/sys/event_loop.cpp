@@ -219,11 +219,11 @@ bool EventLoop::lend(const Event& event)
 void EventLoop::serve(const Event& event, const EventFlag& flag, const SpinBudget& budget)
 {
     const auto hasInput = [&](int limitMs) { return m_port->hasInput(event, limitMs); };
-    const auto comes = [&] {
-        return budget.spin([&] { return hasInput(0); }) || hasInput(kServingMs);
-    };
-    Turn turn = Turn::done;
-    while (!flag.isSet() && turn != Turn::gone && (turn == Turn::unfinished || comes()))
+    // Once: what takes longer, or comes in many pieces, is worth no processor time.
+    const bool hasCome = budget.spin([&] { return hasInput(0); });
+    Turn turn = hasCome ? dispatch(event.id, true) : Turn::done;
+    while (!flag.isSet() && turn != Turn::gone &&
+           (turn == Turn::unfinished || hasInput(kServingMs)))
         turn = dispatch(event.id, true);
     // What was read from the system already, nobody else would be told of.
     if (turn == Turn::unfinished) {

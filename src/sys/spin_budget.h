@@ -43,7 +43,7 @@ public:
     }
 
 private:
-    static constexpr std::chrono::microseconds kSpinningTime{50};
+    static constexpr std::chrono::microseconds kSpinningTime{20};
 
     static bool mayBegin();
     static bool isAlone();

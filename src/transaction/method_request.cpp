@@ -18,6 +18,14 @@ std::shared_ptr<const clTxTelContainer> makeMethodRequest(const MethodAddress& a
         std::move(requestData));
 }
 
+std::unique_ptr<clRxTelContainer> placeFor(std::size_t size, MutableBytes room)
+{
+    constexpr std::size_t kFront = MethodResponseHeader::kSize;
+    if (size < kFront || size - kFront > room.size())
+        return nullptr;
+    return std::make_unique<clRxTelContainer>(kFront, room.first(size - kFront));
+}
+
 clMthdReqrSrv::clMthdReqrSrv(const MethodAddress& address, iRequestorContext& context)
     : m_address(address), m_requestor(context.createRequestor(address.uuid))
 {

@@ -23,6 +23,10 @@ struct RequestPath {
     iRequestorContext* secondContext = nullptr;
 };
 
+/// Where a response of `size` bytes is put together whose data go to `room`; null where they do not
+/// fit.
+std::unique_ptr<clRxTelContainer> placeFor(std::size_t size, MutableBytes room);
+
 /// The request's payload: the method header and the data, which is taken over as it is.
 std::shared_ptr<const clTxTelContainer> makeMethodRequest(const MethodAddress& address,
                                                           std::string requestData);

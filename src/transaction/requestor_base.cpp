@@ -6,9 +6,17 @@
 #include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
+#include <algorithm>
 #include <new>
 
 namespace zel {
+
+namespace {
+
+// A length that was only announced is not believed beyond this: the rest grows as data comes.
+constexpr std::size_t kFirstAllocation = std::size_t{1} << 20;
+
+} // namespace
 
 clRequestorBase::clRequestorBase(std::uint64_t target, sys::EventLoop& loop)
     : m_loop(loop), m_target(target), m_label(requestorRegistry().takeLabel()), m_timer(loop)
@@ -115,6 +123,14 @@ void clRequestorBase::deliverOneOfManyLocked(std::unique_ptr<clRxTelContainer> r
                                              const TransactionSource& source)
 {
     m_owner->delivered(std::move(response), source);
+}
+
+std::unique_ptr<clRxTelContainer> clRequestorBase::makeResponseLocked(std::size_t size) const
+{
+    auto response = m_owner->placeFor(size);
+    if (!response)
+        response = std::make_unique<clRxTelContainer>(std::min(size, kFirstAllocation));
+    return response;
 }
 
 void clRequestorBase::detach()

@@ -37,6 +37,13 @@ public:
                                      std::shared_ptr<iTransactionOwner> owner,
                                      sys::EventFlag& isOver);
 
+    /// Where the payload of a telegram that matched is to be read to; null: receive() takes it.
+    virtual std::shared_ptr<iPayloadPlace> placeFor(TransactionType, std::size_t,
+                                                    const TransactionSource&)
+    {
+        return nullptr;
+    }
+
     /// Ends the transaction without a response. What comes after the end is ignored.
     void finish(std::int32_t result);
     /// The owner leaves: once it has returned, he is not being called back and will not be. Not
@@ -69,6 +76,8 @@ protected:
     void deliverOneOfManyLocked(std::unique_ptr<clRxTelContainer> response,
                                 const TransactionSource& source);
     bool isOverLocked() const { return m_isOver; }
+    /// The owner's place for a response, or one that can grow to what is announced.
+    std::unique_ptr<clRxTelContainer> makeResponseLocked(std::size_t size) const;
     void logSent(TransactionType type) const;
 
 private:

@@ -107,6 +107,21 @@ void RequestorRegistry::dispatch(const TransactionSource& source,
         logDropped(ZEL_TRANS_NOT_FOUND);
 }
 
+std::shared_ptr<iPayloadPlace> RequestorRegistry::placeFor(const TransactionSource& source,
+                                                           Bytes transactionHeader,
+                                                           std::size_t size)
+{
+    ByteReader in{transactionHeader};
+    const auto header = TransactionHeader::decode(in);
+    const std::shared_ptr<clRequestorBase> requestor = header ? find(header->label) : nullptr;
+    if (!requestor || !requestor->matches(source, *header))
+        return nullptr;
+    auto place = requestor->placeFor(header->type, size, source);
+    if (place)
+        logReceived(source, *header);
+    return place;
+}
+
 void RequestorRegistry::connectionLost(std::uint64_t connectionId)
 {
     std::size_t label = 0;

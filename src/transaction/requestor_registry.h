@@ -3,6 +3,7 @@
 #include "label_set.h"
 #include "mutex.h"
 #include "transaction.h"
+#include "transaction_listener.h"
 
 #include <array>
 #include <cstdint>
@@ -34,6 +35,11 @@ public:
 
     /// Hands a received transaction to the requestor that it belongs to, or drops it.
     void dispatch(const TransactionSource& source, std::unique_ptr<clRxTelContainer> telegram);
+
+    /// Where what comes behind the header of a long transaction is to be read to; null where that
+    /// is for dispatch().
+    std::shared_ptr<iPayloadPlace> placeFor(const TransactionSource& source,
+                                            Bytes transactionHeader, std::size_t size);
 
     /// Ends everything that waits on a connection, or with kEveryConnection everything that waits.
     void connectionLost(std::uint64_t connectionId);

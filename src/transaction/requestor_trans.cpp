@@ -12,8 +12,6 @@ namespace zel {
 namespace {
 
 constexpr std::size_t kLengthField = 4;
-// A length that was only announced is not believed beyond this: the rest grows as data comes.
-constexpr std::size_t kFirstAllocation = std::size_t{1} << 20;
 
 std::array<std::byte, kLengthField> encodeLength(std::size_t length)
 {
@@ -135,6 +133,11 @@ void clRequestorTrans::receive(TransactionType type, std::unique_ptr<clRxTelCont
             return;
         reply = takeLocked(type, std::move(telegram), source);
     }
+    answer(std::move(reply), source);
+}
+
+void clRequestorTrans::answer(MaybeReply reply, const TransactionSource& source)
+{
     if (!reply)
         return;
     const std::shared_ptr<iTelegramSender> connection = m_connection.lock();
@@ -227,7 +230,7 @@ clRequestorTrans::MaybeReply clRequestorTrans::beginResponseLocked(Bytes payload
     m_emptySegments = 0;
     m_segmentsEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds{kLongestMs};
     try {
-        m_response = std::make_unique<clRxTelContainer>(std::min(m_expected, kFirstAllocation));
+        m_response = makeResponseLocked(m_expected);
     } catch (const std::bad_alloc&) {
         finishLocked(ZEL_SYS_NO_OBJECT);
         return {};
@@ -241,29 +244,89 @@ clRequestorTrans::MaybeReply clRequestorTrans::takeSegmentLocked(Bytes segment)
     // The timer keeps running: the module has to send the right one.
     if (segment.size() > m_expected - m_received)
         return {};
-    m_emptySegments = segment.empty() ? m_emptySegments + 1 : 0;
+    try {
+        makeRoomLocked(segment.size());
+    } catch (const std::bad_alloc&) {
+        finishLocked(ZEL_SYS_NO_OBJECT);
+        return {};
+    }
+    m_response->write(m_received, segment);
+    return segmentTakenLocked(segment.size());
+}
+
+void clRequestorTrans::makeRoomLocked(std::size_t size)
+{
+    const std::size_t needed = m_received + size;
+    if (needed > m_response->size())
+        m_response->resize(std::min(m_expected, std::max(needed, 2 * m_response->size())));
+}
+
+clRequestorTrans::MaybeReply clRequestorTrans::segmentTakenLocked(std::size_t size)
+{
+    m_emptySegments = size == 0 ? m_emptySegments + 1 : 0;
     if (m_emptySegments > kMostEmptySegments) {
         finishLocked(ZEL_TRANS_INVALID_FORMAT);
         return {};
     }
-    const std::size_t needed = m_received + segment.size();
-    if (needed > m_response->size()) {
-        try {
-            m_response->resize(std::min(m_expected, std::max(needed, 2 * m_response->size())));
-        } catch (const std::bad_alloc&) {
-            finishLocked(ZEL_SYS_NO_OBJECT);
-            return {};
-        }
-    }
-    if (!segment.empty())
-        std::memcpy(m_response->writable().data() + m_received, segment.data(), segment.size());
-    m_received = needed;
+    m_received += size;
     if (m_received == m_expected) {
         Reply last{.type = TransactionType::responseSegmentAck, .response = std::move(m_response)};
         closeLocked();
         return last;
     }
     return acknowledgeSegmentLocked();
+}
+
+std::shared_ptr<iPayloadPlace> clRequestorTrans::placeFor(TransactionType type, std::size_t size,
+                                                          const TransactionSource& source)
+{
+    const Lock locked = lock();
+    if (isOverLocked())
+        return nullptr;
+    const bool isSegment = type == TransactionType::responseSegment &&
+                           m_state == State::receivingSegments && size <= m_expected - m_received;
+    const bool isWhole =
+        type == TransactionType::response &&
+        (m_state == State::waitingForAcknowledge || m_state == State::waitingForResponse);
+    if (!isSegment && !isWhole)
+        return nullptr;
+    try {
+        if (isWhole)
+            m_response = makeResponseLocked(size);
+        else
+            makeRoomLocked(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+    m_arriving = {type, size, source};
+    return {shared_from_this(), this};
+}
+
+std::optional<int> clRequestorTrans::readAt(std::size_t offset, const Read& read)
+{
+    // Held while the system copies: whoever is told the end has his memory for himself again.
+    const Lock locked = lock();
+    if (isOverLocked())
+        return {};
+    const MutableBytes place = m_response->writable(m_received + offset);
+    return read(place.first(std::min(place.size(), m_arriving.size - offset)));
+}
+
+void clRequestorTrans::arrived()
+{
+    MaybeReply reply;
+    TransactionSource source;
+    {
+        const Lock locked = lock();
+        if (isOverLocked())
+            return;
+        source = m_arriving.source;
+        if (m_arriving.type == TransactionType::response)
+            deliverLocked(std::move(m_response), source);
+        else
+            reply = segmentTakenLocked(m_arriving.size);
+    }
+    answer(std::move(reply), source);
 }
 
 clRequestorTrans::MaybeReply clRequestorTrans::acknowledgeSegmentLocked()

@@ -15,7 +15,7 @@ namespace zel {
 /// segments, puts a segmented response together, waits as long as the module asks for.
 ///
 /// A thread that waits for it receives on the connection itself where it can.
-class clRequestorTrans final : public clRequestorBase {
+class clRequestorTrans final : public clRequestorBase, private iPayloadPlace {
 public:
     static constexpr std::size_t kMaxUnsegmented = 65535;
     static constexpr std::size_t kSegmentSize = 61440;
@@ -38,6 +38,8 @@ public:
     void onTimeout(bool expired) override;
     void receive(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
                  const TransactionSource& source) override;
+    std::shared_ptr<iPayloadPlace> placeFor(TransactionType type, std::size_t size,
+                                            const TransactionSource& source) override;
 
 private:
     enum class State : std::uint32_t {
@@ -61,6 +63,9 @@ private:
                               const std::array<Bytes, 2>& payload,
                               sys::EventFlag* waitFor = nullptr) const;
     void closeLocked() override;
+    std::optional<int> readAt(std::size_t offset, const Read& read) override;
+    void arrived() override;
+    void answer(MaybeReply reply, const TransactionSource& source);
     MaybeReply takeLocked(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
                           const TransactionSource& source);
     MaybeReply nextSegmentLocked();
@@ -70,6 +75,9 @@ private:
                                const TransactionSource& source);
     MaybeReply beginResponseLocked(Bytes payload);
     MaybeReply takeSegmentLocked(Bytes segment);
+    /// Memory for the next segment. Throws std::bad_alloc.
+    void makeRoomLocked(std::size_t size);
+    MaybeReply segmentTakenLocked(std::size_t size);
     MaybeReply acknowledgeSegmentLocked();
 
     // fixed at construction; a request that is over, but kept, does not keep its connection
@@ -83,6 +91,11 @@ private:
     std::size_t m_expected = 0;
     std::size_t m_received = 0;
     unsigned m_emptySegments = 0;
+    struct Arriving {
+        TransactionType type = TransactionType::response;
+        std::size_t size = 0;
+        TransactionSource source;
+    } m_arriving; // the telegram that is being read into its place
     std::chrono::steady_clock::time_point m_segmentsEnd; // of the request, then of the response
 };
 

@@ -11,7 +11,17 @@ namespace {
 /// One attempt: what the thread that receives the answer leaves for the one that waits for it.
 class Attempt final : public iTransactionOwner, public std::enable_shared_from_this<Attempt> {
 public:
-    Attempt(const MethodAddress& address, iRequestorContext& context) : m_call(address, context) {}
+    Attempt(const MethodAddress& address, iRequestorContext& context, MutableBytes room)
+        : m_call(address, context), m_room(room)
+    {
+    }
+
+    std::unique_ptr<clRxTelContainer> placeFor(std::size_t size) override
+    {
+        auto place = zel::placeFor(size, m_room);
+        m_hasUsedRoom = m_hasUsedRoom || place;
+        return place;
+    }
 
     void delivered(std::unique_ptr<clRxTelContainer> response, const TransactionSource&) override
     {
@@ -36,11 +46,14 @@ public:
         return m_result;
     }
     std::unique_ptr<clRxTelContainer> takeResponse() { return std::move(m_response); }
+    bool hasUsedRoom() const { return m_hasUsedRoom; }
 
 private:
     clMthdReqrSrv m_call;
+    const MutableBytes m_room;
 
     // written before m_isOver is set, read after
+    bool m_hasUsedRoom = false;
     std::int32_t m_result = ZEL_OK;
     std::unique_ptr<clRxTelContainer> m_response;
     sys::EventFlag m_isOver;
@@ -49,10 +62,11 @@ private:
 } // namespace
 
 clSyncMthdReqrSrv::clSyncMthdReqrSrv(const MethodAddress& address, std::string requestData,
-                                     const RequestPath& path)
+                                     const RequestPath& path, MutableBytes room)
     : m_address(address),
       m_path(path),
-      m_request(makeMethodRequest(address, std::move(requestData)))
+      m_request(makeMethodRequest(address, std::move(requestData))),
+      m_room(room)
 {
 }
 
@@ -70,9 +84,10 @@ std::int32_t clSyncMthdReqrSrv::execute()
 
 std::int32_t clSyncMthdReqrSrv::attempt(iRequestorContext& context)
 {
-    const auto call = std::make_shared<Attempt>(m_address, context);
+    const auto call = std::make_shared<Attempt>(m_address, context, m_room);
     const std::int32_t result = call->execute(m_request);
     m_response = call->takeResponse();
+    m_hasUsedRoom = m_hasUsedRoom || call->hasUsedRoom();
     return result;
 }
 

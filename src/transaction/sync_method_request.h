@@ -13,12 +13,15 @@ namespace zel {
 /// Used by one thread. The constructor throws std::runtime_error when the call cannot be made.
 class clSyncMthdReqrSrv {
 public:
+    /// Response data that fit into `room` are received there.
     clSyncMthdReqrSrv(const MethodAddress& address, std::string requestData,
-                      const RequestPath& path);
+                      const RequestPath& path, MutableBytes room = {});
 
     /// Sends and waits; the module's result or the failure's code.
     std::int32_t execute();
 
+    /// Whether a part of a response may be in the room though none has come whole.
+    bool hasUsedRoom() const { return m_hasUsedRoom; }
     bool hasResponse() const { return m_response != nullptr; }
     /// The response data behind the header; empty without a response.
     Bytes responseData() const;
@@ -31,6 +34,8 @@ private:
     const MethodAddress m_address;
     const RequestPath m_path;
     const std::shared_ptr<const clTxTelContainer> m_request;
+    const MutableBytes m_room;
+    bool m_hasUsedRoom = false;
     std::unique_ptr<clRxTelContainer> m_response;
 };
 

@@ -25,6 +25,9 @@ public:
     /// The whole response, with the transaction header taken off.
     virtual void delivered(std::unique_ptr<clRxTelContainer> response,
                            const TransactionSource& source) = 0;
+    /// Where a response of so many bytes is put together; null: in memory of its own. The owner has
+    /// it back when he is told the end.
+    virtual std::unique_ptr<clRxTelContainer> placeFor(std::size_t) { return nullptr; }
     /// The transaction has ended without a response.
     virtual void completed(std::int32_t result) = 0;
     virtual ~iTransactionOwner() = default;

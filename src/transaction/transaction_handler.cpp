@@ -18,6 +18,14 @@ void clTransactionHandlerRequestorOnly::transactionArrived(
     requestorRegistry().dispatch({source, connection.connectionId(), 0}, std::move(telegram));
 }
 
+std::shared_ptr<iPayloadPlace>
+clTransactionHandlerRequestorOnly::placeFor(std::uint64_t source, Bytes transactionHeader,
+                                            std::size_t size, clTcpTelHndlr& connection)
+{
+    return requestorRegistry().placeFor({source, connection.connectionId(), 0}, transactionHeader,
+                                        size);
+}
+
 void clTransactionHandlerRequestorOnly::connectionLost(clTcpTelHndlr& connection)
 {
     m_connections.erase(connection);

@@ -16,6 +16,8 @@ public:
 
     void transactionArrived(std::uint64_t source, std::unique_ptr<clRxTelContainer> telegram,
                             clTcpTelHndlr& connection) override;
+    std::shared_ptr<iPayloadPlace> placeFor(std::uint64_t source, Bytes transactionHeader,
+                                            std::size_t size, clTcpTelHndlr& connection) override;
     /// The connection leaves the table and what waits on it ends.
     void connectionLost(clTcpTelHndlr& connection) override;
     /// Responses only: what others ask each other is none of our business.

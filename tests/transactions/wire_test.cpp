@@ -287,6 +287,52 @@ TEST_F(Wire, PassesOverWhatDoesNotBelongToTheRequest)
     EXPECT_EQ(call.get().data, "ok");
 }
 
+TEST_F(Wire, FillsACallersBufferAtOnceButNotOnceTheCallIsOver)
+{
+    const std::string text(60000, 'v');
+    const std::string good = "0001 0001 00000000";
+    std::vector<char> buffer;
+    std::uint64_t length = 0;
+    const auto read = [&](std::size_t capacity) {
+        buffer.assign(capacity, '#');
+        return std::async(std::launch::async, [&] {
+            return ZEL_XPAR_ReadXML(kModule, 1, 0, buffer.data(), &length, buffer.size());
+        });
+    };
+    const auto answered = [&](const char* type) { return unhex(telegram(type, good + hex(text))); };
+
+    auto call = read(text.size() + 1);
+    readRequest();
+    std::string answer = answered("0002");
+    m_peer.write(answer.substr(0, 30000));
+    EXPECT_EQ(call.get(), ZEL_TRANS_TIMEOUT_ACKNOWLEDGE);
+    EXPECT_EQ(length, 0U);
+    EXPECT_EQ(buffer[0], '\0');
+    EXPECT_EQ(buffer[1000], 'v') << "it has been put together elsewhere";
+    buffer = {}; // a sanitizer sees what is still written there
+    m_peer.write(answer.substr(30000));
+
+    // The other half comes when the request is tried once more.
+    call = read(text.size() + 1);
+    readRequest();
+    m_peer.write(unhex(telegram("0003", "00000bb8") + telegram("0013", "0000ea68")));
+    answer = answered("0014");
+    std::fill(answer.begin() + 100, answer.end() - 4, 'x');
+    m_peer.write(answer.substr(0, 30000));
+    readRequest();
+    m_peer.write(answer.substr(30000) + answered("0002"));
+    EXPECT_EQ(call.get(), ZEL_OK);
+    EXPECT_EQ(std::string(buffer.data()), text);
+
+    call = read(text.size());
+    readRequest();
+    m_peer.write(answered("0002"));
+    EXPECT_EQ(call.get(), ZEL_SRV_BUFFER_TOO_SMALL);
+    EXPECT_EQ(length, text.size());
+    EXPECT_EQ(buffer[0], '\0');
+    EXPECT_EQ(buffer[1000], '#');
+}
+
 TEST(RequestLabels, AreNeverSharedByRequestsUnderWay)
 {
     RequestorRegistry& registry = requestorRegistry();
