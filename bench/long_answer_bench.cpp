@@ -10,9 +10,9 @@ namespace {
 using namespace zel::bench;
 
 /// An answer of 64 MiB in segments.
-void LongAnswerBesideBare(benchmark::State& state)
+void LongAnswerBesideBare(benchmark::State& state, Placement placement)
 {
-    const Placed placed{Placement::apart};
+    const Placed placed{placement};
     const LibrarySession library{1};
     BareSocket bare;
     const std::string request =
@@ -29,6 +29,7 @@ void LongAnswerBesideBare(benchmark::State& state)
              {"bare", oneByOne(1, [&] { bare.exchange(request, kLongAnswer, buffer.data()); })}},
             kLongAnswer, 2);
 }
-BENCHMARK(LongAnswerBesideBare)->Apply(sideBySide);
+BENCHMARK_CAPTURE(LongAnswerBesideBare, unpinned, Placement::unpinned)->Apply(sideBySide);
+BENCHMARK_CAPTURE(LongAnswerBesideBare, apart, Placement::apart)->Apply(sideBySide);
 
 } // namespace

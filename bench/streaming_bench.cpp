@@ -11,11 +11,11 @@ namespace {
 using namespace zel::bench;
 
 /// Blocks of `range(0)` KiB, fetched one after the other.
-void StreamingBesideBare(benchmark::State& state)
+void StreamingBesideBare(benchmark::State& state, Placement placement)
 {
     const auto size = static_cast<std::size_t>(state.range(0)) << 10;
     std::vector<char> block(size + kResponseHeaderSize);
-    const Placed placed{Placement::apart};
+    const Placed placed{placement};
     const LibrarySession library{1};
     const std::uint64_t uuid = library.module(0);
     require(ZEL_XDAQ_OpenSubscription(uuid));
@@ -36,12 +36,11 @@ void StreamingBesideBare(benchmark::State& state)
             size);
     ZEL_XDAQ_ClearSubscription(uuid);
 }
-BENCHMARK(StreamingBesideBare)
-    ->ArgName("KiB")
-    ->Arg(59)
-    ->Arg(256)
-    ->Arg(1024)
-    ->Arg(4096)
-    ->Apply(sideBySide);
+void sizes(benchmark::internal::Benchmark* made)
+{
+    made->ArgName("KiB")->Arg(59)->Arg(256)->Arg(1024)->Arg(4096)->Apply(sideBySide);
+}
+BENCHMARK_CAPTURE(StreamingBesideBare, unpinned, Placement::unpinned)->Apply(sizes);
+BENCHMARK_CAPTURE(StreamingBesideBare, apart, Placement::apart)->Apply(sizes);
 
 } // namespace
