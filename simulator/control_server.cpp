@@ -5,7 +5,6 @@
 #include "parameter_schema.h"
 #include "service_document.h"
 #include "xml_text.h"
-#include "ZEL_VR_Framework.h"
 
 namespace zel::simulator {
 
@@ -53,10 +52,10 @@ Outcome readParameters(const Control& control, const std::string& document, Cont
 {
     pugi::xml_document parsed;
     if (!document.empty() && !parsed.load_buffer(document.data(), document.size()))
-        return {ZEL_PARAM_XML_ERROR, "ControlParams is not XML"};
+        return {kXmlError, "ControlParams is not XML"};
     const pugi::xml_node params = parsed.child("ControlParams");
     if (!document.empty() && !params)
-        return {ZEL_PARAM_XML_ERROR, "ControlParams holds no ControlParams document"};
+        return {kXmlError, "ControlParams holds no ControlParams document"};
     for (const pugi::xml_node child : params.children()) {
         if (child.type() == pugi::node_element && control.parameters.child(child.name()) == nullptr)
             return {kInvalidControlParameter,

@@ -1,9 +1,9 @@
 #include "datagram_listener.h"
 
-#include "datagram_twin.h"
 #include "frame.h"
 #include "method_header.h"
 #include "module_core.h"
+#include "socket_twin.h"
 
 namespace zel::simulator {
 
@@ -108,7 +108,7 @@ void DatagramListener::take(const Datagram& datagram, Way way)
     const auto request = readRequest(datagram.bytes);
     if (!request)
         return;
-    const auto interfaces = datagram_twin::interfacesByAddress();
+    const auto interfaces = socket_twin::interfacesByAddress();
     for (ModuleCore* const module : m_modules) {
         const ModuleSettings& settings = module->settings();
         const auto on = interfaces.find(settings.address);

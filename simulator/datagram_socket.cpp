@@ -1,6 +1,6 @@
 #include "datagram_socket.h"
 
-#include "datagram_twin.h"
+#include "socket_twin.h"
 
 #include <stdexcept>
 
@@ -25,7 +25,7 @@ DatagramSocket::DatagramSocket(asio::io_context& context, std::uint16_t port)
     m_socket.set_option(asio::socket_base::broadcast{true});
     m_socket.set_option(asio::ip::multicast::enable_loopback{false});
     m_socket.non_blocking(true);
-    datagram_twin::tellAdapters(m_socket.native_handle());
+    socket_twin::tellAdapters(m_socket.native_handle());
     std::error_code failure;
     m_socket.bind(any, failure);
     if (failure)
@@ -60,7 +60,7 @@ bool DatagramSocket::readOne()
 {
     Datagram datagram;
     const std::ptrdiff_t size =
-        datagram_twin::receive(m_socket.native_handle(), m_buffer, datagram.interfaceIndex);
+        socket_twin::receive(m_socket.native_handle(), m_buffer, datagram.interfaceIndex);
     if (size < 0)
         return false;
     datagram.bytes.assign(m_buffer.begin(), m_buffer.begin() + size);
@@ -71,7 +71,7 @@ bool DatagramSocket::readOne()
 void DatagramSocket::send(Bytes bytes, const asio::ip::udp::endpoint& to,
                           std::uint32_t interfaceIndex, const asio::ip::address_v4& from)
 {
-    datagram_twin::send(m_socket.native_handle(), bytes, to, interfaceIndex, from);
+    socket_twin::send(m_socket.native_handle(), bytes, to, interfaceIndex, from);
 }
 
 } // namespace zel::simulator

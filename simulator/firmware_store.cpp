@@ -1,7 +1,6 @@
 #include "firmware_store.h"
 
 #include "module_codes.h"
-#include "ZEL_VR_Framework.h"
 
 #include <algorithm>
 #include <array>
@@ -22,7 +21,7 @@ constexpr std::uint32_t kChannels = 8;
 Outcome FirmwareStore::announce(std::uint32_t index)
 {
     if (index >= kLargest.size())
-        return {ZEL_SRV_INVALID_PARAMETERS, "there is no firmware image " + std::to_string(index)};
+        return {kInvalidParameters, "there is no firmware image " + std::to_string(index)};
     if (progress().status == Status::running)
         return {kFlashingRuns, "flashing is running"};
     m_announced = index;
@@ -36,9 +35,9 @@ Outcome FirmwareStore::receive(std::string image)
     const std::uint32_t index = *m_announced;
     m_announced.reset();
     if (image.size() > kLargest[index])
-        return {ZEL_SYS_FILE_TOO_LARGE, "image " + std::to_string(index) + " has " +
-                                            std::to_string(image.size()) + " bytes, at most " +
-                                            std::to_string(kLargest[index]) + " are accepted"};
+        return {kFileTooLarge, "image " + std::to_string(index) + " has " +
+                                   std::to_string(image.size()) + " bytes, at most " +
+                                   std::to_string(kLargest[index]) + " are accepted"};
     m_images[index] = std::move(image);
     return {};
 }

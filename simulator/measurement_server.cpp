@@ -5,7 +5,6 @@
 #include "number_forms.h"
 #include "service_document.h"
 #include "xml_text.h"
-#include "ZEL_VR_Framework.h"
 
 #include <algorithm>
 #include <limits>
@@ -125,8 +124,7 @@ Outcome MeasurementServer::subscribe(const MethodCall& call)
     std::vector<SignalStream> streams;
     for (const pugi::xml_node signal : request.elements("Signal")) {
         if (streams.size() == kMostSignals)
-            return {ZEL_SRV_INVALID_PARAMETERS,
-                    "more than " + std::to_string(kMostSignals) + " signals"};
+            return {kInvalidParameters, "more than " + std::to_string(kMostSignals) + " signals"};
         if (Outcome outcome = addStream(ServiceRequest{signal}, streams); !outcome.isGood())
             return outcome;
     }
@@ -136,7 +134,7 @@ Outcome MeasurementServer::subscribe(const MethodCall& call)
     if (!request.isGood())
         return request.failure();
     if (start > kLatestStart)
-        return {ZEL_SRV_INVALID_PARAMETERS, "the StartTime is beyond all times"};
+        return {kInvalidParameters, "the StartTime is beyond all times"};
     m_model.measurements.subscribe(call.connection, start, std::move(streams));
     return {};
 }
@@ -150,7 +148,7 @@ Outcome MeasurementServer::addStream(ServiceRequest request,
     if (!request.isGood())
         return request.failure();
     if (blockSize == 0)
-        return {ZEL_SRV_INVALID_PARAMETERS, quoted(name) + ": a BlockSize of 0 has no samples"};
+        return {kInvalidParameters, quoted(name) + ": a BlockSize of 0 has no samples"};
     auto signal = findSignal(m_model, name);
     if (!signal)
         return noSuchSignal(m_model, name);

@@ -5,6 +5,15 @@
 namespace zel::simulator {
 
 // The module's own result codes. Hosts have texts for the first ones...
+inline constexpr std::int32_t kFailed = -1;
+inline constexpr std::int32_t kIndexOutOfRange = -1000000;
+inline constexpr std::int32_t kUnknownMethod = -1000203;
+inline constexpr std::int32_t kInvalidParameters = -1000255;
+inline constexpr std::int32_t kXmlError = -1004135;
+inline constexpr std::int32_t kFileWrite = -1004199;
+inline constexpr std::int32_t kFileNotFound = -1004201;
+inline constexpr std::int32_t kBadParameter = -1016045;
+inline constexpr std::int32_t kFileTooLarge = -1016049;
 inline constexpr std::int32_t kNoTagSuchAs = -1004111;
 inline constexpr std::int32_t kOutOfRange = -1004110;
 inline constexpr std::int32_t kUnknownAttribute = -1004109;

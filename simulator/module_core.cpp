@@ -1,7 +1,8 @@
 #include "module_core.h"
 
+#include "module_codes.h"
 #include "module_connection.h"
-#include "ZEL_VR_Framework.h"
+#include "socket_twin.h"
 
 #include <asio/ip/address.hpp>
 
@@ -37,11 +38,7 @@ void ModuleCore::listen()
     const asio::ip::tcp::endpoint endpoint{asio::ip::make_address(m_settings.address),
                                            m_settings.port};
     asio::ip::tcp::acceptor acceptor{m_context, endpoint.protocol()};
-#ifndef _WIN32
-    // Lets a restarted module take its port although old connections still linger; on Windows the
-    // option would let two modules share a port, and is not needed.
-    acceptor.set_option(asio::socket_base::reuse_address{true});
-#endif
+    socket_twin::takeLingeringPort(acceptor);
     if (m_settings.receiveBuffer > 0)
         acceptor.set_option(asio::socket_base::receive_buffer_size{m_settings.receiveBuffer});
     acceptor.bind(endpoint);
@@ -125,7 +122,7 @@ MethodAnswer ModuleCore::answer(ReceivedCall call, std::uint64_t connection)
             followNetworkSettings(answer);
         return answer;
     } catch (const std::exception& failure) {
-        return MethodAnswer{ZEL_FAILED, failure.what()};
+        return MethodAnswer{kFailed, failure.what()};
     }
 }
 

@@ -1,7 +1,6 @@
 #include "module_files.h"
 
 #include "module_codes.h"
-#include "ZEL_VR_Framework.h"
 
 #include <algorithm>
 
@@ -23,7 +22,7 @@ Outcome ModuleFiles::choose(std::uint64_t host, std::string_view path)
     const bool isClean = std::ranges::none_of(
         path, [](char letter) { return static_cast<unsigned char>(letter) < 32; });
     if (path.empty() || !isClean)
-        return {ZEL_SYS_BAD_PARAMETER, "this is not a file's path"};
+        return {kBadParameter, "this is not a file's path"};
     if (m_chosen.size() >= kMostHosts && !m_chosen.contains(host))
         m_chosen.clear();
     m_chosen[host] = path;
@@ -39,7 +38,7 @@ Outcome ModuleFiles::write(std::uint64_t host, std::string bytes)
     for (const auto& [path, content] : m_files)
         total += path == chosen->second ? 0 : content.size();
     if (total > kMostBytes)
-        return {ZEL_FILE_WRITE, "no room for " + std::to_string(bytes.size()) + " bytes more"};
+        return {kFileWrite, "no room for " + std::to_string(bytes.size()) + " bytes more"};
     m_files[chosen->second] = std::move(bytes);
     return {};
 }
@@ -51,7 +50,7 @@ Outcome ModuleFiles::read(std::uint64_t host) const
         return {kNoFileChosen, "no file was chosen"};
     const auto file = m_files.find(chosen->second);
     if (file == m_files.end())
-        return {ZEL_FILE_NOT_FOUND, "there is no file '" + chosen->second + "'"};
+        return {kFileNotFound, "there is no file '" + chosen->second + "'"};
     return {0, file->second};
 }
 

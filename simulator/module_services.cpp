@@ -1,10 +1,10 @@
 #include "control_server.h"
 #include "measurement_server.h"
+#include "module_codes.h"
 #include "module_service.h"
 #include "parameter_server.h"
 #include "status_server.h"
 #include "system_server.h"
-#include "ZEL_VR_Framework.h"
 
 #include <string>
 
@@ -12,8 +12,8 @@ namespace zel::simulator {
 
 MethodAnswer unknownMethod(MethodId id)
 {
-    return {ZEL_SRV_UNKNOWN_METHOD, "this module has no method " + std::to_string(id.method) +
-                                        " in service " + std::to_string(id.service)};
+    return {kUnknownMethod, "this module has no method " + std::to_string(id.method) +
+                                " in service " + std::to_string(id.service)};
 }
 
 std::vector<std::unique_ptr<ModuleService>> makeServices(ModuleModel& model)

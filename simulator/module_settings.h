@@ -10,7 +10,6 @@
 namespace zel::simulator {
 
 inline constexpr std::uint16_t kDefaultTcpPort = 55000;
-inline constexpr std::uint64_t kBroadcastNode = 0x8ffffffffffffffe;
 
 /// The largest response data that fits one telegram: what 16 bits of length leave beside the
 /// transaction header and the response header.

@@ -3,7 +3,6 @@
 #include "module_codes.h"
 #include "module_model.h"
 #include "service_document.h"
-#include "ZEL_VR_Framework.h"
 
 namespace zel::simulator {
 
@@ -124,7 +123,7 @@ Outcome ParameterServer::readValue(const MethodCall& call)
 Outcome ParameterServer::listViews(const MethodCall& call)
 {
     if (!call.data.empty())
-        return {ZEL_SRV_INVALID_PARAMETERS, "this method takes no parameters"};
+        return {kInvalidParameters, "this method takes no parameters"};
     return {0, composeViewList()};
 }
 

@@ -1,7 +1,7 @@
 #include "service_document.h"
 
+#include "module_codes.h"
 #include "xml_text.h"
-#include "ZEL_VR_Framework.h"
 
 namespace zel::simulator {
 
@@ -31,7 +31,7 @@ void ServiceRequest::fail(const std::string& name)
 
 Outcome ServiceRequest::failure() const
 {
-    return {m_params ? ZEL_SRV_INVALID_PARAMETERS : ZEL_PARAM_XML_ERROR, m_failure};
+    return {m_params ? kInvalidParameters : kXmlError, m_failure};
 }
 
 ServiceAnswer& ServiceAnswer::add(const char* name, std::string_view text)

@@ -1,7 +1,7 @@
 #include "simulation_script.h"
 
 #include "number_forms.h"
-#include "ZEL_VR_Framework.h"
+#include "transaction_header.h"
 
 #include <algorithm>
 #include <charconv>
@@ -256,7 +256,7 @@ std::vector<ScriptedModule> readScript(const std::filesystem::path& file,
 Module& addScripted(Simulator& simulator, const ScriptedModule& scripted)
 {
     const std::uint64_t uuid = scripted.settings.uuid;
-    if (uuid == ZEL_NO_MODULE || uuid == kBroadcastNode)
+    if (uuid == kNoModule || uuid == kBroadcastNode)
         throw std::runtime_error("the UUID " + uuidText(uuid) + " cannot be a module's: it means " +
                                  (uuid == kBroadcastNode ? "all modules" : "no module"));
     Module& module = simulator.addModule(scripted.settings);

@@ -5,7 +5,6 @@
 #include "module_model.h"
 #include "service_document.h"
 #include "signal_description.h"
-#include "ZEL_VR_Framework.h"
 
 namespace zel::simulator {
 
@@ -123,7 +122,7 @@ Outcome SystemServer::writeRegister(const MethodCall& call)
     if (const Outcome outcome = checkConnector(channel); !outcome.isGood())
         return outcome;
     if (number >= kRegisters)
-        return {ZEL_INDEX_OUT_OF_RANGE, "there is no register " + std::to_string(number)};
+        return {kIndexOutOfRange, "there is no register " + std::to_string(number)};
     m_model.registers[{channel, number}] = content;
     return {};
 }

@@ -2,7 +2,6 @@
 
 #include "module_codes.h"
 #include "signal_place.h"
-#include "ZEL_VR_Framework.h"
 
 #include <optional>
 
@@ -74,7 +73,7 @@ Outcome TedsMemories::write(std::uint32_t connector, std::string_view digits)
         return {kNoTeds, "no TEDS at connector " + std::to_string(connector + 1)};
     auto bytes = fromHexadecimal(digits);
     if (!bytes)
-        return {ZEL_SRV_INVALID_PARAMETERS, "BinData is not hexadecimal"};
+        return {kInvalidParameters, "BinData is not hexadecimal"};
     if (bytes->size() > m_capacity)
         return {kTedsDoesNotFit, std::to_string(bytes->size()) + " bytes do not fit the " +
                                      std::to_string(m_capacity) + " of this TEDS"};

@@ -4,9 +4,6 @@
 
 namespace zel {
 
-/// The node id of all modules.
-inline constexpr std::uint64_t kBroadcastNode = 0x8ffffffffffffffe;
-
 /// A way for one datagram to leave, with one whole telegram in it.
 class iDatagramSender {
 public:

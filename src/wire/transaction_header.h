@@ -23,6 +23,10 @@ enum class TransactionType : std::uint16_t {
 /// The name that the log shows for a type; "unknown" for a value outside the protocol.
 const char* transactionTypeName(TransactionType type);
 
+/// The node id of all modules, and the one that none has.
+inline constexpr std::uint64_t kBroadcastNode = 0x8ffffffffffffffe;
+inline constexpr std::uint64_t kNoModule = 0xffffffffffffffff;
+
 /// Opens every transaction telegram. It names no source: that is the connection it came on.
 struct TransactionHeader {
     static constexpr std::size_t kSize = 12;

@@ -1,4 +1,4 @@
-#include "datagram_twin.h"
+#include "socket_twin.h"
 
 #include <cstring>
 #include <memory>
@@ -9,7 +9,7 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
-namespace zel::simulator::datagram_twin {
+namespace zel::simulator::socket_twin {
 
 namespace {
 
@@ -19,6 +19,11 @@ union Control {
 };
 
 } // namespace
+
+void takeLingeringPort(asio::ip::tcp::acceptor& acceptor)
+{
+    acceptor.set_option(asio::socket_base::reuse_address{true});
+}
 
 std::map<std::string, std::uint32_t> interfacesByAddress()
 {
@@ -94,4 +99,4 @@ void send(Handle socket, Bytes bytes, const asio::ip::udp::endpoint& to,
     sendmsg(socket, &message, MSG_NOSIGNAL);
 }
 
-} // namespace zel::simulator::datagram_twin
+} // namespace zel::simulator::socket_twin

@@ -1,4 +1,4 @@
-#include "datagram_twin.h"
+#include "socket_twin.h"
 
 #include <vector>
 
@@ -6,7 +6,10 @@
 #include <iphlpapi.h>
 #include <ws2tcpip.h>
 
-namespace zel::simulator::datagram_twin {
+namespace zel::simulator::socket_twin {
+
+// It can be taken as it is; the option would let two modules share a port.
+void takeLingeringPort(asio::ip::tcp::acceptor&) {}
 
 std::map<std::string, std::uint32_t> interfacesByAddress()
 {
@@ -50,4 +53,4 @@ void send(Handle socket, Bytes bytes, const asio::ip::udp::endpoint& to,
            to.data(), static_cast<int>(to.size()));
 }
 
-} // namespace zel::simulator::datagram_twin
+} // namespace zel::simulator::socket_twin

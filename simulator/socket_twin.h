@@ -7,10 +7,14 @@
 #include <map>
 #include <string>
 
+#include <asio/ip/tcp.hpp>
 #include <asio/ip/udp.hpp>
 
-/// What the systems do differently with datagrams and adapters.
-namespace zel::simulator::datagram_twin {
+/// What the systems do differently with sockets and adapters.
+namespace zel::simulator::socket_twin {
+
+/// Lets a restarted module take its port although old connections still linger there.
+void takeLingeringPort(asio::ip::tcp::acceptor& acceptor);
 
 /// The adapters of this host but the loopback, by their IPv4 addresses; asked anew on every call.
 std::map<std::string, std::uint32_t> interfacesByAddress();
@@ -27,4 +31,4 @@ std::ptrdiff_t receive(Handle socket, MutableBytes buffer, std::uint32_t& interf
 void send(Handle socket, Bytes bytes, const asio::ip::udp::endpoint& to,
           std::uint32_t interfaceIndex, const asio::ip::address_v4& from);
 
-} // namespace zel::simulator::datagram_twin
+} // namespace zel::simulator::socket_twin
