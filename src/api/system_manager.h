@@ -27,21 +27,21 @@ public:
     RequestPath modules() { return {m_client.connections()}; }
 
     // The ways to modules that are not connected.
-    MulticastContext byMulticast(std::optional<std::uint32_t> interfaceIndex = {})
+    clMulticastContext byMulticast(std::optional<std::uint32_t> interfaceIndex = {})
     {
-        return MulticastContext{m_client.multicasts(), interfaceIndex};
+        return clMulticastContext{m_client.multicasts(), interfaceIndex};
     }
-    BroadcastContext byBroadcast(std::optional<std::uint32_t> interfaceIndex = {})
+    clBroadcastContext byBroadcast(std::optional<std::uint32_t> interfaceIndex = {})
     {
-        return BroadcastContext{m_client.broadcasts(), interfaceIndex};
+        return clBroadcastContext{m_client.broadcasts(), interfaceIndex};
     }
 
-    DatagramWays byDatagram() { return {m_client.multicasts(), m_client.broadcasts()}; }
+    clDatagramWays byDatagram() { return {m_client.multicasts(), m_client.broadcasts()}; }
 
     const std::shared_ptr<clPhonebook>& phonebook() { return m_phonebook; }
     clConHndlr& connections() { return m_client.connections(); }
     clAsyncCom& asyncReads() { return m_asyncReads; }
-    SubscriptionTable& subscriptions() { return m_subscriptions; }
+    clSubscriptionTable& subscriptions() { return m_subscriptions; }
     daq::Triggers& triggers() { return m_triggers; }
 
 private:
@@ -50,7 +50,7 @@ private:
     clAsyncCom m_asyncReads{m_client.connections()};
     // A scan's requests may take answers a little longer than the scan itself.
     std::shared_ptr<clPhonebook> m_phonebook = std::make_shared<clPhonebook>();
-    SubscriptionTable m_subscriptions;
+    clSubscriptionTable m_subscriptions;
     clTextHandler m_texts;
     daq::Triggers m_triggers;
 };

@@ -63,8 +63,8 @@ std::int32_t scanAndList(clSystemMgr& mgr, std::uint32_t adapter, List&& list)
     std::optional<std::uint32_t> interfaceIndex;
     if (adapter < adapters.size())
         interfaceIndex = adapters[adapter].interfaceIndex;
-    MulticastContext multicast = mgr.byMulticast(interfaceIndex);
-    BroadcastContext broadcast = mgr.byBroadcast(interfaceIndex);
+    clMulticastContext multicast = mgr.byMulticast(interfaceIndex);
+    clBroadcastContext broadcast = mgr.byBroadcast(interfaceIndex);
     const clPhonebook::Scan found{mgr.phonebook(), interfaceIndex};
     network::scan(found, {multicast, broadcast});
     return list(found);
@@ -95,7 +95,7 @@ int32_t ZEL_XCOM_DoFirewireScan(char* buffer, uint64_t capacity, uint64_t* lengt
 {
     return checked({buffer, orNull(capacity), length}, [&] {
         // No module has ever been found on this bus.
-        const std::string document = RequestDocument{}.take();
+        const std::string document = clRequestDocument{}.take();
         const CopyOutcome copied =
             copyText(asBytes(document.data(), document.size()), buffer, capacity);
         *length = copied.length;
@@ -124,7 +124,7 @@ int32_t ZEL_XCOM_GetNetAdapter(char* buffer, uint64_t* length, uint64_t capacity
 int32_t ZEL_XCOM_ReadNetSetting(uint64_t uuid, char* buffer, uint64_t* length, uint64_t capacity)
 {
     return forward({buffer, length, orNull(capacity)}, [&](clSystemMgr& mgr) {
-        DatagramWays datagrams = mgr.byDatagram();
+        clDatagramWays datagrams = mgr.byDatagram();
         return network::readNetSettings(mgr.modules(), datagrams.path(), uuid,
                                         network::NetSettings::oneInterface,
                                         {buffer, length, capacity});
@@ -134,7 +134,7 @@ int32_t ZEL_XCOM_ReadNetSetting(uint64_t uuid, char* buffer, uint64_t* length, u
 int32_t ZEL_XCOM_ReadNetSettings(uint64_t uuid, char* buffer, uint64_t* length, uint64_t capacity)
 {
     return forward({buffer, length, orNull(capacity)}, [&](clSystemMgr& mgr) {
-        DatagramWays datagrams = mgr.byDatagram();
+        clDatagramWays datagrams = mgr.byDatagram();
         return network::readNetSettings(mgr.modules(), datagrams.path(), uuid,
                                         network::NetSettings::section, {buffer, length, capacity});
     });
@@ -143,7 +143,7 @@ int32_t ZEL_XCOM_ReadNetSettings(uint64_t uuid, char* buffer, uint64_t* length, 
 int32_t ZEL_XCOM_WriteNetSetting(uint64_t uuid, const char* document, uint64_t length)
 {
     return forward({document}, [&](clSystemMgr& mgr) {
-        DatagramWays datagrams = mgr.byDatagram();
+        clDatagramWays datagrams = mgr.byDatagram();
         return network::writeNetSettings(mgr.modules(), datagrams.path(), uuid,
                                          {document, static_cast<std::size_t>(length)});
     });

@@ -9,7 +9,7 @@ int32_t ZEL_XSYS_DoRestartSystem(uint64_t uuid, uint32_t, int32_t cold)
 {
     return forward({}, [&](clSystemMgr& mgr) {
         if (isTrue(cold)) {
-            DatagramWays datagrams = mgr.byDatagram();
+            clDatagramWays datagrams = mgr.byDatagram();
             return system_functions::restart(datagrams.path(), uuid);
         }
         const std::int32_t result = system_functions::restart(mgr.modules(), uuid);

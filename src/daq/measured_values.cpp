@@ -80,7 +80,7 @@ template <class Info>
 std::int32_t readInfos(const RequestPath& requests, std::uint64_t uuid, std::span<Info> infos,
                        std::uint64_t& count)
 {
-    return readList(requests, {uuid, MeasurementMethod::listSignals}, RequestDocument{}.take(),
+    return readList(requests, {uuid, MeasurementMethod::listSignals}, clRequestDocument{}.take(),
                     infos.size(), count, [&](std::uint64_t index, pugi::xml_node signal) {
                         fill(infos[index], signal);
                         return ZEL_OK;
@@ -91,7 +91,7 @@ std::int32_t readInfos(const RequestPath& requests, std::uint64_t uuid, std::spa
 
 std::string blockRequest(std::uint64_t size)
 {
-    return RequestDocument{}.addNumber("MaxSize", size).take();
+    return clRequestDocument{}.addNumber("MaxSize", size).take();
 }
 
 std::int32_t readBlock(const RequestPath& requests, std::uint64_t uuid, void* buffer,
@@ -105,7 +105,7 @@ std::int32_t readSignalsText(const RequestPath& requests, std::uint64_t uuid,
                              const TextBuffer& buffer)
 {
     return sendForText(requests, {uuid, MeasurementMethod::listSignalsAsText},
-                       RequestDocument{}.take(), buffer);
+                       clRequestDocument{}.take(), buffer);
 }
 
 std::int32_t toPath(const char* signal, std::string& path)
@@ -139,7 +139,7 @@ std::int32_t readValue(const RequestPath& requests, std::uint64_t uuid, const ch
         return result;
     const Response response = sendForResponse(
         requests, {uuid, MeasurementMethod::readValues},
-        RequestDocument{}.addText("SigId", path).addNumber("ScaleType", scaleType).take());
+        clRequestDocument{}.addText("SigId", path).addNumber("ScaleType", scaleType).take());
     if (hasFailed(response.result))
         return response.result;
     ResponseDocument document;
@@ -154,7 +154,7 @@ std::int32_t readAllValues(const RequestPath& requests, std::uint64_t uuid, bool
 {
     return readList(
         requests, {uuid, MeasurementMethod::readValues},
-        RequestDocument{}.addFlag("EnabledOnly", enabledOnly).take(), values.size(), count,
+        clRequestDocument{}.addFlag("EnabledOnly", enabledOnly).take(), values.size(), count,
         [&](std::uint64_t index, pugi::xml_node signal) { return fill(values[index], signal); });
 }
 

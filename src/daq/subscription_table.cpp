@@ -42,7 +42,7 @@ void logFinish(std::uint64_t uuid, std::int32_t result)
 } // namespace
 
 /// Empties a subscription when it is over with it, come what may.
-struct SubscriptionTable::Emptied {
+struct clSubscriptionTable::Emptied {
     Entry& entry;
 
     ~Emptied()
@@ -52,14 +52,14 @@ struct SubscriptionTable::Emptied {
     }
 };
 
-std::shared_ptr<SubscriptionTable::Entry> SubscriptionTable::find(std::uint64_t uuid)
+std::shared_ptr<clSubscriptionTable::Entry> clSubscriptionTable::find(std::uint64_t uuid)
 {
     const std::lock_guard lock(m_mutex);
     const auto found = m_entries.find(uuid);
     return found == m_entries.end() ? nullptr : found->second;
 }
 
-std::shared_ptr<SubscriptionTable::Entry> SubscriptionTable::findOrAdd(std::uint64_t uuid)
+std::shared_ptr<clSubscriptionTable::Entry> clSubscriptionTable::findOrAdd(std::uint64_t uuid)
 {
     const std::lock_guard lock(m_mutex);
     if (const auto found = m_entries.find(uuid); found != m_entries.end())
@@ -77,15 +77,15 @@ std::shared_ptr<SubscriptionTable::Entry> SubscriptionTable::findOrAdd(std::uint
     return entry;
 }
 
-void SubscriptionTable::open(std::uint64_t uuid)
+void clSubscriptionTable::open(std::uint64_t uuid)
 {
     const std::shared_ptr<Entry> entry = findOrAdd(uuid);
     const std::lock_guard lock(entry->mutex);
     appendElement(entry->document, "SrvParams");
 }
 
-std::int32_t SubscriptionTable::addSignal(std::uint64_t uuid, const char* reference,
-                                          std::uint16_t userSignalId, std::uint64_t blockSize)
+std::int32_t clSubscriptionTable::addSignal(std::uint64_t uuid, const char* reference,
+                                            std::uint16_t userSignalId, std::uint64_t blockSize)
 {
     const std::shared_ptr<Entry> entry = find(uuid);
     if (!entry)
@@ -109,8 +109,8 @@ std::int32_t SubscriptionTable::addSignal(std::uint64_t uuid, const char* refere
     return ZEL_OK;
 }
 
-std::int32_t SubscriptionTable::finish(std::uint64_t uuid, std::uint64_t startTime,
-                                       const RequestPath& requests)
+std::int32_t clSubscriptionTable::finish(std::uint64_t uuid, std::uint64_t startTime,
+                                         const RequestPath& requests)
 {
     const std::shared_ptr<Entry> entry = find(uuid);
     if (!entry)
@@ -127,21 +127,21 @@ std::int32_t SubscriptionTable::finish(std::uint64_t uuid, std::uint64_t startTi
     return result;
 }
 
-std::int32_t SubscriptionTable::clear(std::uint64_t uuid, const RequestPath& requests)
+std::int32_t clSubscriptionTable::clear(std::uint64_t uuid, const RequestPath& requests)
 {
     const std::int32_t result =
-        send(requests, {uuid, wire::MeasurementMethod::unsubscribe}, RequestDocument{}.take());
+        send(requests, {uuid, wire::MeasurementMethod::unsubscribe}, clRequestDocument{}.take());
     erase(uuid);
     return result;
 }
 
-void SubscriptionTable::erase(std::uint64_t uuid)
+void clSubscriptionTable::erase(std::uint64_t uuid)
 {
     const std::lock_guard lock(m_mutex);
     forgetLocked(uuid);
 }
 
-void SubscriptionTable::forgetLocked(std::uint64_t uuid)
+void clSubscriptionTable::forgetLocked(std::uint64_t uuid)
 {
     const auto found = m_entries.find(uuid);
     if (found == m_entries.end())

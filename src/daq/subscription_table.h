@@ -17,14 +17,14 @@ namespace zel {
 ///
 /// Each has a mutex of its own, which is held while it is being sent: calls for the same module
 /// wait for the module's answer, those for others and erase() do not.
-class SubscriptionTable {
+class clSubscriptionTable {
 public:
     /// A larger record is quietly cut down to this many elements.
     static constexpr std::uint64_t kLargestBlock = 2'000'000;
     /// Subscriptions may be opened for modules that do not exist: of so many the oldest goes.
     static constexpr std::size_t kMostSubscriptions = 4096;
 
-    SubscriptionTable() : m_entries(8) { m_entries.max_load_factor(1.0F); }
+    clSubscriptionTable() : m_entries(8) { m_entries.max_load_factor(1.0F); }
 
     /// Signals go to the first list of a subscription; opening it again adds another one.
     void open(std::uint64_t uuid);

@@ -4,17 +4,17 @@
 
 namespace zel {
 
-std::shared_ptr<clRequestorBase> DatagramContext::createRequestor(std::uint64_t target)
+std::shared_ptr<clRequestorBase> clDatagramContext::createRequestor(std::uint64_t target)
 {
     return std::make_shared<clRequestorBroadcast>(target, *this);
 }
 
-std::int32_t MulticastContext::sendDatagram(Bytes telegram)
+std::int32_t clMulticastContext::sendDatagram(Bytes telegram)
 {
     return m_server.send(m_interfaceIndex, telegram);
 }
 
-std::int32_t BroadcastContext::sendDatagram(Bytes telegram)
+std::int32_t clBroadcastContext::sendDatagram(Bytes telegram)
 {
     if (m_interfaceIndex)
         return m_connection.sendOver(*m_interfaceIndex, telegram);
@@ -26,7 +26,7 @@ std::int32_t BroadcastContext::sendDatagram(Bytes telegram)
     return hasLeft ? ZEL_OK : m_connection.send(telegram.data(), telegram.size());
 }
 
-std::int32_t DatagramWays::First::sendDatagram(Bytes telegram)
+std::int32_t clDatagramWays::First::sendDatagram(Bytes telegram)
 {
     const std::int32_t result = m_multicast.sendDatagram(telegram);
     return result == ZEL_OK ? result : m_broadcast.sendDatagram(telegram);

@@ -13,15 +13,15 @@ namespace zel {
 // Two of the ways to modules that are not connected. Without an index they go over every adapter.
 
 /// What the two share: each request is one transaction by datagrams.
-class DatagramContext : public iRequestorContext, public iDatagramSender {
+class clDatagramContext : public iRequestorContext, public iDatagramSender {
 public:
     std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t target) final;
 };
 
-class MulticastContext final : public DatagramContext {
+class clMulticastContext final : public clDatagramContext {
 public:
-    explicit MulticastContext(clMulticastServer& server,
-                              std::optional<std::uint32_t> interfaceIndex = {})
+    explicit clMulticastContext(clMulticastServer& server,
+                                std::optional<std::uint32_t> interfaceIndex = {})
         : m_server(server), m_interfaceIndex(interfaceIndex)
     {
     }
@@ -34,10 +34,10 @@ private:
     const std::optional<std::uint32_t> m_interfaceIndex;
 };
 
-class BroadcastContext final : public DatagramContext {
+class clBroadcastContext final : public clDatagramContext {
 public:
-    explicit BroadcastContext(clUDPConnection& connection,
-                              std::optional<std::uint32_t> interfaceIndex = {})
+    explicit clBroadcastContext(clUDPConnection& connection,
+                                std::optional<std::uint32_t> interfaceIndex = {})
         : m_connection(connection), m_interfaceIndex(interfaceIndex)
     {
     }
@@ -52,9 +52,9 @@ private:
 
 /// How a request reaches one module without a connection: by multicast, or at once by broadcast
 /// where no multicast could leave; the second attempt goes by broadcast.
-class DatagramWays {
+class clDatagramWays {
 public:
-    DatagramWays(clMulticastServer& multicasts, clUDPConnection& broadcasts)
+    clDatagramWays(clMulticastServer& multicasts, clUDPConnection& broadcasts)
         : m_first(multicasts, broadcasts), m_second(broadcasts)
     {
     }
@@ -63,7 +63,7 @@ public:
     RequestPath path() { return {m_first, &m_second}; }
 
 private:
-    class First final : public DatagramContext {
+    class First final : public clDatagramContext {
     public:
         First(clMulticastServer& multicasts, clUDPConnection& broadcasts)
             : m_multicast(multicasts), m_broadcast(broadcasts)
@@ -74,12 +74,12 @@ private:
         std::int32_t sendDatagram(Bytes telegram) override;
 
     private:
-        MulticastContext m_multicast;
-        BroadcastContext m_broadcast;
+        clMulticastContext m_multicast;
+        clBroadcastContext m_broadcast;
     };
 
     First m_first;
-    BroadcastContext m_second;
+    clBroadcastContext m_second;
 };
 
 } // namespace zel

@@ -58,7 +58,7 @@ void ask(const std::shared_ptr<clPhonebook>& phonebook, iRequestorContext& way,
          std::uint32_t context)
 {
     try {
-        clMultiMthdReqrSrv::start(kScan, RequestDocument{}.take(),
+        clMultiMthdReqrSrv::start(kScan, clRequestDocument{}.take(),
                                   std::make_unique<Enter>(phonebook), context, way);
     } catch (const std::exception&) {
     }

@@ -24,7 +24,7 @@ private:
 
 } // namespace
 
-ControlParameters& ControlParameters::add(std::string_view text)
+clControlParameters& clControlParameters::add(std::string_view text)
 {
     if (m_count == 0)
         m_text.append(kXmlDeclaration).append("<ControlParams>");
@@ -35,12 +35,12 @@ ControlParameters& ControlParameters::add(std::string_view text)
     return *this;
 }
 
-ControlParameters& ControlParameters::add(std::uint64_t number)
+clControlParameters& clControlParameters::add(std::uint64_t number)
 {
     return add(std::string_view(std::to_string(number)));
 }
 
-std::string ControlParameters::take()
+std::string clControlParameters::take()
 {
     if (m_count > 0)
         m_text.append("</ControlParams>");

@@ -8,10 +8,10 @@ namespace zel {
 
 /// The parameters of a control: a document of its own, elements Par1, Par2, ... in the order of the
 /// calls.
-class ControlParameters {
+class clControlParameters {
 public:
-    ControlParameters& add(std::string_view text);
-    ControlParameters& add(std::uint64_t number);
+    clControlParameters& add(std::string_view text);
+    clControlParameters& add(std::uint64_t number);
 
     /// The document; an empty text where nothing was added. The object is done with.
     std::string take();

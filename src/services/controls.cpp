@@ -23,7 +23,7 @@ constexpr unsigned kCalibrationDecimals = 8;
 
 std::string describeRequest(const char* control)
 {
-    return RequestDocument{}.addVerbatim("Control", control).take();
+    return clRequestDocument{}.addVerbatim("Control", control).take();
 }
 
 std::int32_t describe(const RequestPath& requests, std::uint64_t uuid, ControlMethod method,
@@ -33,7 +33,7 @@ std::int32_t describe(const RequestPath& requests, std::uint64_t uuid, ControlMe
 }
 
 std::int32_t perform(const RequestPath& requests, std::uint64_t uuid, const char* control,
-                     ControlParameters& parameters)
+                     clControlParameters& parameters)
 {
     return send(requests, {uuid, ControlMethod::execute},
                 controlRequest(control, parameters.take().c_str()));
@@ -60,7 +60,7 @@ std::int32_t execute(const RequestPath& requests, std::uint64_t uuid, const char
 {
     if (count != 0 && parameters == nullptr)
         return ZEL_SYS_BAD_PARAMETER;
-    ControlParameters document;
+    clControlParameters document;
     for (std::uint32_t i = 0; i < count; ++i) {
         if (parameters[i] == nullptr)
             return ZEL_SYS_BAD_PARAMETER;
@@ -106,14 +106,14 @@ std::int32_t readStyleSheet(const RequestPath& requests, std::uint64_t uuid, con
 
 std::int32_t activateTeds(const RequestPath& requests, std::uint64_t uuid, std::uint32_t connector)
 {
-    return perform(requests, uuid, "CONNECTORRECONNECT", ControlParameters{}.add(connector));
+    return perform(requests, uuid, "CONNECTORRECONNECT", clControlParameters{}.add(connector));
 }
 
 std::int32_t setZero(const RequestPath& requests, std::uint64_t uuid, std::uint32_t connector,
                      std::uint32_t signal)
 {
     return perform(requests, uuid, "SETZERO",
-                   ControlParameters{}.add(connector).add(signal).add(std::string_view{}));
+                   clControlParameters{}.add(connector).add(signal).add(std::string_view{}));
 }
 
 std::int32_t setZeroWithTarget(const RequestPath& requests, std::uint64_t uuid,
@@ -121,7 +121,7 @@ std::int32_t setZeroWithTarget(const RequestPath& requests, std::uint64_t uuid,
 {
     return perform(
         requests, uuid, "SETZERO",
-        ControlParameters{}.add(connector).add(signal).add(formatParameterDouble(target)));
+        clControlParameters{}.add(connector).add(signal).add(formatParameterDouble(target)));
 }
 
 std::int32_t setCalibrationPoint(const RequestPath& requests, std::uint64_t uuid,
@@ -129,7 +129,7 @@ std::int32_t setCalibrationPoint(const RequestPath& requests, std::uint64_t uuid
                                  double value)
 {
     return perform(requests, uuid, "INITADJ",
-                   ControlParameters{}
+                   clControlParameters{}
                        .add(connector)
                        .add(signal)
                        .add(std::to_string(point))
@@ -139,27 +139,27 @@ std::int32_t setCalibrationPoint(const RequestPath& requests, std::uint64_t uuid
 std::int32_t setI2SToCalibration(const RequestPath& requests, std::uint64_t uuid,
                                  std::uint32_t connector)
 {
-    return perform(requests, uuid, "SETI2STOCAL", ControlParameters{}.add(connector));
+    return perform(requests, uuid, "SETI2STOCAL", clControlParameters{}.add(connector));
 }
 
 std::int32_t setInputSource(const RequestPath& requests, std::uint64_t uuid,
                             std::uint32_t connector, std::uint32_t channel, std::uint32_t source)
 {
     return perform(requests, uuid, "INPUTSRC",
-                   ControlParameters{}.add(connector).add(channel).add(source));
+                   clControlParameters{}.add(connector).add(channel).add(source));
 }
 
 std::int32_t setLedMode(const RequestPath& requests, std::uint64_t uuid, std::uint32_t led,
                         std::uint32_t mode)
 {
-    return perform(requests, uuid, "LEDFLASH", ControlParameters{}.add(led).add(mode));
+    return perform(requests, uuid, "LEDFLASH", clControlParameters{}.add(led).add(mode));
 }
 
 std::int32_t transmitCanMessage(const RequestPath& requests, std::uint64_t uuid,
                                 std::uint32_t connector, std::uint32_t identifier,
                                 const std::array<std::uint8_t, 9>& bytes)
 {
-    ControlParameters parameters;
+    clControlParameters parameters;
     parameters.add(connector).add(identifier);
     for (const std::uint8_t byte : bytes)
         parameters.add(byte);
@@ -172,7 +172,7 @@ std::int32_t readSignalGeneratorClock(const RequestPath& requests, std::uint64_t
     frequency = 0;
     std::array<char, kClockAnswerSize> answer{};
     std::uint64_t length = 0;
-    const std::string parameters = ControlParameters{}.add(generator).take();
+    const std::string parameters = clControlParameters{}.add(generator).take();
     const std::int32_t result =
         executeDocument(requests, uuid, "GETSIGNALGENERATORCLOCK", parameters.c_str(),
                         {answer.data(), &length, answer.size()});
@@ -191,7 +191,7 @@ std::int32_t setArbitrarySignalGenerator(const RequestPath& requests, std::uint6
     // Each takes two characters at least.
     if (curve.samples != nullptr && curve.count > kLongestRequest / 2)
         return ZEL_SRV_INVALID_PARAMETERS;
-    ControlParameters parameters;
+    clControlParameters parameters;
     parameters.add(generator).add(samplesText(curve.samples, curve.count));
     for (const std::uint32_t number : curve.numbers)
         parameters.add(number);

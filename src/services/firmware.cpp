@@ -59,7 +59,7 @@ std::int32_t sendImage(const RequestPath& requests, std::uint64_t uuid, std::siz
                        std::string content)
 {
     const std::int32_t result = send(requests, {uuid, wire::SystemMethod::announceImage},
-                                     RequestDocument{}.addNumber("Index", index).take());
+                                     clRequestDocument{}.addNumber("Index", index).take());
     if (hasFailed(result))
         return result;
     return firstOf(result,

@@ -67,7 +67,7 @@ std::int32_t choose(const RequestPath& requests, std::uint64_t uuid, const char*
 {
     const std::string path = *folder == '\0' ? name : std::string{folder} + "/" + name;
     return send(requests, {uuid, SystemMethod::setFilePath},
-                RequestDocument{}.addText("FilePath", path).take());
+                clRequestDocument{}.addText("FilePath", path).take());
 }
 
 Response fetch(const RequestPath& requests, std::uint64_t uuid, const char* folder,

@@ -25,7 +25,7 @@ const char* textFromModule(const RequestPath& requests, std::uint64_t uuid, std:
     shared.clear();
     const Response response =
         sendForResponse(requests, {uuid, wire::SystemMethod::getText},
-                        RequestDocument().addVerbatim("TextHandle", std::to_string(code)).take());
+                        clRequestDocument().addVerbatim("TextHandle", std::to_string(code)).take());
     ResponseDocument document;
     std::string text;
     if (!hasFailed(response.result) && document.parse(response.payload()) == ZEL_OK &&

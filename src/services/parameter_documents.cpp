@@ -35,17 +35,17 @@ std::string joinedPath(std::string_view path, std::string_view name)
 
 std::string viewRequest(std::uint32_t view)
 {
-    return RequestDocument().addNumber("View", view).take();
+    return clRequestDocument().addNumber("View", view).take();
 }
 
 std::string pathRequest(std::uint32_t view, std::string_view path)
 {
-    return RequestDocument().addNumber("View", view).addText("Path", path).take();
+    return clRequestDocument().addNumber("View", view).addText("Path", path).take();
 }
 
 std::string documentRequest(std::uint32_t view, bool currentChoicesOnly)
 {
-    return RequestDocument()
+    return clRequestDocument()
         .addNumber("View", view)
         .addFlag("CurrChoicesOnly", currentChoicesOnly)
         .take();
@@ -53,7 +53,7 @@ std::string documentRequest(std::uint32_t view, bool currentChoicesOnly)
 
 std::string sectionRequest(std::uint32_t view, std::string_view path, bool currentChoicesOnly)
 {
-    return RequestDocument()
+    return clRequestDocument()
         .addNumber("View", view)
         .addText("Path", path)
         .addFlag("CurrChoicesOnly", currentChoicesOnly)
@@ -62,12 +62,12 @@ std::string sectionRequest(std::uint32_t view, std::string_view path, bool curre
 
 std::string writeDocumentRequest(std::uint32_t view, std::string_view document)
 {
-    return RequestDocument().addNumber("View", view).addText("XmlSection", document).take();
+    return clRequestDocument().addNumber("View", view).addText("XmlSection", document).take();
 }
 
 std::string writeSectionRequest(std::uint32_t view, std::string_view path, std::string_view section)
 {
-    return RequestDocument()
+    return clRequestDocument()
         .addNumber("View", view)
         .addText("Path", path)
         .addText("XmlSection", section)
@@ -76,23 +76,23 @@ std::string writeSectionRequest(std::uint32_t view, std::string_view path, std::
 
 std::string activateDefaultRequest(std::uint32_t view, std::string_view xpath)
 {
-    return RequestDocument().addNumber("View", view).addText("Xpath", xpath).take();
+    return clRequestDocument().addNumber("View", view).addText("Xpath", xpath).take();
 }
 
 std::string activateAllDefaultsRequest()
 {
-    return RequestDocument().take();
+    return clRequestDocument().take();
 }
 
 std::string readTedsRequest(std::uint32_t channel)
 {
-    return RequestDocument().addNumber("Channel", channel - 1).take();
+    return clRequestDocument().addNumber("Channel", channel - 1).take();
 }
 
 std::string writeTedsRequest(std::uint32_t channel, Bytes data)
 {
     // The module gives the identifier; the request's says nothing.
-    return RequestDocument()
+    return clRequestDocument()
         .addNumber("Channel", channel - 1)
         .addNumber("Tid", 0)
         .addHexadecimal("BinData", data)

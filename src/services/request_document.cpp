@@ -16,12 +16,12 @@ constexpr std::string_view kRoot = "SrvParams";
 
 } // namespace
 
-RequestDocument::RequestDocument() : m_text(kXmlDeclaration)
+clRequestDocument::clRequestDocument() : m_text(kXmlDeclaration)
 {
     open(kRoot);
 }
 
-RequestDocument& RequestDocument::addNumber(std::string_view name, std::uint64_t value)
+clRequestDocument& clRequestDocument::addNumber(std::string_view name, std::uint64_t value)
 {
     std::array<char, 20> digits{};
     const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), value);
@@ -30,49 +30,49 @@ RequestDocument& RequestDocument::addNumber(std::string_view name, std::uint64_t
     return close(name);
 }
 
-RequestDocument& RequestDocument::addFlag(std::string_view name, bool value)
+clRequestDocument& clRequestDocument::addFlag(std::string_view name, bool value)
 {
     return addVerbatim(name, value ? "1" : "0");
 }
 
-RequestDocument& RequestDocument::addDouble(std::string_view name, double value)
+clRequestDocument& clRequestDocument::addDouble(std::string_view name, double value)
 {
     return addVerbatim(name, formatParameterDouble(value));
 }
 
-RequestDocument& RequestDocument::addText(std::string_view name, std::string_view text)
+clRequestDocument& clRequestDocument::addText(std::string_view name, std::string_view text)
 {
     open(name);
     appendXmlEscaped(m_text, text);
     return close(name);
 }
 
-RequestDocument& RequestDocument::addVerbatim(std::string_view name, std::string_view text)
+clRequestDocument& clRequestDocument::addVerbatim(std::string_view name, std::string_view text)
 {
     open(name);
     m_text.append(text);
     return close(name);
 }
 
-RequestDocument& RequestDocument::addHexadecimal(std::string_view name, Bytes data)
+clRequestDocument& clRequestDocument::addHexadecimal(std::string_view name, Bytes data)
 {
     open(name);
     appendHexadecimal(m_text, data);
     return close(name);
 }
 
-std::string RequestDocument::take()
+std::string clRequestDocument::take()
 {
     close(kRoot);
     return std::move(m_text);
 }
 
-void RequestDocument::open(std::string_view name)
+void clRequestDocument::open(std::string_view name)
 {
     m_text.append(1, '<').append(name).append(1, '>');
 }
 
-RequestDocument& RequestDocument::close(std::string_view name)
+clRequestDocument& clRequestDocument::close(std::string_view name)
 {
     m_text.append("</").append(name).append(1, '>');
     return *this;

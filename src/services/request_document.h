@@ -12,27 +12,27 @@ inline constexpr std::string_view kXmlDeclaration = R"(<?xml version="1.0" encod
 
 /// Composes the text of a request, root "SrvParams", by appending: one line without white space
 /// between the elements, which stand in the order of the calls.
-class RequestDocument {
+class clRequestDocument {
 public:
-    RequestDocument();
+    clRequestDocument();
 
-    RequestDocument& addNumber(std::string_view name, std::uint64_t value);
+    clRequestDocument& addNumber(std::string_view name, std::uint64_t value);
     /// "1" or "0".
-    RequestDocument& addFlag(std::string_view name, bool value);
-    RequestDocument& addDouble(std::string_view name, double value);
+    clRequestDocument& addFlag(std::string_view name, bool value);
+    clRequestDocument& addDouble(std::string_view name, double value);
     /// Text that may hold anything: its markup characters become entities.
-    RequestDocument& addText(std::string_view name, std::string_view text);
+    clRequestDocument& addText(std::string_view name, std::string_view text);
     /// Text that goes out as it is: control names, which are words of capital letters.
-    RequestDocument& addVerbatim(std::string_view name, std::string_view text);
+    clRequestDocument& addVerbatim(std::string_view name, std::string_view text);
     /// Two capital hexadecimal digits for each byte.
-    RequestDocument& addHexadecimal(std::string_view name, Bytes data);
+    clRequestDocument& addHexadecimal(std::string_view name, Bytes data);
 
     /// Closes the document and hands it over; the object is done with.
     std::string take();
 
 private:
     void open(std::string_view name);
-    RequestDocument& close(std::string_view name);
+    clRequestDocument& close(std::string_view name);
 
     std::string m_text;
 };

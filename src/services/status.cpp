@@ -110,7 +110,7 @@ std::int32_t readTedsStatus(const RequestPath& requests, std::uint64_t uuid,
 {
     const Response response =
         sendForResponse(requests, {uuid, StatusMethod::getTedsStatus},
-                        RequestDocument{}.addNumber("Connector", connector).take());
+                        clRequestDocument{}.addNumber("Connector", connector).take());
     ResponseDocument document;
     std::int32_t result = response.result;
     if (!hasFailed(result))

@@ -41,7 +41,7 @@ std::int32_t readTwoNumbers(const RequestPath& requests, const MethodAddress& ad
 
 std::string connectorRequest(std::uint32_t connector)
 {
-    return RequestDocument{}.addNumber("Connector", connector).take();
+    return clRequestDocument{}.addNumber("Connector", connector).take();
 }
 
 } // namespace
@@ -49,14 +49,14 @@ std::string connectorRequest(std::uint32_t connector)
 std::int32_t restart(const RequestPath& requests, std::uint64_t uuid)
 {
     return send(requests, {uuid, SystemMethod::restart},
-                RequestDocument{}.addFlag("Cold", true).take());
+                clRequestDocument{}.addFlag("Cold", true).take());
 }
 
 std::int32_t readBackgroundServiceResult(const RequestPath& requests, std::uint64_t uuid,
                                          std::uint32_t service, const TextBuffer& buffer)
 {
     return sendForText(requests, {uuid, SystemMethod::getBackgroundServiceResult},
-                       RequestDocument{}.addNumber("Service", service).take(), buffer);
+                       clRequestDocument{}.addNumber("Service", service).take(), buffer);
 }
 
 std::int32_t startFlashing(const RequestPath& requests, std::uint64_t uuid)
@@ -68,7 +68,7 @@ std::int32_t startMspFlashing(const RequestPath& requests, std::uint64_t uuid,
                               std::uint32_t channel)
 {
     return send(requests, {uuid, SystemMethod::flashMsp},
-                RequestDocument{}.addNumber("Channel", channel).take());
+                clRequestDocument{}.addNumber("Channel", channel).take());
 }
 
 std::int32_t readFlashStatus(const RequestPath& requests, std::uint64_t uuid, std::uint32_t& status,
@@ -82,7 +82,7 @@ std::int32_t requestDebugInfo(const RequestPath& requests, std::uint64_t uuid,
                               std::uint32_t debugId, const std::array<const char*, 5>& parameters,
                               char* buffer, std::uint64_t capacity)
 {
-    RequestDocument request;
+    clRequestDocument request;
     request.addNumber("DebugId", debugId);
     for (std::size_t i = 0; i < parameters.size(); ++i)
         request.addText("Par" + std::to_string(i + 1), parameters[i]);
@@ -106,7 +106,7 @@ std::int32_t setSimulatedValue(const RequestPath& requests, std::uint64_t uuid,
                                std::uint32_t mode, double value)
 {
     return send(requests, {uuid, SystemMethod::setSimulatedValue},
-                RequestDocument{}
+                clRequestDocument{}
                     .addNumber("Connector", connector)
                     .addNumber("Channel", channel)
                     .addNumber("Signal", signal)

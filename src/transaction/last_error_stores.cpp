@@ -4,17 +4,17 @@
 
 namespace zel {
 
-LastErrorStore<std::string>& messageStore()
+clLastErrorStore<std::string>& messageStore()
 {
-    using Store = LastErrorStore<std::string>;
+    using Store = clLastErrorStore<std::string>;
     static constinit ProcessWide<Store> store;
     return store.get([] { return Store{[](const std::string& words) { return words.size(); }}; });
 }
 
-LastErrorStore<std::unique_ptr<clRxTelContainer>>& dataStore()
+clLastErrorStore<std::unique_ptr<clRxTelContainer>>& dataStore()
 {
     using Answer = std::unique_ptr<clRxTelContainer>;
-    using Store = LastErrorStore<Answer>;
+    using Store = clLastErrorStore<Answer>;
     static constinit ProcessWide<Store> store;
     return store.get(
         [] { return Store{[](const Answer& answer) { return answer ? answer->size() : 0; }}; });

@@ -9,10 +9,10 @@
 namespace zel {
 
 /// The explanation that came with the last failed synchronous request to each module.
-LastErrorStore<std::string>& messageStore();
+clLastErrorStore<std::string>& messageStore();
 
 /// The last response of each module that was longer than its caller's buffer.
-LastErrorStore<std::unique_ptr<clRxTelContainer>>& dataStore();
+clLastErrorStore<std::unique_ptr<clRxTelContainer>>& dataStore();
 
 /// The host is done with a module: what is too large to be kept for long goes.
 void dropHugeErrors(std::uint64_t uuid);

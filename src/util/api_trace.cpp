@@ -4,24 +4,26 @@
 
 namespace zel {
 
-ApiTrace::ApiTrace() : ApiTrace(userFolder() += "/ZEL") {}
+clApiTrace::clApiTrace() : clApiTrace(userFolder() += "/ZEL") {}
 
-ApiTrace::ApiTrace(const std::filesystem::path& folder) : m_script(folder), m_sequence(folder) {}
-
-ApiTrace& ApiTrace::instance()
+clApiTrace::clApiTrace(const std::filesystem::path& folder) : m_script(folder), m_sequence(folder)
 {
-    static ApiTrace trace;
+}
+
+clApiTrace& clApiTrace::instance()
+{
+    static clApiTrace trace;
     return trace;
 }
 
-void ApiTrace::enable(bool isEnabled)
+void clApiTrace::enable(bool isEnabled)
 {
     const std::lock_guard lock{m_mutex};
     m_isEnabled = isEnabled;
 }
 
-ApiTrace::Begun ApiTrace::beginCall(const char* exportName,
-                                    std::initializer_list<TraceValue> arguments)
+clApiTrace::Begun clApiTrace::beginCall(const char* exportName,
+                                        std::initializer_list<TraceValue> arguments)
 {
     const std::lock_guard lock{m_mutex};
     const Begun begun{.isInScript = m_script.writeCall(exportName, arguments),
@@ -35,7 +37,7 @@ ApiTrace::Begun ApiTrace::beginCall(const char* exportName,
     return begun;
 }
 
-void ApiTrace::endCall(Begun begun, std::int32_t code)
+void clApiTrace::endCall(Begun begun, std::int32_t code)
 {
     const std::lock_guard lock{m_mutex};
     if (begun.isInScript)
@@ -44,14 +46,14 @@ void ApiTrace::endCall(Begun begun, std::int32_t code)
         m_sequence.writeReturn({}, ReturnKind::normal, {}, std::to_string(code));
 }
 
-void ApiTrace::endCallByException(Begun begun)
+void clApiTrace::endCallByException(Begun begun)
 {
     const std::lock_guard lock{m_mutex};
     if (begun.isInSequence)
         m_sequence.writeReturn({}, ReturnKind::exception, {}, {});
 }
 
-void ApiTrace::recordWait(std::uint32_t milliseconds)
+void clApiTrace::recordWait(std::uint32_t milliseconds)
 {
     const std::lock_guard lock{m_mutex};
     m_script.writeWait(milliseconds);

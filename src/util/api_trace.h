@@ -10,15 +10,15 @@ namespace zel {
 
 /// Records calls of exports: in a script that repeats them, and in a log of what happened when on
 /// which thread. Any thread.
-class ApiTrace {
+class clApiTrace {
 public:
     /// Both files go into "ZEL" below the user's folder; throws zel::exception when one cannot be
     /// opened.
-    ApiTrace();
-    explicit ApiTrace(const std::filesystem::path& folder);
+    clApiTrace();
+    explicit clApiTrace(const std::filesystem::path& folder);
 
     /// The process's trace, made by the first call of this; nothing else makes it.
-    static ApiTrace& instance();
+    static clApiTrace& instance();
 
     /// Switches the sequence log, which is on at first; the script is always written.
     void enable(bool isEnabled);
@@ -36,8 +36,8 @@ public:
 private:
     mutable Mutex m_mutex;
     bool m_isEnabled = true;
-    TraceScript m_script;
-    TraceSequence m_sequence;
+    clTraceScript m_script;
+    clTraceSequence m_sequence;
 };
 
 /// One call of an export in the trace:
@@ -47,7 +47,7 @@ private:
 class RecordedCall {
 public:
     RecordedCall(const char* exportName, std::initializer_list<TraceValue> arguments,
-                 ApiTrace& trace = ApiTrace::instance())
+                 clApiTrace& trace = clApiTrace::instance())
         : m_trace(trace), m_begun(trace.beginCall(exportName, arguments))
     {
     }
@@ -66,8 +66,8 @@ public:
     }
 
 private:
-    ApiTrace& m_trace;
-    const ApiTrace::Begun m_begun;
+    clApiTrace& m_trace;
+    const clApiTrace::Begun m_begun;
 };
 
 } // namespace zel

@@ -14,14 +14,14 @@ namespace zel {
 /// What the last failed request to each module left behind. Lives for the whole process; any thread
 /// may call any function.
 template <class Value>
-class LastErrorStore {
+class clLastErrorStore {
 public:
     // Strangers cannot fill the memory: the oldest values go, but never the one just put there.
     static constexpr std::size_t kMostModules = 10000;
     static constexpr std::size_t kMostBytes = std::size_t{64} << 20;
 
     /// `sizeOf` tells how much memory a value holds.
-    explicit LastErrorStore(std::size_t (*sizeOf)(const Value&)) : m_sizeOf(sizeOf) {}
+    explicit clLastErrorStore(std::size_t (*sizeOf)(const Value&)) : m_sizeOf(sizeOf) {}
 
     void put(std::uint64_t uuid, Value value)
     {

@@ -58,7 +58,7 @@ void put(std::FILE* stream, std::string_view text)
     std::fwrite(text.data(), 1, text.size(), stream);
 }
 
-struct LoggerOfTheProcess : Logger {
+struct LoggerOfTheProcess : clLogger {
     LoggerOfTheProcess()
     {
         configure(environmentText("ZEL_LOG_CATEGORIES").c_str(),
@@ -68,7 +68,7 @@ struct LoggerOfTheProcess : Logger {
 
 } // namespace
 
-void Logger::write(LogLevel level, LogCategory category, std::string_view text) noexcept
+void clLogger::write(LogLevel level, LogCategory category, std::string_view text) noexcept
 {
     if (!isOn(category))
         return;
@@ -82,12 +82,12 @@ void Logger::write(LogLevel level, LogCategory category, std::string_view text) 
     }
 }
 
-void Logger::writePlain(LogLevel level, std::string_view text)
+void clLogger::writePlain(LogLevel level, std::string_view text)
 {
     output(level, "Log: ", text);
 }
 
-void Logger::setOpen(bool isOpen)
+void clLogger::setOpen(bool isOpen)
 {
     if (m_isOpen == isOpen)
         return;
@@ -95,7 +95,7 @@ void Logger::setOpen(bool isOpen)
     m_isOpen = isOpen;
 }
 
-void Logger::configure(const char* categories, const char* level)
+void clLogger::configure(const char* categories, const char* level)
 {
     constexpr auto kHighest = static_cast<std::uint32_t>(LogLevel::debug);
     if (const auto threshold = parseWhole(level, 10); threshold && *threshold <= kHighest)
@@ -106,7 +106,7 @@ void Logger::configure(const char* categories, const char* level)
     }
 }
 
-LogLevel Logger::capped(LogLevel level, LogCategory category) const
+LogLevel clLogger::capped(LogLevel level, LogCategory category) const
 {
     if (isIn(m_errorCategories, category))
         return std::min(level, LogLevel::error);
@@ -117,7 +117,7 @@ LogLevel Logger::capped(LogLevel level, LogCategory category) const
     return level;
 }
 
-void Logger::output(LogLevel level, std::string_view start, std::string_view text)
+void clLogger::output(LogLevel level, std::string_view start, std::string_view text)
 {
     const auto number = static_cast<std::uint32_t>(level);
     if (number > m_threshold.load(std::memory_order_relaxed))
@@ -139,7 +139,7 @@ void Logger::output(LogLevel level, std::string_view start, std::string_view tex
     std::fflush(stream);
 }
 
-Logger& logger()
+clLogger& logger()
 {
     // It has no lock, and a child's may be its parent's: so it never needs memory.
     static constinit ProcessWide<LoggerOfTheProcess, InChild::kept> instance;

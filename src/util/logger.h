@@ -33,12 +33,12 @@ enum class LogCategory : std::uint32_t {
 ///
 /// Any thread may call anything at any time. There is no lock: lines of several threads may
 /// interleave where one line goes to both streams.
-class Logger {
+class clLogger {
 public:
     /// Closed, no category on, threshold LogLevel::info.
-    Logger() = default;
-    Logger(const Logger&) = delete;
-    Logger& operator=(const Logger&) = delete;
+    clLogger() = default;
+    clLogger(const clLogger&) = delete;
+    clLogger& operator=(const clLogger&) = delete;
 
     /// Whether write() with this category can produce a line.
     bool isOn(LogCategory category) const
@@ -104,6 +104,6 @@ private:
 };
 
 /// The process's one logger, made and configured from the environment on first use.
-Logger& logger();
+clLogger& logger();
 
 } // namespace zel

@@ -30,7 +30,7 @@ std::string nameOfThisMoment()
 
 } // namespace
 
-TraceFile::TraceFile(const std::filesystem::path& folder, std::string_view extension)
+clTraceFile::clTraceFile(const std::filesystem::path& folder, std::string_view extension)
 {
     std::filesystem::path file = folder;
     file += nameOfThisMoment();
@@ -43,7 +43,7 @@ TraceFile::TraceFile(const std::filesystem::path& folder, std::string_view exten
         throw exception("could not open trace file " + utf8(file));
 }
 
-void TraceFile::writeLine(std::string_view line)
+void clTraceFile::writeLine(std::string_view line)
 {
     m_out << line << '\n' << std::flush;
 }

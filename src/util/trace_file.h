@@ -8,10 +8,10 @@ namespace zel {
 
 /// A file of the trace, named after the moment in which it is made. Whole lines, each on the disk
 /// before the next: a trace is read after a crash.
-class TraceFile {
+class clTraceFile {
 public:
     /// Throws zel::exception when it cannot be made.
-    TraceFile(const std::filesystem::path& folder, std::string_view extension);
+    clTraceFile(const std::filesystem::path& folder, std::string_view extension);
 
     void writeLine(std::string_view line);
 

@@ -28,7 +28,7 @@ std::string argumentList(std::span<const TraceValue> arguments)
 
 } // namespace
 
-TraceScript::TraceScript(const std::filesystem::path& folder) : m_file(folder, ".lua")
+clTraceScript::clTraceScript(const std::filesystem::path& folder) : m_file(folder, ".lua")
 {
     m_file.writeLine("-- process id=" + std::to_string(processId()));
     for (const char* const line :
@@ -38,7 +38,7 @@ TraceScript::TraceScript(const std::filesystem::path& folder) : m_file(folder, "
         m_file.writeLine(line);
 }
 
-bool TraceScript::writeCall(std::string_view exportName, std::span<const TraceValue> arguments)
+bool clTraceScript::writeCall(std::string_view exportName, std::span<const TraceValue> arguments)
 {
     const std::string name{traceName(exportName)};
     if (name.empty())
@@ -49,12 +49,12 @@ bool TraceScript::writeCall(std::string_view exportName, std::span<const TraceVa
     return true;
 }
 
-void TraceScript::writeResult(std::int32_t code)
+void clTraceScript::writeResult(std::int32_t code)
 {
     m_file.writeLine("-- result[1] = " + std::to_string(code));
 }
 
-void TraceScript::writeWait(std::uint32_t milliseconds)
+void clTraceScript::writeWait(std::uint32_t milliseconds)
 {
     m_file.writeLine("msleep(" + std::to_string(milliseconds) + ")");
 }

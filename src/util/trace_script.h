@@ -8,9 +8,9 @@
 namespace zel {
 
 /// The script that repeats the calls of a host. One thread at a time.
-class TraceScript {
+class clTraceScript {
 public:
-    explicit TraceScript(const std::filesystem::path& folder);
+    explicit clTraceScript(const std::filesystem::path& folder);
 
     /// False, and nothing written, for an export that scripts do not have.
     bool writeCall(std::string_view exportName, std::span<const TraceValue> arguments);
@@ -18,7 +18,7 @@ public:
     void writeWait(std::uint32_t milliseconds);
 
 private:
-    TraceFile m_file;
+    clTraceFile m_file;
 };
 
 } // namespace zel

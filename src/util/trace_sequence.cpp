@@ -37,9 +37,9 @@ const char* marker(CallKind kind)
 
 } // namespace
 
-TraceSequence::TraceSequence(const std::filesystem::path& folder) : m_file(folder, ".seq") {}
+clTraceSequence::clTraceSequence(const std::filesystem::path& folder) : m_file(folder, ".seq") {}
 
-std::string TraceSequence::lineStart() const
+std::string clTraceSequence::lineStart() const
 {
     const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::steady_clock::now() - m_begin);
@@ -47,27 +47,28 @@ std::string TraceSequence::lineStart() const
            "]";
 }
 
-const std::string& TraceSequence::currentFunction() const
+const std::string& clTraceSequence::currentFunction() const
 {
     static const std::string kHost = "host";
     const auto thread = m_threads.find(threadNumber());
     return thread == m_threads.end() ? kHost : thread->second.back();
 }
 
-bool TraceSequence::isInside() const
+bool clTraceSequence::isInside() const
 {
     return m_threads.contains(threadNumber());
 }
 
-void TraceSequence::writeCall(std::string_view qualifier, CallKind kind, std::string_view function)
+void clTraceSequence::writeCall(std::string_view qualifier, CallKind kind,
+                                std::string_view function)
 {
     m_file.writeLine(lineStart() + qualified(qualifier, currentFunction()) + marker(kind) +
                      std::string{function});
     m_threads[threadNumber()].emplace_back(function);
 }
 
-void TraceSequence::writeReturn(std::string_view qualifier, ReturnKind kind,
-                                std::string_view callerQualifier, std::string_view resultText)
+void clTraceSequence::writeReturn(std::string_view qualifier, ReturnKind kind,
+                                  std::string_view callerQualifier, std::string_view resultText)
 {
     std::string line = lineStart() + qualified(qualifier, currentFunction()) +
                        (kind == ReturnKind::normal ? " <== " : " (X) ");

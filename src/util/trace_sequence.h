@@ -21,9 +21,9 @@ enum class CallKind {
 enum class ReturnKind { normal, exception };
 
 /// The log of calls and returns by thread. One thread at a time.
-class TraceSequence {
+class clTraceSequence {
 public:
-    explicit TraceSequence(const std::filesystem::path& folder);
+    explicit clTraceSequence(const std::filesystem::path& folder);
 
     /// What stands before the ":" may be empty; then the ":" is left out too.
     void writeCall(std::string_view qualifier, CallKind kind, std::string_view function);
@@ -42,7 +42,7 @@ private:
 
     const std::chrono::steady_clock::time_point m_begin = std::chrono::steady_clock::now();
     std::unordered_map<std::uint64_t, Functions> m_threads;
-    TraceFile m_file;
+    clTraceFile m_file;
 };
 
 } // namespace zel

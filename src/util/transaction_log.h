@@ -6,7 +6,7 @@
 
 namespace zel {
 
-/// One line about transactions, see Logger::write().
+/// One line about transactions, see clLogger::write().
 template <class Text>
 void logTransaction(LogLevel level, Text&& text) noexcept
 {

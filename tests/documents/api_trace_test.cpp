@@ -74,7 +74,7 @@ protected:
 TEST_F(ApiTraces, WriteAScriptThatRepeatsTheCalls)
 {
     {
-        ApiTrace trace{m_folder};
+        clApiTrace trace{m_folder};
         const auto gives = [](std::int32_t code) { return [code] { return code; }; };
         EXPECT_EQ((RecordedCall{"ZEL_Init", {}, trace})(gives(1)), 1);
         RecordedCall{"ZEL_XPAR_ReadPar",
@@ -116,7 +116,7 @@ TEST_F(ApiTraces, WriteAScriptThatRepeatsTheCalls)
 
 TEST_F(ApiTraces, WriteASequenceOfCallsAndReturnsByThread)
 {
-    ApiTrace trace{m_folder};
+    clApiTrace trace{m_folder};
     const auto nothing = [] { return 0; };
     RecordedCall{"ZEL_XPAR_ReadXML", {}, trace}([&] {
         std::thread{[&] { RecordedCall{"ZEL_XCOM_Disconnect", {}, trace}(nothing); }}.join();
@@ -146,7 +146,7 @@ TEST_F(ApiTraces, WriteASequenceOfCallsAndReturnsByThread)
 TEST_F(ApiTraces, PutQualifiersBeforeTheFunctions)
 {
     std::filesystem::create_directories(m_folder);
-    TraceSequence log{m_folder};
+    clTraceSequence log{m_folder};
     log.writeCall("application", CallKind::fromHost, "ZEL_Init");
     log.writeReturn("library", ReturnKind::normal, "application", "started");
     EXPECT_EQ(sequence(), "[T, A]application:host ==> ZEL_Init\n"
@@ -157,7 +157,7 @@ TEST_F(ApiTraces, SayWhichFileCannotBeOpened)
 {
     std::ofstream{m_folder} << "a file where the folder should be";
     try {
-        const ApiTrace trace{m_folder};
+        const clApiTrace trace{m_folder};
         FAIL();
     } catch (const exception& error) {
         EXPECT_NE(std::string{error.what()}.find("could not open trace file "), std::string::npos);

@@ -39,7 +39,7 @@ Streams written(Work&& work)
 
 TEST(Logging, WritesNothingWhileClosedOrWhileTheCategoryIsOff)
 {
-    Logger log;
+    clLogger log;
     log.setThreshold(kEveryLevel);
     const Streams streams = written([&] {
         log.setMask(~0U);
@@ -58,7 +58,7 @@ TEST(Logging, WritesNothingWhileClosedOrWhileTheCategoryIsOff)
 
 TEST(Logging, NotesOpeningAndClosingOnceEach)
 {
-    Logger log;
+    clLogger log;
     const Streams streams = written([&] {
         log.setOpen(false);
         log.setOpen(true);
@@ -71,7 +71,7 @@ TEST(Logging, NotesOpeningAndClosingOnceEach)
 
 TEST(Logging, WritesTheLevelWordAndTheCategoryAsTenDigits)
 {
-    Logger log;
+    clLogger log;
     log.setThreshold(kEveryLevel);
     log.setMask(~0U);
     const Streams streams = written([&] {
@@ -95,7 +95,7 @@ TEST(Logging, WritesTheLevelWordAndTheCategoryAsTenDigits)
 
 TEST(Logging, KeepsToTheThreshold)
 {
-    Logger log;
+    clLogger log;
     log.setMask(kMeasurement);
     const Streams streams = written([&] {
         log.setOpen(true);
@@ -110,7 +110,7 @@ TEST(Logging, KeepsToTheThreshold)
 
 TEST(Logging, CapsTheLevelOfACategoryAtItsMostSevereMask)
 {
-    Logger log;
+    clLogger log;
     log.setMask(kMeasurement);
     log.setInfoCategories(kMeasurement);
     const Streams streams = written([&] {
@@ -132,7 +132,7 @@ TEST(Logging, CapsTheLevelOfACategoryAtItsMostSevereMask)
 
 TEST(Logging, IsConfiguredByWellFormedTextsOnly)
 {
-    Logger log;
+    clLogger log;
     Streams streams = written([&] {
         log.configure(nullptr, nullptr);
         log.configure("", "");

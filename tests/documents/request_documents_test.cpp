@@ -14,7 +14,7 @@ namespace {
 
 TEST(RequestDocuments, OfOtherServicesWriteEachKindOfValue)
 {
-    EXPECT_EQ(RequestDocument()
+    EXPECT_EQ(clRequestDocument()
                   .addVerbatim("Control", "SETZERO")
                   .addDouble("Value", 100000.5)
                   .addNumber("Mode", 18446744073709551615U)
@@ -25,7 +25,7 @@ TEST(RequestDocuments, OfOtherServicesWriteEachKindOfValue)
 
 TEST(ControlRequests, CarryTheirParametersEscapedTwice)
 {
-    const std::string parameters = ControlParameters().add("a<b\"").add(255U).add("").take();
+    const std::string parameters = clControlParameters().add("a<b\"").add(255U).add("").take();
     EXPECT_EQ(parameters, DECLARATION "<ControlParams><Par1>a&lt;b&quot;</Par1><Par2>255</Par2>"
                                       "<Par3></Par3></ControlParams>");
     EXPECT_EQ(controlRequest("LEDFLASH", parameters.c_str()),
@@ -41,7 +41,7 @@ TEST(ControlRequests, CarryTheirParametersEscapedTwice)
 
 TEST(ControlRequests, LeaveOutParametersThatAreNotThere)
 {
-    EXPECT_EQ(ControlParameters().take(), "");
+    EXPECT_EQ(clControlParameters().take(), "");
     EXPECT_EQ(controlRequest("A&B", ""), "<?xml version=\"1.0\"?>\n"
                                          "<SrvParams>\n"
                                          "\t<Control>A&amp;B</Control>\n"

@@ -108,7 +108,7 @@ TEST_F(LastErrorStores, KeepTheLatestOfEachModuleAndTheLatestOfAll)
 
 TEST_F(LastErrorStores, AreBoundedInAll)
 {
-    using Store = zel::LastErrorStore<std::string>;
+    using Store = zel::clLastErrorStore<std::string>;
     for (std::uint64_t uuid = 1; uuid <= Store::kMostModules + 1; ++uuid)
         zel::messageStore().put(uuid, "refused");
     EXPECT_EQ(messageOf(1).length, 0U);
