@@ -32,12 +32,12 @@ public:
         const std::lock_guard lock(m_mutex);
         const auto [place, isNew] = m_places.try_emplace(uuid, gone.begin());
         if (!isNew)
-            take(std::exchange(place->second, gone.begin()), gone);
+            takeLocked(std::exchange(place->second, gone.begin()), gone);
         m_size += gone.front().size;
         m_entries.splice(m_entries.end(), gone, gone.begin());
         while (m_entries.size() > 1 && (m_entries.size() > kMostModules || m_size > kMostBytes)) {
             m_places.erase(m_entries.front().uuid);
-            take(m_entries.begin(), gone);
+            takeLocked(m_entries.begin(), gone);
         }
     }
 
@@ -67,7 +67,7 @@ public:
         const auto place = m_places.find(uuid);
         if (place == m_places.end() || place->second->size <= kMostBytes)
             return;
-        take(place->second, gone);
+        takeLocked(place->second, gone);
         m_places.erase(place);
     }
 
@@ -90,7 +90,7 @@ private:
     using Entries = std::list<Entry>;
     using Places = std::unordered_map<std::uint64_t, typename Entries::iterator>;
 
-    void take(typename Entries::iterator entry, Entries& gone)
+    void takeLocked(typename Entries::iterator entry, Entries& gone)
     {
         m_size -= entry->size;
         gone.splice(gone.end(), m_entries, entry);
