@@ -45,5 +45,3 @@ if(WIN32)
 else()
   add_compile_definitions(_GNU_SOURCE)
 endif()
-
-find_package(Threads REQUIRED)
