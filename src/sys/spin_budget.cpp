@@ -11,7 +11,7 @@ namespace zel::sys {
 namespace {
 
 constexpr int kMaxCredit = 16;
-constexpr unsigned kTryEvery = 32;
+constexpr unsigned kTryEvery = 256;
 
 struct Waits {
     const bool hasProcessorToSpare = std::thread::hardware_concurrency() > 1;
