@@ -9,7 +9,7 @@ namespace {
 void run(sys::EventLoop& loop)
 {
     loop.execute();
-    // A loop that ended by itself delivers nothing any more, not even a time-out: who waits must
+    // A loop that ended by itself delivers nothing more, not even a time-out: whoever waits must
     // not wait for ever.
     if (!loop.canRun())
         requestorRegistry().connectionLost(RequestorRegistry::kEveryConnection);
@@ -20,7 +20,7 @@ void run(sys::EventLoop& loop)
 Client::LoopThread::LoopThread(sys::EventLoop& loop)
     : m_loop(loop), m_thread([&loop] { run(loop); })
 {
-    // Which the thread has told the event log.
+    // The thread has told the event log of it.
     if (const std::error_code failure = loop.failure())
         throw std::system_error{failure};
 }
@@ -47,7 +47,7 @@ Client::Client()
 Client::~Client()
 {
     m_loopThread.stop();
-    // Scans own themselves and would wait for a timer that expires no more.
+    // Scans own themselves and would wait for a timer that never expires any more.
     requestorRegistry().connectionLost(RequestorRegistry::kEveryConnection);
 }
 

@@ -58,7 +58,7 @@ std::error_code codeOfCurrentException()
     }
 }
 
-/// The manager's end asks for them, also where it ends half made, and must find them made.
+/// The manager's end uses them, also when it was only half made, and must find them made.
 void makeWhatTheEndNeeds()
 {
     requestorRegistry();
@@ -101,7 +101,7 @@ clSystemMgr* manager()
 void startLibrary()
 {
     // A host in C, and the loader around a DllMain, may stop the exception by the system's own
-    // means, which run no destructors, or run them wrongly: it sets out when there are none left to
+    // means, which run no destructors, or run them wrongly: it is thrown when none are left to
     // run.
     const std::error_code failure = startUnderLock();
     if (failure == std::errc::not_enough_memory)

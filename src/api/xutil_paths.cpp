@@ -9,7 +9,7 @@ using namespace zel;
 
 namespace {
 
-/// Cuts a path that is too long without a word: its length is then one less than the size.
+/// Silently cuts a path that is too long: its length is then one less than the size.
 template <class Compose>
 std::int32_t compose(char* buffer, std::uint64_t size, std::uint64_t* length, Compose&& path)
 {

@@ -28,7 +28,7 @@ public:
     /// joined before, and leaves it on those that are gone. Any thread.
     std::vector<sys::HostAdapter> refresh();
 
-    /// Sends over every adapter, or over the one with this index; 0 when it left over one at least,
+    /// Sends over every adapter, or over the one with this index; 0 when it left over at least one,
     /// else ZEL_CONN_SEND_FAILED. Any thread.
     std::int32_t send(std::optional<std::uint32_t> interfaceIndex, Bytes telegram);
 

@@ -56,8 +56,8 @@ private:
 
     sys::EventLoop& m_loop;
 
-    // No more, before the loop is asked to notice the connection again: a callback that stopped
-    // early because it was lent is followed by that.
+    // Cleared before the loop is asked to watch the connection again, so that this request comes
+    // after every callback that stopped early because the connection was lent.
     std::atomic<bool> m_isLent = false;
 
     // under m_mutex

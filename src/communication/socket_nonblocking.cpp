@@ -134,9 +134,9 @@ int SocketNonblocking::receive(MutableBytes buffer)
         const sys::Readiness::Posted posted = m_readiness.post();
         if (posted == sys::Readiness::Posted::pending)
             break;
-        // Data came, or the connection broke, between the read and the request for a notice.
+        // Data came, or the connection broke, between the read and the request for a notification.
         count = readIntoBoth(buffer);
-        // Without a notice nobody would ever look again.
+        // Without a notification nobody would ever look again.
         if (posted == sys::Readiness::Posted::failed && m_lastFailure == Failure::wouldBlock)
             m_lastFailure = Failure::other;
     }

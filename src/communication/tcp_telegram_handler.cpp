@@ -16,7 +16,7 @@ using Outcome = communication::OutgoingQueue::Outcome;
 
 namespace {
 
-// Within the time that a request has for its first sign of the module.
+// Within the time that a request has for the first sign from its module.
 constexpr std::chrono::milliseconds kRoomLimit{2900};
 // The system asks a module each second whether it is there.
 constexpr std::chrono::milliseconds kShortSilence{1250};

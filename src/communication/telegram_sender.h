@@ -24,7 +24,7 @@ public:
     /// there is no connection.
     virtual std::uint64_t connectionId() const = 0;
 
-    /// The same, and waits until the flag is set, which what comes in reply must do. Receives on
+    /// The same, and waits until the flag is set, which the reply must cause. Receives on
     /// this connection itself meanwhile where it can. -1: it was not sent, and nobody has waited.
     /// Not inside a callback, and without any lock.
     virtual int sendAndWait(std::span<const Bytes> payload, sys::EventFlag& flag) = 0;

@@ -20,7 +20,7 @@ public:
     using Read = std::function<int(MutableBytes)>;
 
     /// Lets `read` fill the memory for what belongs at `offset`, as far as that is in one piece,
-    /// and answers what it answers; nothing when nobody waits for it any more.
+    /// and returns what that returns; nothing when nobody waits for it any more.
     virtual std::optional<int> readAt(std::size_t offset, const Read& read) = 0;
     /// All of it is there, and the telegram was good.
     virtual void arrived() = 0;

@@ -119,9 +119,9 @@ ZEL_AVX512 std::size_t shuffleBy64(const std::byte* from, std::byte* to, std::si
     return done;
 }
 
-// Elements of 12 bytes: the first two words change places, and each word is turned. What is stored
-// beyond the last whole element is overwritten by the next store. The next load comes first, so
-// that source and destination may be the same.
+// Elements of 12 bytes: the first two words change places, and each word is reversed. What is
+// stored beyond the last whole element is overwritten by the next store. The next load comes first,
+// so that source and destination may be the same.
 
 ZEL_AVX2 std::size_t shuffle12By24(const std::byte* from, std::byte* to, std::size_t size)
 {

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-/// Turns the byte order of many numbers at once, with what the processor has for it. Source and
+/// Reverses the byte order of many numbers at once, with what the processor has for it. Source and
 /// destination may be the same, but must not overlap otherwise; neither need be aligned.
 namespace zel::daq {
 

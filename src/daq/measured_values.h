@@ -9,7 +9,7 @@
 
 /// Measured values as a module sends them on request, and what it has to offer. Each function is
 /// one method request of service 5, waits for the answer and returns its result. What comes with a
-/// warning is taken as without.
+/// warning is taken as if without.
 namespace zel::daq {
 
 /// The request for a block of at most so many bytes.

@@ -83,7 +83,7 @@ struct SignalReference {
 std::optional<SignalReference> parseReference(std::string_view text);
 
 /// The numbers of a reference that has a parameter path, counted from 1 as in that path; nothing
-/// for other kinds and for what does not read. `canType` is the type of CAN signals.
+/// for other kinds and for what cannot be read. `canType` is the type of CAN signals.
 std::optional<SignalNumbers> numbersOf(std::string_view reference, std::uint32_t canType);
 
 /// The parameter path of a signal reference; empty where there is none.

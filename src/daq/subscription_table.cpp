@@ -41,7 +41,7 @@ void logFinish(std::uint64_t uuid, std::int32_t result)
 
 } // namespace
 
-/// Empties a subscription when it is over with it, come what may.
+/// Empties a subscription at the end of its scope, come what may.
 struct clSubscriptionTable::Emptied {
     Entry& entry;
 

@@ -21,7 +21,7 @@ class clSubscriptionTable {
 public:
     /// A larger record is quietly cut down to this many elements.
     static constexpr std::uint64_t kLargestBlock = 2'000'000;
-    /// Subscriptions may be opened for modules that do not exist: of so many the oldest goes.
+    /// Subscriptions may be opened for modules that do not exist: beyond so many the oldest goes.
     static constexpr std::size_t kMostSubscriptions = 4096;
 
     clSubscriptionTable() : m_entries(8) { m_entries.max_load_factor(1.0F); }

@@ -28,7 +28,7 @@ bool read(std::string_view text, std::optional<Number>& number)
     return true;
 }
 
-/// One "key=value"; false for what is unknown, twice there or no number.
+/// One "key=value"; false for what is unknown, repeated or no number.
 bool readPair(std::string_view key, std::string_view value, Trigger& trigger,
               std::optional<std::uint64_t>& uuid)
 {
@@ -61,7 +61,7 @@ bool isComplete(const Trigger& trigger)
         return trigger.status && !hasBound;
     const bool hasStatus =
         trigger.status || trigger.value || trigger.connector || trigger.channel || trigger.signal;
-    // Not a number would compare to nothing.
+    // A NaN would never compare as true.
     const bool isBoundGood =
         !std::isnan(trigger.above.value_or(0)) && !std::isnan(trigger.below.value_or(0));
     return hasBound && isBoundGood && !hasStatus;
@@ -145,12 +145,12 @@ std::optional<Trigger> parseTrigger(std::string_view text)
 /// Counts a wait for as long as it lasts.
 class Triggers::Waiting {
 public:
-    explicit Waiting(Triggers& triggers) : m_triggers(triggers) {} // counted by who makes it
+    explicit Waiting(Triggers& triggers) : m_triggers(triggers) {} // counted by its maker
     ~Waiting()
     {
         const std::lock_guard lock{m_triggers.m_mutex};
         --m_triggers.m_waiting;
-        // Under the lock: the triggers may be gone right behind it.
+        // Under the lock: the triggers may be gone right after it.
         if (m_triggers.m_isEnding)
             m_triggers.m_changed.notify_all();
     }

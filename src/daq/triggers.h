@@ -18,7 +18,7 @@ namespace zel::daq {
 struct Trigger {
     std::uint64_t uuid = 0;
 
-    // a status, wherever it is where a place is left out
+    // a status; a place that is left out stands for any
     std::optional<std::uint32_t> connector;
     std::optional<std::uint32_t> channel;
     std::optional<std::uint32_t> signal;

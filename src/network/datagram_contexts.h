@@ -59,7 +59,7 @@ public:
     {
     }
 
-    /// Good as long as this object.
+    /// Valid as long as this object.
     RequestPath path() { return {m_first, &m_second}; }
 
 private:

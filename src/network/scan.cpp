@@ -53,7 +53,7 @@ private:
     const std::shared_ptr<clPhonebook> m_phonebook;
 };
 
-/// What cannot be sent leaves the scan with what comes otherwise.
+/// Where one way fails, the scan has what comes by the others.
 void ask(const std::shared_ptr<clPhonebook>& phonebook, iRequestorContext& way,
          std::uint32_t context)
 {

@@ -17,7 +17,7 @@ struct TextBuffer {
 struct CopyOutcome {
     std::int32_t result = 0;
     std::uint64_t length = 0;
-    bool mustKeep = false; // the response belongs into the store of oversized responses
+    bool mustKeep = false; // the response belongs in the store of oversized responses
 };
 
 /// The buffer rule for texts: what is strictly shorter than the capacity is copied with a zero

@@ -8,7 +8,7 @@
 namespace zel {
 
 /// Takes the pieces of a document into a caller's buffer as far as they fit and counts them all, so
-/// that the count ends as the length of the whole document.
+/// that the count ends up as the length of the whole document.
 class PugiXmlBufferWriter : public pugi::xml_writer {
 public:
     /// A null buffer counts as one without capacity.

@@ -13,7 +13,7 @@
 
 namespace zel {
 
-/// A number that may be missing; 0 also where the text is none.
+/// A number that may be missing; 0 also where the text is no number.
 template <class Number>
 Number numberOrZero(std::string_view text)
 {

@@ -30,8 +30,8 @@ inline constexpr std::uint64_t kLongestRequest = std::numeric_limits<std::uint32
 // where the request cannot be created, ZEL_SRV_INVALID_PARAMETERS where it is too long.
 
 /// Copies the response into the caller's buffer, if there is one. The copy's result, where it is
-/// not 0, goes before the method's. ZEL_SYS_BAD_PARAMETER, and nothing sent, for a capacity without
-/// buffer or without length cell.
+/// not 0, takes precedence. ZEL_SYS_BAD_PARAMETER, and nothing sent, for a capacity without a
+/// buffer or without a length cell.
 std::int32_t sendForText(const RequestPath& path, const MethodAddress& method, std::string request,
                          const TextBuffer& buffer);
 

@@ -6,7 +6,7 @@
 
 namespace zel {
 
-// pugixml leaves out what it has no memory for, and tells by a result here and not at all there.
+// pugixml leaves out what it has no memory for, and only some of its functions tell by a result.
 // These throw std::bad_alloc.
 
 inline pugi::xml_node appendElement(pugi::xml_node parent, const char* name)

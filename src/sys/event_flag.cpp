@@ -12,7 +12,7 @@ void EventFlag::set()
         const std::lock_guard lock{m_mutex};
         m_isSet.store(true, std::memory_order_release);
     }
-    // Without the lock, which whoever wakes up needs.
+    // Without the lock, which the woken thread needs.
     m_condition.notify_all();
 }
 

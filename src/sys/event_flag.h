@@ -7,8 +7,8 @@
 
 namespace zel::sys {
 
-/// A flag that one thread sets and others wait for. Whoever sets or wakes it sees to it that it
-/// lives until that has returned, though a waiter may go on before.
+/// A flag that one thread sets and others wait for. Whoever sets or wakes it keeps it
+/// alive until that call has returned, though a waiter may go on earlier.
 class EventFlag {
 public:
     void set();

@@ -52,8 +52,8 @@ public:
             place = &(*place)->m_before;
         *place = m_before;
         m_registration.isRunning = false;
-        // Whoever erased it while it was running has left that to its end, so that another one who
-        // erases it finds what to wait for.
+        // Erased while it was running, it stays until now, so that a second erase() finds what to
+        // wait for.
         if (m_callback && !m_registration.callback)
             m_loop.m_events.erase(m_id);
     }
@@ -225,7 +225,7 @@ void EventLoop::serve(const Event& event, const EventFlag& flag, const SpinBudge
     while (!flag.isSet() && turn != Turn::gone &&
            (turn == Turn::unfinished || hasInput(kServingMs)))
         turn = dispatch(event.id, true);
-    // What was read from the system already, nobody else would be told of.
+    // Nobody else would be told of what was read from the system already.
     if (turn == Turn::unfinished) {
         addUnfinished(event.id);
         m_port->postWake();

@@ -22,8 +22,8 @@ class SpinBudget;
 
 using EventId = std::uint64_t;
 
-/// Returns more than zero when more may be waiting and it wants to be called again. It is, after
-/// the timers and the other events have had their turn when it goes on for long. One that throws
+/// Returns more than zero when more may be waiting and it wants to be called again. It is; when
+/// that goes on for long, the timers and the other events get their turn first. One that throws
 /// has done what it did: nobody on the loop's thread could know better.
 using EventCallback = std::function<int()>;
 
@@ -54,7 +54,7 @@ public:
     /// 0, or -1 when the callback is empty or the socket cannot be watched. A second registration
     /// under the same id replaces the callback; the old one may still be running.
     int addEvent(const Event& event, EventCallback callback);
-    /// The callback will not run again, and is not running either once this has returned; only
+    /// The callback will not run again, and is not running either once this has returned; but
     /// inside a callback, which may erase itself, this waits for none. Always 0.
     int eraseEvent(const Event& event);
 

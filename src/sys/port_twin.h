@@ -29,7 +29,7 @@ public:
     /// Watches the event's socket; nothing when that worked, else the system's error.
     std::optional<int> watch(const Event& event);
     void unwatch(const Event& event);
-    /// Stops telling of a watched socket's input, until notice(); false where that cannot be.
+    /// Stops reporting a watched socket's input, until notice(); false where that cannot be.
     bool ignore(const Event& event);
     void notice(const Event& event);
     /// Waits for input on an ignored socket, on the calling thread.
@@ -57,7 +57,7 @@ private:
     void* m_port = nullptr;
     std::atomic<int> m_operationsUnderWay = 0;
 #else
-    /// Tells once of the event when its socket takes bytes again, whether its input is ignored or
+    /// Reports the event once when its socket takes bytes again, whether its input is ignored or
     /// not.
     bool watchRoom(const Event& event);
 
@@ -66,7 +66,7 @@ private:
 
     // loop thread only: what one epoll_wait brought and is not handed out yet
     struct Batch;
-    std::unique_ptr<Batch> m_batch; // first: without memory for it there is nothing to be closed
+    std::unique_ptr<Batch> m_batch; // first: without memory for it there is nothing to close
     std::unique_ptr<Batch> m_roomBatch;
 
     std::error_code m_failure;

@@ -30,9 +30,9 @@ public:
     const Event& event() const { return m_event; }
     EventLoop& loop() const { return m_loop; }
 
-    /// Asks for the first notice, from any thread. The event's callback is called at once where it
-    /// has to ask itself, by a read that finds nothing: Windows calls off what a thread has asked
-    /// for when that thread ends, so that only the loop's own thread may ask.
+    /// Asks for the first notification, from any thread. The event's callback is called at once
+    /// where it has to ask itself, by a read that finds nothing: Windows cancels a thread's
+    /// requests when that thread ends, so that only the loop's own thread may ask.
     void arm();
     /// On the loop's thread: asks to be told of the next input. `completed`: there is some already.
     Posted post();
@@ -41,17 +41,17 @@ public:
     /// Whether the system has what nextDatagram() needs on that socket.
     static bool canReceiveDatagrams(NativeSocket socket);
     /// On the loop's thread, for a datagram socket instead of post(): true when a datagram is in
-    /// the buffer, to be called again when it is dealt with; false when a notice will come. What
-    /// the kernel writes to lives on like this object's own memory.
+    /// the buffer, to be called again when it is dealt with; false when a notification will come.
+    /// What the kernel writes to lives on like this object's own memory.
     bool nextDatagram(const std::shared_ptr<DatagramBuffer>& buffer);
     /// Asks for one more call of the event's callback when the socket takes bytes again, from any
-    /// thread; false when nobody will tell. The system may take up `next` already, whose memory it
+    /// thread; false when nobody will tell. The system may already take `next`, whose memory it
     /// keeps until then.
     bool askForRoom(Bytes next, std::shared_ptr<const void> memory);
-    /// Inside the callback: how many of those bytes it has taken, each told once; nothing as long
-    /// as it is still at it.
+    /// Inside the callback: how many of those bytes it has taken, each told once; nothing while
+    /// it is still sending.
     std::optional<std::size_t> takenBytes();
-    /// From now on completions are dropped, whatever they tell.
+    /// From now on completions are dropped, whatever they say.
     void retire();
     /// Starts afresh for another socket, under another id.
     void renew();
@@ -64,7 +64,7 @@ private:
     EventLoop& m_loop;
     Event m_event;
     ReadinessBlock* m_block = nullptr;
-    // Of what the system takes up by askForRoom(); made on the loop's thread.
+    // Of what the system takes through askForRoom(); made on the loop's thread.
     std::atomic<ReadinessBlock*> m_departure = nullptr;
 };
 

@@ -6,8 +6,8 @@ namespace zel::sys {
 bool startSocketLibrary();
 bool stopSocketLibrary();
 
-/// Keeps the socket library for as long as it lives, as every object with sockets does; the system
-/// counts.
+/// Keeps the socket library loaded while it lives. Every object with sockets has one; the system
+/// counts them.
 class SocketLibraryUse {
 public:
     SocketLibraryUse() { startSocketLibrary(); }

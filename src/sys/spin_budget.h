@@ -14,7 +14,7 @@ inline void relaxProcessor()
 /// A thread's leave to look again and again for what it waits for instead of sleeping: waking a
 /// sleeping thread costs about as much as a whole round trip in a local network. Only for a thread
 /// that is the only one that waits, on a machine with a processor to spare, and only now and then
-/// after looking was in vain. Lives as long as the wait.
+/// after looking has been in vain. Lives as long as the wait.
 class SpinBudget {
 public:
     SpinBudget();

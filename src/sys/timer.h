@@ -26,7 +26,7 @@ public:
     /// `held` is kept while the timer is set, and longer while the callback runs.
     void set(std::uint32_t milliseconds, bool repeat, Callback callback,
              std::shared_ptr<void> held = {});
-    /// Begins to count anew with the callback as it is.
+    /// Starts counting again with the callback as it is.
     void restart(std::uint32_t milliseconds);
     /// Whether it counts. For a callback that had to wait for a lock, under which the timer may
     /// have been restarted meanwhile.

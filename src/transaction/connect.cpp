@@ -79,7 +79,7 @@ std::uint64_t resolveAddress(SocketNonblocking& socket)
     return response ? response->uuid : kNoUuid;
 }
 
-/// Whether the module is heard on a connection that there is: since then, or when it is asked.
+/// Whether the module is heard on an existing connection: since then, or when it is asked.
 bool isAlive(const clTcpTelHndlr& connection, clTcpTelHndlr::Clock::time_point since,
              const RequestPath& path)
 {

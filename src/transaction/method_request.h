@@ -23,8 +23,8 @@ struct RequestPath {
     iRequestorContext* secondContext = nullptr;
 };
 
-/// Where a response of `size` bytes is put together whose data go to `room`; null where they do not
-/// fit.
+/// Where a response of `size` bytes whose data go to `room` is put together; null where they do
+/// not fit.
 std::unique_ptr<clRxTelContainer> placeFor(std::size_t size, MutableBytes room);
 
 /// The request's payload: the method header and the data, which is taken over as it is.
@@ -32,7 +32,7 @@ std::shared_ptr<const clTxTelContainer> makeMethodRequest(const MethodAddress& a
                                                           std::string requestData);
 
 /// One call of a method of a module: sends the request, checks the response's header, logs both.
-/// Belongs to the owner of the transaction, who gets to know what comes of it.
+/// Belongs to the owner of the transaction, who is told what comes of it.
 class clMthdReqrSrv {
 public:
     clMthdReqrSrv(const MethodAddress& address, iRequestorContext& context);

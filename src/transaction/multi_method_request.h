@@ -17,7 +17,7 @@ public:
     /// One module has answered; `data` lives as long as the call.
     virtual void responded(std::int32_t result, Bytes data, std::uint32_t context,
                            const TransactionSource& source) = 0;
-    /// An answer was none, or the request as a whole has ended; then the source is empty.
+    /// An answer was not valid, or the request as a whole has ended; then the source is empty.
     virtual void failed(std::int32_t result, const TransactionSource& source) = 0;
 };
 
@@ -25,7 +25,7 @@ public:
 /// unloaded, and lives as long: its transaction holds it.
 class clMultiMthdReqrSrv final : public iTransactionOwner {
 public:
-    /// Sends the request; nobody has to care for it any more, whether it left or not. `way` must
+    /// Sends the request; nobody has to look after it, whether it left or not. `way` must
     /// live until this has returned. May throw std::bad_alloc.
     static void start(const MethodAddress& address, std::string requestData,
                       std::unique_ptr<iMultiMthdFunctor> functor, std::uint32_t context,

@@ -4,7 +4,7 @@
 
 namespace zel {
 
-/// No module; also what searches answer that found none.
+/// No module; also the answer of searches that found none.
 inline constexpr std::uint64_t kNoUuid = ~std::uint64_t{0};
 
 /// The library's own node id: made on first use from the first adapter's hardware address and the

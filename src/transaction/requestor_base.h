@@ -65,7 +65,7 @@ protected:
     /// not leave for. A transaction that ends before is not told to the owner by a call, but here.
     std::int32_t endSending(std::int32_t result);
     void restartTimerLocked(std::uint32_t milliseconds);
-    /// Whether the time that was over has begun anew before the lock could be had.
+    /// Whether the expired time was restarted before the lock could be had.
     bool isTimeLeftLocked() const { return m_timer.isArmed(); }
     void finishLocked(std::int32_t result);
     /// Whatever comes from now on is nobody's; nothing is told to the owner but by deliverLocked().

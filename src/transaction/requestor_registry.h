@@ -20,7 +20,7 @@ class clRequestorBase;
 /// here holds the requestor that he gets, so that it outlives the call.
 class RequestorRegistry {
 public:
-    /// The label for the next requestor: the one after the last, but none that is taken, since a
+    /// The label for the next requestor: the one after the last, but never one that is taken: a
     /// request may wait for so long that all others come round meanwhile. When all are taken, one
     /// whose request is over, though its owner keeps it, serves again; nothing when each has a
     /// request under way.
@@ -52,7 +52,7 @@ private:
     };
 
     std::shared_ptr<clRequestorBase> find(std::uint16_t label);
-    /// The next one whose label is not below `label`, which then goes on behind it; null behind the
+    /// The next one whose label is not below `label`, which then moves past it; null after the
     /// last.
     std::shared_ptr<clRequestorBase> next(std::size_t& label);
 

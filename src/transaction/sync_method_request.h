@@ -20,7 +20,7 @@ public:
     /// Sends and waits; the module's result or the failure's code.
     std::int32_t execute();
 
-    /// Whether a part of a response may be in the room though none has come whole.
+    /// Whether a part of a response may be in the room though no response has come whole.
     bool hasUsedRoom() const { return m_hasUsedRoom; }
     bool hasResponse() const { return m_response != nullptr; }
     /// The response data behind the header; empty without a response.

@@ -8,7 +8,7 @@ namespace zel {
 class clConHndlr;
 
 /// Brings what happens on the connections to the requestors. The library only asks, it serves no
-/// requests of modules.
+/// requests from modules.
 class clTransactionHandlerRequestorOnly final : public iTransactionHandler,
                                                 public iDatagramHandler {
 public:

@@ -40,7 +40,7 @@ std::int32_t readHostFile(const std::filesystem::path& file, std::uint64_t large
     std::ifstream in{file, std::ios::binary};
     if (!in)
         return ZEL_FILE_OPEN;
-    // To the end, whatever size the system tells: it has files without one.
+    // To the end, whatever size the system tells: some files have none.
     while (in.good() && content.size() <= largest) {
         const std::size_t before = content.size();
         content.resize(before + kChunk);

@@ -59,7 +59,7 @@ public:
         return std::forward<Use>(use)(m_entries.empty() ? nullptr : &m_entries.back().value);
     }
 
-    /// Lets go what the module left, when that alone is more than the store may hold.
+    /// Lets go of what the module left, when that alone is more than the store may hold.
     void dropIfHuge(std::uint64_t uuid)
     {
         Entries gone;

@@ -6,7 +6,7 @@ namespace zel {
 
 namespace {
 
-/// A thread's number is its own for good: identifiers of the system come back with other threads.
+/// A thread's number is its own for good: the system gives its identifiers to other threads later.
 std::uint64_t threadNumber()
 {
     static std::atomic<std::uint64_t> last{0};

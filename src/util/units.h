@@ -21,7 +21,7 @@ std::int32_t unitCode(std::string_view name);
 /// The code of a unit in SI exponents; ZEL_UNIT_NOT_FOUND, also for 0.
 std::int32_t unitCodeOfEncoded(std::uint32_t encoded);
 
-/// Whether values in one unit can be told in the other.
+/// Whether values in one unit can be expressed in the other.
 bool areOfOneQuantity(const UnitRow& one, const UnitRow& other);
 
 /// The value in another unit of the same quantity; nothing for units of different quantities.

@@ -28,7 +28,7 @@ std::size_t lengthFor(unsigned lead)
     return lead >= 0xF0 && lead <= 0xF4 ? 4 : 0;
 }
 
-/// Whether the second byte fits: no longer form than needed, no surrogate, nothing above U+10FFFF.
+/// Whether the second byte fits: no overlong form, no surrogate, nothing above U+10FFFF.
 bool canFollow(unsigned lead, unsigned second)
 {
     const unsigned lowest = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;

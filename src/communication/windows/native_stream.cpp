@@ -65,7 +65,7 @@ bool setStreamOptions(NativeSocket socket)
     const char noDelay = 1; // one byte long: the stack takes it
     if (!setOption(socket, IPPROTO_TCP, TCP_NODELAY, noDelay))
         return false;
-    // As well as it goes: not every version of the system knows it.
+    // Best effort: not every version of the system knows it.
     setOption(socket, IPPROTO_TCP, TCP_MAXRT, kLongestSilenceSeconds);
     tcp_keepalive keepAlive{1, 1000, 1000};
     DWORD returned = 0;
@@ -92,7 +92,7 @@ Wait waitFor(NativeSocket socket, Direction direction, int milliseconds)
     fd_set watched;
     FD_ZERO(&watched);
     FD_SET(socket, &watched);
-    // A connection that was refused shows among the exceptions only.
+    // A connection that was refused shows up only among the exceptions.
     fd_set excepted = watched;
     timeval limit{milliseconds / 1000, milliseconds % 1000 * 1000};
     const int ready = select(0, direction == Direction::read ? &watched : nullptr,

@@ -99,7 +99,7 @@ bool PortTwin::watchRoom(const Event& event)
 
 bool PortTwin::ignore(const Event& event)
 {
-    // A hang-up is told all the same, but only once.
+    // A hang-up is reported all the same, but only once.
     epoll_event ignored{};
     ignored.events = EPOLLET;
     ignored.data.u64 = event.id;

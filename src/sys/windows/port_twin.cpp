@@ -12,7 +12,7 @@ namespace {
 constexpr ULONG_PTR kStopKey = 0;
 constexpr ULONG_PTR kWakeUpKey = 1;
 
-/// A connection is over, which its next read tells; that is no failure of the loop.
+/// The connection is over, as its next read will tell; that is no failure of the loop.
 bool tellsOfALostPeer(DWORD error)
 {
     switch (error) {
@@ -113,7 +113,7 @@ PortTwin::WakeUp PortTwin::wait(int limitMs, EventLog& log)
     }
     if (error == ERROR_OPERATION_ABORTED)
         return {};
-    // Whatever has become of a send, the next one tells the same.
+    // Whatever became of this send, the next one tells it too.
     if (completion.isDeparture || tellsOfALostPeer(error))
         return {Reason::last, key};
     return {Reason::failed, 0, static_cast<int>(error)};

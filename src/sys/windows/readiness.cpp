@@ -20,7 +20,7 @@ ReadinessBlock* makeBlock()
 {
     auto block = std::make_unique<ReadinessBlock>();
     block->event = WSACreateEvent();
-    // Without an event there is no id, and none is the loop's order to stop.
+    // Without an event there is no id, and the null id is the loop's order to stop.
     if (block->event == WSA_INVALID_EVENT)
         throw exception("no event for a socket: " + systemErrorText(WSAGetLastError()));
     block->overlapped.hEvent = block->event;
@@ -95,7 +95,7 @@ namespace {
 
 LPFN_WSARECVMSG receiveMessage(SOCKET socket)
 {
-    // The same for every socket of the system's own.
+    // The same function for all of the system's own sockets.
     static std::atomic<LPFN_WSARECVMSG> known = nullptr;
     LPFN_WSARECVMSG function = known;
     if (!function) {
@@ -121,7 +121,7 @@ std::uint32_t interfaceOf(WSAMSG& message)
     return 0;
 }
 
-/// 0 when a notice will come, also for what is there at once; else the error.
+/// 0 when a notification will come, also for what is there already; else the error.
 int postDatagram(ReadinessBlock& block, SOCKET socket, PortTwin& port,
                  const std::shared_ptr<DatagramBuffer>& buffer)
 {
@@ -192,7 +192,7 @@ bool Readiness::nextDatagram(const std::shared_ptr<DatagramBuffer>& buffer)
 
 bool Readiness::askForRoom(Bytes next, std::shared_ptr<const void> memory)
 {
-    // Windows calls off what a thread has asked for when that thread ends.
+    // Windows cancels a thread's requests when that thread ends.
     if (!m_loop.isLoopThread()) {
         arm();
         return true;

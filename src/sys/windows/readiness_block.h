@@ -11,14 +11,14 @@ namespace zel::sys {
 
 /// The memory of overlapped operations on one socket. The kernel writes to it until an operation
 /// completes and the port hands its address out afterwards, so that every operation under way
-/// holds a reference beside the one of the owner.
+/// holds a reference in addition to the owner's.
 struct ReadinessBlock {
     OVERLAPPED overlapped{};            // first: the port knows the block by this address
-    WSAEVENT event = WSA_INVALID_EVENT; // stays it where the block is of what departs
+    WSAEVENT event = WSA_INVALID_EVENT; // stays invalid in a block for sending
     std::atomic<int> references = 1;
     std::atomic<bool> isAbandoned = false;
 
-    // The owner's, who takes it away before the loop can be gone.
+    // Belongs to the owner, who takes it away before the loop can be gone.
     std::unique_ptr<Timer> retry;
 
     // What is being sent, until its owner has learnt what became of it.

@@ -69,8 +69,8 @@ ServiceThread::ServiceThread(std::function<void()> body) : m_twin(std::make_uniq
     if (!m_twin->hasStarted || !m_twin->work)
         throwNoThread();
     SubmitThreadpoolWork(m_twin->work);
-    // A thread cannot start under the loader lock: neither may whoever holds it wait for ever, nor
-    // may the body begin when it is too late.
+    // A thread cannot start under the loader lock: whoever holds it must not wait for ever, nor
+    // must the body begin when it is too late.
     if (WaitForSingleObject(m_twin->hasStarted, kStartingMs) == WAIT_OBJECT_0 ||
         m_twin->isTaken.exchange(true))
         return;

@@ -69,7 +69,7 @@ bool writeAll(int file, const char* data, std::size_t size)
     return true;
 }
 
-/// Some file systems tell only when a descriptor is closed that something went wrong.
+/// Some file systems report a failure only when a descriptor is closed.
 bool isAllTaken(int file)
 {
     const int copy = ::fcntl(file, F_DUPFD_CLOEXEC, 0);
@@ -87,7 +87,7 @@ bool hasRoomFor(int file, std::size_t size)
     const int why = errno;
     if (why != ENOSPC && why != EDQUOT && why != EFBIG)
         return true;
-    // What it could have of the room goes back.
+    // The part of the room that it got goes back.
     setSize(file, before.st_size);
     return false;
 }

@@ -7,7 +7,7 @@
 namespace zel {
 
 // The locks of the whole library. Those of MinGW ask for memory when they are first used, which
-// may be when there is none, on a thread that nobody can tell; these never do.
+// may be when there is none, on a thread that has nobody to tell; these never do.
 
 class Mutex {
 public:
