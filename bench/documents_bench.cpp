@@ -65,7 +65,7 @@ void Parse(benchmark::State& state)
         text += R"(<Error ErrLevel="2" ErrCode="-1014060" Text="Overload"/>)";
     text += "</SrvParams>";
     for (auto _ : state) {
-        zel::ResponseDocument document;
+        zel::clResponseDocument document;
         benchmark::DoNotOptimize(document.parse(zel::asBytes(text.data(), text.size())));
     }
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));

@@ -12,7 +12,7 @@ void run(sys::EventLoop& loop)
     // A loop that ended by itself delivers nothing more, not even a time-out: whoever waits must
     // not wait for ever.
     if (!loop.canRun())
-        requestorRegistry().connectionLost(RequestorRegistry::kEveryConnection);
+        requestorRegistry().connectionLost(clRequestorRegistry::kEveryConnection);
 }
 
 } // namespace
@@ -48,7 +48,7 @@ Client::~Client()
 {
     m_loopThread.stop();
     // Scans own themselves and would wait for a timer that never expires any more.
-    requestorRegistry().connectionLost(RequestorRegistry::kEveryConnection);
+    requestorRegistry().connectionLost(clRequestorRegistry::kEveryConnection);
 }
 
 } // namespace zel

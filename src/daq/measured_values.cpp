@@ -61,7 +61,7 @@ std::int32_t readList(const RequestPath& requests, const MethodAddress& method, 
     const Response response = sendForResponse(requests, method, std::move(request));
     if (hasFailed(response.result))
         return response.result;
-    ResponseDocument document;
+    clResponseDocument document;
     if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
         return result;
     std::uint64_t found = 0;
@@ -142,7 +142,7 @@ std::int32_t readValue(const RequestPath& requests, std::uint64_t uuid, const ch
         clRequestDocument{}.addText("SigId", path).addNumber("ScaleType", scaleType).take());
     if (hasFailed(response.result))
         return response.result;
-    ResponseDocument document;
+    clResponseDocument document;
     if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
         return result;
     const std::int32_t result = document.requireNumber("MeasVal", value);

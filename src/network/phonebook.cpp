@@ -21,7 +21,7 @@ void shorten(std::string& text)
 
 std::optional<ModuleRecord> readModuleRecord(Bytes document)
 {
-    ResponseDocument answer;
+    clResponseDocument answer;
     if (answer.parse(document) != ZEL_OK)
         return {};
     const auto text = [&](const char* name) -> std::string {

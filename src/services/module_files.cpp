@@ -101,7 +101,7 @@ std::int32_t write(const RequestPath& requests, std::uint64_t uuid, const char* 
 std::int32_t read(const RequestPath& requests, std::uint64_t uuid, const char* moduleFolder,
                   const char* moduleFile, const char* hostFile)
 {
-    HostFileWriter file{hostPath(hostFile)};
+    clHostFileWriter file{hostPath(hostFile)};
     if (!file.isOpen())
         return ZEL_FILE_OPEN;
     const Response response = fetch(requests, uuid, moduleFolder, moduleFile);

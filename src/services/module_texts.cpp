@@ -26,7 +26,7 @@ const char* textFromModule(const RequestPath& requests, std::uint64_t uuid, std:
     const Response response =
         sendForResponse(requests, {uuid, wire::SystemMethod::getText},
                         clRequestDocument().addVerbatim("TextHandle", std::to_string(code)).take());
-    ResponseDocument document;
+    clResponseDocument document;
     std::string text;
     if (!hasFailed(response.result) && document.parse(response.payload()) == ZEL_OK &&
         document.requireText("Text", text) == ZEL_OK)

@@ -124,7 +124,7 @@ std::int32_t maxOccurs(Bytes schema)
 
 std::int32_t TedsAnswer::readData(Bytes payload, char* data, std::uint64_t capacity)
 {
-    ResponseDocument response;
+    clResponseDocument response;
     std::string identifierText;
     std::string digits;
     if (response.parse(payload) != ZEL_OK ||
@@ -146,7 +146,7 @@ std::int32_t TedsAnswer::readData(Bytes payload, char* data, std::uint64_t capac
 
 std::int32_t TedsAnswer::readIdentifier(Bytes payload)
 {
-    ResponseDocument response;
+    clResponseDocument response;
     const std::int32_t result = response.parse(payload);
     return result == ZEL_OK ? response.requireNumber("Tid", identifier) : result;
 }

@@ -24,7 +24,7 @@ Number numberOrZero(std::string_view text)
 
 /// Reads an XML response, root "SrvParams". What comes from the wire may be anything: nothing here
 /// walks a document recursively.
-class ResponseDocument {
+class clResponseDocument {
 public:
     /// Returns 0, or ZEL_PARAM_XML_ERROR where the payload does not parse or has no such root.
     std::int32_t parse(Bytes payload)

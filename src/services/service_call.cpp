@@ -105,7 +105,7 @@ Response sendForResponse(const RequestPath& path, const MethodAddress& method, s
 std::int32_t sendForFile(const RequestPath& path, const MethodAddress& method, std::string request,
                          const char* fileName)
 {
-    HostFileWriter file{hostPath(fileName)};
+    clHostFileWriter file{hostPath(fileName)};
     if (!file.isOpen())
         return ZEL_FILE_OPEN;
     const Response response = sendForResponse(path, method, std::move(request));

@@ -56,7 +56,7 @@ std::int32_t readList(const RequestPath& requests, const MethodAddress& address,
     const Response response = sendForResponse(requests, address, {});
     if (hasFailed(response.result))
         return response.result;
-    ResponseDocument document;
+    clResponseDocument document;
     if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
         return result;
     for (const pugi::xml_node node : document.root().children(element)) {
@@ -111,7 +111,7 @@ std::int32_t readTedsStatus(const RequestPath& requests, std::uint64_t uuid,
     const Response response =
         sendForResponse(requests, {uuid, StatusMethod::getTedsStatus},
                         clRequestDocument{}.addNumber("Connector", connector).take());
-    ResponseDocument document;
+    clResponseDocument document;
     std::int32_t result = response.result;
     if (!hasFailed(result))
         result = firstOf(result, document.parse(response.payload()));

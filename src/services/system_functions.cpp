@@ -11,7 +11,7 @@ using wire::SystemMethod;
 
 namespace {
 
-std::int32_t takeNumber(const ResponseDocument& document, const char* name, std::uint32_t& value)
+std::int32_t takeNumber(const clResponseDocument& document, const char* name, std::uint32_t& value)
 {
     const std::int32_t result = document.requireNumber(name, value);
     return result == ZEL_UTIL_STRING_CONVERSION ? ZEL_SYS_NO_OBJECT : result;
@@ -25,7 +25,7 @@ std::int32_t readTwoNumbers(const RequestPath& requests, const MethodAddress& ad
     const Response response = sendForResponse(requests, address, std::move(request));
     if (hasFailed(response.result))
         return response.result;
-    ResponseDocument document;
+    clResponseDocument document;
     std::int32_t result = document.parse(response.payload());
     std::uint32_t numbers[2] = {};
     if (result == ZEL_OK)
@@ -90,7 +90,7 @@ std::int32_t requestDebugInfo(const RequestPath& requests, std::uint64_t uuid,
         sendForResponse(requests, {uuid, SystemMethod::requestDebugInfo}, request.take());
     if (hasFailed(response.result))
         return response.result;
-    ResponseDocument document;
+    clResponseDocument document;
     std::int32_t result = document.parse(response.payload());
     std::string answer;
     if (result == ZEL_OK)

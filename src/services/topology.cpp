@@ -44,7 +44,7 @@ std::int32_t modulesBehind(const RequestPath& requests, std::uint64_t uuid,
         sendForResponse(requests, {uuid, wire::StatusMethod::getConnectedModules}, {});
     if (hasFailed(response.result))
         return response.result;
-    ResponseDocument document;
+    clResponseDocument document;
     if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
         return result;
     for (const pugi::xml_node node : document.root().children("ConnectedModule")) {
@@ -111,7 +111,7 @@ std::int32_t compose(const clConHndlr& connections, const TextBuffer& buffer)
 
 std::int32_t composeToFile(const clConHndlr& connections, const char* fileName)
 {
-    HostFileWriter file{hostPath(fileName)};
+    clHostFileWriter file{hostPath(fileName)};
     if (!file.isOpen())
         return ZEL_FILE_OPEN;
     TextStream text;

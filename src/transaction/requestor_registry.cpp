@@ -33,7 +33,7 @@ void logDropped(std::int32_t code)
 
 } // namespace
 
-std::optional<std::uint16_t> RequestorRegistry::takeLabel()
+std::optional<std::uint16_t> clRequestorRegistry::takeLabel()
 {
     const std::lock_guard lock{m_mutex};
     const auto next = static_cast<std::uint16_t>(m_lastLabel + 1);
@@ -49,7 +49,7 @@ std::optional<std::uint16_t> RequestorRegistry::takeLabel()
     return label;
 }
 
-void RequestorRegistry::endLabel(std::uint16_t label)
+void clRequestorRegistry::endLabel(std::uint16_t label)
 {
     // Declared before the lock: what the requestor owns is not taken apart under it.
     std::shared_ptr<clRequestorBase> ended;
@@ -58,27 +58,27 @@ void RequestorRegistry::endLabel(std::uint16_t label)
     ended.swap(m_slots[label].requestor);
 }
 
-void RequestorRegistry::giveBackLabel(std::uint16_t label)
+void clRequestorRegistry::giveBackLabel(std::uint16_t label)
 {
     const std::lock_guard lock{m_mutex};
     if (--m_slots[label].holders == 0)
         m_held.remove(label);
 }
 
-void RequestorRegistry::enter(std::uint16_t label,
-                              const std::shared_ptr<clRequestorBase>& requestor)
+void clRequestorRegistry::enter(std::uint16_t label,
+                                const std::shared_ptr<clRequestorBase>& requestor)
 {
     const std::lock_guard lock{m_mutex};
     m_slots[label].requestor = requestor;
 }
 
-std::shared_ptr<clRequestorBase> RequestorRegistry::find(std::uint16_t label)
+std::shared_ptr<clRequestorBase> clRequestorRegistry::find(std::uint16_t label)
 {
     const std::lock_guard lock{m_mutex};
     return m_slots[label].requestor;
 }
 
-std::shared_ptr<clRequestorBase> RequestorRegistry::next(std::size_t& label)
+std::shared_ptr<clRequestorBase> clRequestorRegistry::next(std::size_t& label)
 {
     const std::lock_guard lock{m_mutex};
     while (const auto found = m_underWay.next(label)) {
@@ -89,8 +89,8 @@ std::shared_ptr<clRequestorBase> RequestorRegistry::next(std::size_t& label)
     return {};
 }
 
-void RequestorRegistry::dispatch(const TransactionSource& source,
-                                 std::unique_ptr<clRxTelContainer> telegram)
+void clRequestorRegistry::dispatch(const TransactionSource& source,
+                                   std::unique_ptr<clRxTelContainer> telegram)
 {
     ByteReader in{telegram->payload()};
     const auto header = TransactionHeader::decode(in);
@@ -107,9 +107,9 @@ void RequestorRegistry::dispatch(const TransactionSource& source,
         logDropped(ZEL_TRANS_NOT_FOUND);
 }
 
-std::shared_ptr<iPayloadPlace> RequestorRegistry::placeFor(const TransactionSource& source,
-                                                           Bytes transactionHeader,
-                                                           std::size_t size)
+std::shared_ptr<iPayloadPlace> clRequestorRegistry::placeFor(const TransactionSource& source,
+                                                             Bytes transactionHeader,
+                                                             std::size_t size)
 {
     ByteReader in{transactionHeader};
     const auto header = TransactionHeader::decode(in);
@@ -122,7 +122,7 @@ std::shared_ptr<iPayloadPlace> RequestorRegistry::placeFor(const TransactionSour
     return place;
 }
 
-void RequestorRegistry::connectionLost(std::uint64_t connectionId)
+void clRequestorRegistry::connectionLost(std::uint64_t connectionId)
 {
     std::size_t label = 0;
     while (const auto requestor = next(label))
@@ -130,9 +130,9 @@ void RequestorRegistry::connectionLost(std::uint64_t connectionId)
             requestor->finish(ZEL_CONN_RECEIVE_FAILED);
 }
 
-RequestorRegistry& requestorRegistry()
+clRequestorRegistry& requestorRegistry()
 {
-    static ProcessWide<RequestorRegistry> registry;
+    static ProcessWide<clRequestorRegistry> registry;
     return *registry;
 }
 

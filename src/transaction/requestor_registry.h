@@ -18,7 +18,7 @@ class clRequestorBase;
 ///
 /// Its lock is a leaf: it is left before a requestor is asked for anything. Whoever comes through
 /// here holds the requestor that he gets, so that it outlives the call.
-class RequestorRegistry {
+class clRequestorRegistry {
 public:
     /// The label for the next requestor: the one after the last, but never one that is taken: a
     /// request may wait for so long that all others come round meanwhile. When all are taken, one
@@ -64,6 +64,6 @@ private:
     std::uint16_t m_lastLabel = 0;
 };
 
-RequestorRegistry& requestorRegistry();
+clRequestorRegistry& requestorRegistry();
 
 } // namespace zel

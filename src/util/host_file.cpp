@@ -54,7 +54,7 @@ std::int32_t readHostFile(const std::filesystem::path& file, std::uint64_t large
     return isTooLarge ? ZEL_SYS_FILE_TOO_LARGE : ZEL_FILE_READ;
 }
 
-struct HostFileWriter::Shared {
+struct clHostFileWriter::Shared {
     Mutex writing;
 
     // under OpenFiles::mutex
@@ -63,18 +63,18 @@ struct HostFileWriter::Shared {
 };
 
 /// The files that writers have open.
-struct HostFileWriter::OpenFiles {
+struct clHostFileWriter::OpenFiles {
     Mutex mutex;
     std::map<FileIdentity, std::shared_ptr<Shared>> files; // under mutex
 };
 
-HostFileWriter::OpenFiles& HostFileWriter::openFiles()
+clHostFileWriter::OpenFiles& clHostFileWriter::openFiles()
 {
     static ProcessWide<OpenFiles> files;
     return *files;
 }
 
-HostFileWriter::HostFileWriter(const std::filesystem::path& file) : m_file(file)
+clHostFileWriter::clHostFileWriter(const std::filesystem::path& file) : m_file(file)
 {
     for (int attempt = 1;; ++attempt) {
         const OutputFile::Opening opening = m_output.open(m_file);
@@ -96,13 +96,13 @@ HostFileWriter::HostFileWriter(const std::filesystem::path& file) : m_file(file)
     }
 }
 
-HostFileWriter::~HostFileWriter()
+clHostFileWriter::~clHostFileWriter()
 {
     if (m_shared)
         leave();
 }
 
-std::int32_t HostFileWriter::write(const void* data, std::size_t size)
+std::int32_t clHostFileWriter::write(const void* data, std::size_t size)
 {
     const std::lock_guard oneAfterTheOther{m_shared->writing};
     if (!m_output.replace(data, size))
@@ -112,7 +112,7 @@ std::int32_t HostFileWriter::write(const void* data, std::size_t size)
     return ZEL_OK;
 }
 
-void HostFileWriter::join(FileIdentity identity, bool isMade)
+void clHostFileWriter::join(FileIdentity identity, bool isMade)
 {
     std::filesystem::path madeAs = isMade ? OutputFile::realName(m_file) : m_file;
     auto fresh = std::make_shared<Shared>();
@@ -127,7 +127,7 @@ void HostFileWriter::join(FileIdentity identity, bool isMade)
         shared->madeAs = std::move(madeAs);
 }
 
-void HostFileWriter::leave()
+void clHostFileWriter::leave()
 {
     // Removed under the lock: a new writer either is among the writers already or finds it gone.
     const std::lock_guard lock{openFiles().mutex};

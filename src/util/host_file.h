@@ -24,13 +24,13 @@ std::int32_t readHostFile(const std::filesystem::path& file, std::uint64_t large
 /// leaves an existing one as it is, so that nothing is lost when there is nothing to write after
 /// all. A file that was made for it goes again unless it is written. Several writers of one file do
 /// not mix: each writes it whole, and none removes what another has made or still wants.
-class HostFileWriter {
+class clHostFileWriter {
 public:
     /// Does not wait for anybody; see OutputFile::open for what can be opened.
-    explicit HostFileWriter(const std::filesystem::path& file);
-    ~HostFileWriter();
-    HostFileWriter(const HostFileWriter&) = delete;
-    HostFileWriter& operator=(const HostFileWriter&) = delete;
+    explicit clHostFileWriter(const std::filesystem::path& file);
+    ~clHostFileWriter();
+    clHostFileWriter(const clHostFileWriter&) = delete;
+    clHostFileWriter& operator=(const clHostFileWriter&) = delete;
 
     bool isOpen() const { return m_shared != nullptr; }
     /// Replaces the content: 0 or ZEL_FILE_WRITE, after which the file is as OutputFile::replace

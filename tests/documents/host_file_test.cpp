@@ -39,7 +39,7 @@ protected:
 
     static std::int32_t write(const fs::path& file, const std::string& content)
     {
-        HostFileWriter writer{file};
+        clHostFileWriter writer{file};
         return writer.isOpen() ? writer.write(content.data(), content.size()) : ZEL_FILE_OPEN;
     }
     static std::string get(const fs::path& file)
@@ -54,27 +54,27 @@ protected:
 
 TEST_F(HostFiles, ThatSeveralCallsMadeGoWithTheLastThatFails)
 {
-    auto first = std::make_unique<HostFileWriter>(m_file);
-    auto second = std::make_unique<HostFileWriter>(m_file);
+    auto first = std::make_unique<clHostFileWriter>(m_file);
+    auto second = std::make_unique<clHostFileWriter>(m_file);
     first.reset();
     EXPECT_TRUE(fs::exists(m_file)) << "the second still wants it";
     EXPECT_EQ(second->write("second", 6), ZEL_OK);
     second.reset();
     EXPECT_EQ(get(m_file), "second");
     {
-        const HostFileWriter third{m_file};
+        const clHostFileWriter third{m_file};
     }
     EXPECT_EQ(get(m_file), "second");
     fs::remove(m_file);
 
-    first = std::make_unique<HostFileWriter>(m_file);
-    second = std::make_unique<HostFileWriter>(m_file);
+    first = std::make_unique<clHostFileWriter>(m_file);
+    second = std::make_unique<clHostFileWriter>(m_file);
     first.reset();
     second.reset();
     EXPECT_FALSE(fs::exists(m_file));
 
     // Somebody else, who does not ask.
-    first = std::make_unique<HostFileWriter>(m_file);
+    first = std::make_unique<clHostFileWriter>(m_file);
     std::ofstream{m_file} << "stranger's";
     first.reset();
     EXPECT_EQ(get(m_file), "stranger's");
@@ -89,7 +89,7 @@ TEST_F(HostFiles, HoldOneCallsContentWholeHoweverManyWrite)
                 EXPECT_EQ(write(m_file,
                                 std::string(30000u * static_cast<unsigned>(letter - '`'), letter)),
                           ZEL_OK);
-                const HostFileWriter fails{m_folder / "other"};
+                const clHostFileWriter fails{m_folder / "other"};
                 EXPECT_TRUE(fails.isOpen());
             }
         });
@@ -111,7 +111,7 @@ TEST_F(HostFiles, MustNotBePipesAndMayBeLinksOrDevices)
     const fs::path link = m_folder / "link";
     fs::create_symlink("target", link);
     {
-        const HostFileWriter fails{link};
+        const clHostFileWriter fails{link};
     }
     EXPECT_FALSE(fs::exists(m_folder / "target"));
     EXPECT_EQ(write(link, "through"), ZEL_OK);

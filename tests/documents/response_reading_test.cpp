@@ -68,7 +68,7 @@ TEST(ByteCopies, GiveWhatFitsWithoutATerminator)
 
 TEST(ResponseDocuments, NeedTheirRootAndTheirChildren)
 {
-    ResponseDocument document;
+    clResponseDocument document;
     for (const char* payload :
          {"", " ", "no document", "<SrvParams>", "<Other><SrvParams/></Other>", "<SrvParams/><"})
         EXPECT_EQ(document.parse(bytesOf(payload)), ZEL_PARAM_XML_ERROR) << payload;
@@ -102,7 +102,7 @@ TEST(ResponseDocuments, SurviveDeepNestingAndManyElements)
     for (std::size_t i = 0; i < kDepth; ++i)
         deep += "</a>";
     deep += "</SrvParams>";
-    ResponseDocument document;
+    clResponseDocument document;
     EXPECT_EQ(document.parse(bytesOf(deep)), ZEL_OK);
     EXPECT_EQ(parameters::countConnectors(bytesOf(deep)), 0);
 

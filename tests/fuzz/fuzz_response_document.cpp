@@ -37,7 +37,7 @@ void readTeds(zel::Bytes payload)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const zel::Bytes payload = zel::asBytes(data, size);
-    zel::ResponseDocument document;
+    zel::clResponseDocument document;
     std::string text;
     if (document.parse(payload) == ZEL_OK && document.requireText("Text", text) == ZEL_OK)
         require(text.size() <= 4 * size);

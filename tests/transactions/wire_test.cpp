@@ -335,7 +335,7 @@ TEST_F(Wire, FillsACallersBufferAtOnceButNotOnceTheCallIsOver)
 
 TEST(RequestLabels, AreNeverSharedByRequestsUnderWay)
 {
-    RequestorRegistry& registry = requestorRegistry();
+    clRequestorRegistry& registry = requestorRegistry();
     std::set<std::uint16_t> held;
     for (int i = 0; i < 60000; ++i)
         EXPECT_TRUE(held.insert(registry.takeLabel().value()).second);
@@ -425,7 +425,7 @@ TEST_F(Requests, TakeNoAnswerBeforeTheyAreSentAndNoneByAnotherWay)
         m_owner->outcomes.clear();
         answer(requestor, connection);
         answer(requestor, otherConnection);
-        requestorRegistry().connectionLost(RequestorRegistry::kEveryConnection);
+        requestorRegistry().connectionLost(clRequestorRegistry::kEveryConnection);
         EXPECT_EQ(send(requestor), ZEL_OK);
         answer(requestor, otherConnection);
         EXPECT_EQ(m_owner->outcomes, Outcomes{});
