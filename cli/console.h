@@ -38,8 +38,8 @@ struct TerminalSize {
 /// Of the terminal behind the stream; the usual size when it does not tell.
 TerminalSize terminalSize(std::FILE* stream);
 
-/// The line that the person at the terminal answers; nothing, and nothing is asked, where none sits
-/// there. Ctrl-C ends the process meanwhile.
+/// The line that the person at the terminal answers; nothing, and nothing is asked, where nobody
+/// sits there. Ctrl-C ends the process meanwhile.
 std::optional<std::string> askPerson(const std::string& question);
 
 /// Leaves the stream's bytes alone (Windows would turn every line end into two characters).

@@ -98,7 +98,7 @@ void listControls(CommandOutput& output, const ModuleSession& session, bool isXm
         if (const auto parameters = wholeNumber<std::uint32_t>(count))
             entries.back()["parameters"] = *parameters;
     }
-    // A list that is made otherwise than this program knows is shown as it is.
+    // A list in a form that this program does not know is shown as it is.
     if (isXml || !isList || (table.isEmpty() && parsed.document_element().first_child()))
         showDocument(output, session, "", document);
     else if (output.isJson)

@@ -158,7 +158,7 @@ void views(CommandOutput& output, const ViewsArguments& arguments)
         entries.push_back(
             {{"view", id ? nlohmann::json(*id) : nlohmann::json(number)}, {"name", name}});
     }
-    // A list that is made otherwise than this program knows is shown as it is.
+    // A list in a form that this program does not know is shown as it is.
     const bool isOther = !isList || (table.isEmpty() && parsed.document_element().first_child());
     if (arguments.isXml || isOther)
         print(output, session, nlohmann::json::object(), document);

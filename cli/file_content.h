@@ -21,7 +21,7 @@ void requireNewFile(const std::string& name, bool mayReplace);
 /// system that have no size of their own.
 void requireCopyableFile(const std::string& name);
 
-/// Throws CommandFailure when the file cannot be written wholly.
+/// Throws CommandFailure when the file cannot be written in full.
 void writeHostFile(const std::string& name, const std::string& content);
 
 } // namespace zel::cli

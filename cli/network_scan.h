@@ -49,8 +49,8 @@ std::vector<FoundModule>
 scanUntil(const std::function<bool(const std::vector<FoundModule>&)>& isEnough);
 
 /// The one of the modules that has this name or UUID (in decimal, or behind "0x"), or else whose
-/// name is the same but for upper and lower case, or else begins so. Throws CommandFailure where
-/// none or several do.
+/// name is the same but for upper and lower case, or else begins with it. Throws CommandFailure
+/// where none or several do.
 FoundModule chooseModule(const std::vector<FoundModule>& modules, const ModuleTarget& target);
 
 /// Looks for the module, and ends as soon as one has answered to its whole name.

@@ -269,7 +269,7 @@ void Recording::begin(std::uint64_t time)
     m_start = time;
     m_latest = time;
     if (m_length < kEverything - time) {
-        // What is a nanosecond before the end is so by its rounding.
+        // A nanosecond before the end comes from rounding.
         m_end = std::min(m_end, time + std::max(m_length, kRounding + 1) - kRounding);
         dropBeyondEnd();
     }

@@ -41,7 +41,7 @@ struct RecordingTrack {
     /// The samples of a record get their times.
     void place(std::vector<Sample>& samples);
 
-    /// Looks whether the others wait for this one, of whose samples the newest is told, and makes
+    /// Looks whether the others wait for this one, whose newest sample is given, and makes
     /// it late when they have done so for too long.
     void watch(bool isAnyWaiting, std::uint64_t newestWaiting, bool hasMore);
 

@@ -39,7 +39,7 @@ std::uint64_t timeOfIndex(std::uint64_t index, std::uint64_t millihertz);
 /// How many samples lie in a time: the inverse, not rounded.
 double samplesIn(std::uint64_t nanoseconds, std::uint64_t millihertz);
 
-/// Two times that are both rounded down are this much apart at most when they are the same.
+/// Two equal times that are both rounded down are at most this far apart.
 constexpr std::uint64_t kRounding = 2;
 
 /// The shortest text that reads back as the same value; "nan" for "no value".

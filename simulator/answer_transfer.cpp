@@ -209,7 +209,7 @@ void AnswerTransfer::end()
         asio::post(m_timer.get_executor(), std::exchange(m_answer.afterwards, nullptr));
 }
 
-/// Setting the timer anew calls off what it was set for before.
+/// Setting the timer again cancels what it was set for before.
 template <class Action>
 void AnswerTransfer::after(milliseconds time, Action action)
 {

@@ -27,7 +27,7 @@ public:
     void start(MethodId id, MethodAnswer answer, std::optional<Fault> fault);
     /// The host has taken the announcement or a segment.
     void acknowledge();
-    /// The outlet is gone, or the host uses the label anew.
+    /// The outlet is gone, or the host uses the label again.
     void cancel();
     TransactionKey key() const { return m_key; }
 

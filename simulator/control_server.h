@@ -5,7 +5,7 @@
 
 namespace zel::simulator {
 
-/// Service 3: the controls, what they are and the doing of them.
+/// Service 3: the controls, their descriptions and their execution.
 class ControlServer : public ModuleService {
 public:
     explicit ControlServer(ModuleModel& model) : m_model(model) {}

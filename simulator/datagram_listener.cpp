@@ -21,7 +21,7 @@ struct Request {
     Bytes body;
 };
 
-/// What a host sent; nothing for all else that flies about on these ports, answers of other modules
+/// What a host sent; nothing for whatever else comes to these ports, answers of other modules
 /// among them.
 std::optional<Request> readRequest(Bytes datagram)
 {

@@ -10,7 +10,7 @@
 
 namespace zel::simulator {
 
-/// The firmware images that were received, and the flashing of them, which takes a while.
+/// The firmware images that were received, and flashing them, which takes a while.
 class FirmwareStore {
 public:
     static constexpr std::uint32_t kImages = 13;

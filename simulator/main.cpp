@@ -118,7 +118,7 @@ void announce(std::size_t number, const Module& module, bool json)
 
 int run(const Options& options)
 {
-    // Caught from here on: who reads the lines below may end the program at once.
+    // Caught from here on: whoever reads the lines below may end the program at once.
     asio::io_context signalContext;
     asio::signal_set signals{signalContext, SIGINT, SIGTERM};
 #ifdef SIGBREAK

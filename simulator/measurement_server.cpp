@@ -29,7 +29,7 @@ std::string quoted(std::string_view text)
     return "'" + std::string{text.substr(0, kMost)} + (text.size() > kMost ? "...'" : "'");
 }
 
-/// What a signal that the module does not have, or not now, is answered with.
+/// The answer for a signal that the module does not have, or not now.
 Outcome noSuchSignal(const ModuleModel& model, const std::string& name)
 {
     const auto place = parseSignal(name);

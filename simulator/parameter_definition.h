@@ -25,7 +25,7 @@ struct ParameterDefinition {
 
     std::string name;
     Kind kind = Kind::group;
-    /// '#' stands for the number, from 1, of the addressed element around it. Several ones are
+    /// '#' stands for the number, from 1, of the addressed element around it. Several are
     /// dealt out in turn to those elements.
     std::vector<std::string> initials;
     double minimum = 0;

@@ -36,7 +36,7 @@ ZEL_IN_VECTORS inline Value narrowed(double value)
     if constexpr (std::is_floating_point_v<Value>) {
         return static_cast<Value>(std::min(std::max(value, kLowest), kHighest));
     } else {
-        // The highest 64-bit numbers are none that a double holds: the next one is just too large.
+        // A double cannot hold the highest 64-bit numbers: the next that it can is just too large.
         if (value >= kHighest)
             return std::numeric_limits<Value>::max();
         const double rounded = value + (value < 0 ? -0.5 : 0.5);
@@ -76,7 +76,7 @@ void writeTimed(std::span<const double> values, std::span<const std::uint64_t> t
     }
 }
 
-/// The value before the record, in the form that hosts read it.
+/// The value before the record, in the form in which hosts read it.
 void writeBefore(DataType type, double value, std::byte* out)
 {
     const std::span one{&value, 1};

@@ -119,7 +119,7 @@ private:
 std::optional<SignalPlace> parsePath(std::string_view text)
 {
     auto path = parseModelPath(text);
-    // Connector, mode and channel, with a section before and a signal behind, and perhaps the root.
+    // Connector, mode and channel, with a section before and a signal after, and perhaps the root.
     if (!path || path->size() < 5)
         return std::nullopt;
     const ModelStep content = path->at(path->size() - 3);

@@ -2,7 +2,7 @@
 
 /// For a loop that is handed to inWidestVectors, and for what it calls: only what is inlined is
 /// compiled for each kind of vector. The loop captures by value: what it writes could otherwise
-/// change what it reads, and then nothing becomes vectors.
+/// change what it reads, and then nothing is vectorised.
 #define ZEL_IN_VECTORS __attribute__((always_inline))
 
 namespace zel::simulator {
