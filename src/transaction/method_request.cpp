@@ -21,7 +21,8 @@ std::shared_ptr<const clTxTelContainer> makeMethodRequest(const MethodAddress& a
 std::unique_ptr<clRxTelContainer> placeFor(std::size_t size, MutableBytes room)
 {
     constexpr std::size_t kFront = MethodResponseHeader::kSize;
-    if (size < kFront || size - kFront > room.size())
+    // An answer without data needs no place, and there may be none.
+    if (size <= kFront || size - kFront > room.size())
         return nullptr;
     return std::make_unique<clRxTelContainer>(kFront, room.first(size - kFront));
 }

@@ -331,6 +331,16 @@ TEST_F(Wire, FillsACallersBufferAtOnceButNotOnceTheCallIsOver)
     EXPECT_EQ(length, text.size());
     EXPECT_EQ(buffer[0], '\0');
     EXPECT_EQ(buffer[1000], '#');
+
+    // An answer that has no text may break off, too, where there is no buffer.
+    auto execute = std::async(std::launch::async, [&] {
+        return ZEL_XCTRL_ExecuteXMLPars(kModule, "c", 0, "", nullptr, nullptr, 0);
+    });
+    readRequest();
+    m_peer.write(unhex(telegram("0003", "00000bb8") + telegram("0013", "00000008") +
+                       telegram("0002", good)));
+    EXPECT_EQ(execute.get(), ZEL_TRANS_WRONG_TYPE);
+    m_peer.readTelegram(); // the announcement's acknowledge
 }
 
 TEST(RequestLabels, AreNeverSharedByRequestsUnderWay)
