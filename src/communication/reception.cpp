@@ -7,16 +7,19 @@ Reception::Wait::Wait(Reception& reception, const sys::Event& event, sys::EventF
 {
     {
         const std::lock_guard lock{m_reception.m_mutex};
-        if (m_reception.m_isLent) {
+        if (m_reception.m_hasReceiver) {
             m_reception.listLocked(*this);
             m_isBehindAnother = true;
             return;
         }
-        m_reception.m_isLent = true;
+        m_reception.m_hasReceiver = true;
     }
+    // Said only when it is: a callback that stops early where nobody receives is not repeated.
     m_isReceiver = m_reception.m_loop.lend(m_event);
-    if (!m_isReceiver)
-        m_reception.m_isLent = false;
+    if (m_isReceiver)
+        m_reception.m_isLent = true;
+    else
+        m_reception.m_hasReceiver = false;
 }
 
 void Reception::Wait::untilSet()
@@ -28,7 +31,7 @@ void Reception::Wait::untilSet()
         // Where nothing has come for a while, nobody is in a hurry.
         if (!m_flag.isSet()) {
             m_isReceiver = false;
-            m_reception.m_isLent = false;
+            m_reception.endLoan();
             m_reception.m_loop.takeBack(m_event);
         }
     }
@@ -54,9 +57,15 @@ void Reception::Wait::end()
         }
         if (next)
             return;
-        m_reception.m_isLent = false;
+        m_reception.endLoan();
     }
     m_reception.m_loop.takeBack(m_event);
+}
+
+void Reception::endLoan()
+{
+    m_isLent = false;
+    m_hasReceiver = false;
 }
 
 void Reception::listLocked(Wait& wait)

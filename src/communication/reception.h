@@ -51,6 +51,7 @@ public:
     bool isLent() const { return m_isLent.load(); }
 
 private:
+    void endLoan();
     void listLocked(Wait& wait);
     void unlistLocked(Wait& wait);
 
@@ -59,6 +60,7 @@ private:
     // Cleared before the loop is asked to watch the connection again, so that this request comes
     // after every callback that stopped early because the connection was lent.
     std::atomic<bool> m_isLent = false;
+    std::atomic<bool> m_hasReceiver = false; // or one that just asks the loop; set under m_mutex
 
     // under m_mutex
     Mutex m_mutex;
