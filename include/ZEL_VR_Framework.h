@@ -46,7 +46,8 @@
  * when the text did not fit. A text fits when it is strictly shorter than the capacity. One that
  * does not fit gives ZEL_SRV_BUFFER_TOO_SMALL and an empty buffer: allocate length + 1 bytes and
  * ask again. This is "the buffer rule" below. A long answer is received in the caller's buffer
- * itself: one that breaks off leaves an empty text there, but no more of what was in it.
+ * itself: one that breaks off leaves an empty text, or in a buffer for a block bytes that count for
+ * nothing, but not what was in it before.
  *
  * Two things are kept for each module until a newer one takes their place: the last answer that was
  * too long (ZEL_XCOM_GetSyncReqrSrvLastErrDat) and the last words of a refusal
