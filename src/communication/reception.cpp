@@ -34,9 +34,11 @@ void Reception::Wait::untilSet()
             m_reception.endLoan();
             m_reception.m_loop.takeBack(m_event);
         }
+    } else if (!m_isBehindAnother) {
+        // The loop's thread receives: nothing was looked for yet.
+        m_budget.spin([this] { return m_flag.isSet(); });
     }
-    if (!m_budget.spin([this] { return m_flag.isSet(); }))
-        m_flag.wait();
+    m_flag.wait();
 }
 
 void Reception::Wait::end()
@@ -54,9 +56,8 @@ void Reception::Wait::end()
             m_reception.unlistLocked(*next);
             next->m_isReceiver = true;
             next->m_flag.wake();
-        }
-        if (next)
             return;
+        }
         m_reception.endLoan();
     }
     m_reception.m_loop.takeBack(m_event);
