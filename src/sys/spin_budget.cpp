@@ -11,7 +11,7 @@ namespace zel::sys {
 namespace {
 
 constexpr int kMaxCredit = 16;
-constexpr unsigned kTryEvery = 256;
+constexpr unsigned kTryEvery = 1024;
 
 struct Waits {
     const bool hasProcessorToSpare = std::thread::hardware_concurrency() > 1;
@@ -54,9 +54,8 @@ bool SpinBudget::isAlone()
 void SpinBudget::learn(bool paid)
 {
     std::atomic<int>& credit = waits().credit;
-    credit.store(
-        std::clamp(credit.load(std::memory_order_relaxed) + (paid ? 1 : -2), 0, kMaxCredit),
-        std::memory_order_relaxed);
+    const int left = credit.load(std::memory_order_relaxed);
+    credit.store(paid ? kMaxCredit : std::max(left - 4, 0), std::memory_order_relaxed);
 }
 
 } // namespace zel::sys

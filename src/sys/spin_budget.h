@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <utility>
 
 namespace zel::sys {
 
@@ -13,8 +14,8 @@ inline void relaxProcessor()
 
 /// A thread's leave to look again and again for what it waits for instead of sleeping: waking a
 /// sleeping thread costs about as much as a whole round trip in a local network. Only for a thread
-/// that is the only one that waits, on a machine with a processor to spare, and only now and then
-/// after looking has been in vain. Lives as long as the wait.
+/// that is the only one that waits, on a machine with a processor to spare, and only seldom
+/// after looking has been in vain some times. Lives as long as the wait.
 class SpinBudget {
 public:
     SpinBudget();
@@ -28,22 +29,31 @@ public:
     {
         if (!mayBegin())
             return false;
-        const auto until = std::chrono::steady_clock::now() + kSpinningTime;
+        // What is there already was no gain of looking.
+        if (hasHappened())
+            return true;
+        Clock::time_point looked = Clock::now();
+        const Clock::time_point until = looked + kSpinningTime;
         do {
-            for (int i = 0; i < 8; ++i) {
-                if (hasHappened()) {
-                    learn(true);
-                    return true;
-                }
-                relaxProcessor();
+            relaxProcessor();
+            const Clock::time_point before = std::exchange(looked, Clock::now());
+            if (hasHappened()) {
+                // It may have happened because this thread had to leave its processor to others.
+                learn(looked - before < kBreak && Clock::now() - looked < kBreak);
+                return true;
             }
-        } while (isAlone() && std::chrono::steady_clock::now() < until);
-        learn(false);
+        } while (isAlone() && looked < until);
+        if (looked >= until)
+            learn(false);
         return false;
     }
 
 private:
-    static constexpr std::chrono::microseconds kSpinningTime{20};
+    using Clock = std::chrono::steady_clock;
+    // The round trip of a request whose module need not be woken for long.
+    static constexpr std::chrono::microseconds kSpinningTime{50};
+    // Looking twice takes a third of it.
+    static constexpr std::chrono::microseconds kBreak{4};
 
     static bool mayBegin();
     static bool isAlone();
