@@ -10,7 +10,7 @@ namespace {
 // In the order of Cause.
 constexpr std::array<std::string_view, 9> kCauses{
     "time step", "overrun", "cut block", "outage",        "restart",
-    "changed",   "queue",   "disk full", "clock set back"};
+    "changed",   "queue",   "disk full", "clock set"};
 
 } // namespace
 

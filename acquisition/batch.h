@@ -44,7 +44,7 @@ enum class Cause : std::uint8_t {
     changed,  ///< the module sends another data type than at the beginning
     queue,    ///< the sink was too slow: missing in its recording only
     noSpace,  ///< there was no room on the disk: missing in that recording only
-    clockBack ///< the module's clock was set back; nothing is missing
+    clockSet  ///< the module's clock was set; nothing is known to be missing
 };
 std::string_view nameOf(Cause cause);
 std::optional<Cause> causeNamed(std::string_view name);
