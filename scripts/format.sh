@@ -9,5 +9,5 @@ if [ "${1:-}" = --check ]; then
     how=(--dry-run --Werror)
 fi
 find include src simulator cli bench examples tests -type f \
-    \( -name '*.c' -o -name '*.cpp' -o -name '*.h' \) -print0 |
+    \( -name '*.c' -o -name '*.cpp' -o -name '*.h' -o -name '*.hpp' \) -print0 |
     xargs -0 -r "$formatter" --style=file "${how[@]}"

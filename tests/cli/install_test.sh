@@ -35,3 +35,4 @@ for _ in $(seq 1200); do
 done
 (installed zel get "$module" System/Name) | grep MOD-1
 [ -e "$work/moved/here/include/ZEL_VR_Framework.h" ]
+[ -e "$work/moved/here/include/zel/module.hpp" ]
