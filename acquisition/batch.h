@@ -8,6 +8,7 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace zel::acquisition {
@@ -68,6 +69,25 @@ struct ClockEstimate {
     std::uint64_t uncertainty = 0; ///< of the offset, nanoseconds, either way
 };
 
+/// Memory that is written before it is read need not be cleared first.
+template <class T>
+struct UnclearedAllocator : std::allocator<T> {
+    template <class U>
+    struct rebind {
+        using other = UnclearedAllocator<U>;
+    };
+    template <class U>
+    void construct(U* place) noexcept
+    {
+        ::new (static_cast<void*>(place)) U;
+    }
+    template <class U, class... Arguments>
+    void construct(U* place, Arguments&&... arguments)
+    {
+        std::construct_at(place, std::forward<Arguments>(arguments)...);
+    }
+};
+
 /// What came from one module at once. For each signal chunks and gaps are in the order of their
 /// indices, without overlap, and go on where the batch before ended. Never changed once it is
 /// made, and shared by all sinks.
@@ -77,7 +97,7 @@ struct Batch {
     std::vector<Chunk> chunks;
     std::vector<Gap> gaps;
     std::optional<ClockEstimate> clock; ///< where it has changed
-    std::vector<std::byte> bytes;
+    std::vector<std::byte, UnclearedAllocator<std::byte>> bytes;
 
     template <class T>
     std::span<const T> valuesOf(const Chunk& chunk) const

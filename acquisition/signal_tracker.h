@@ -36,6 +36,8 @@ public:
     /// Samples of the module so far, those in gaps too.
     std::uint64_t nextIndex() const { return m_next; }
     bool hasBegun() const { return m_hasBegun; }
+    /// Of what came last.
+    const TimeLine& line() const { return m_line; }
     /// When the next sample is due, by what came last; 0 before the first.
     std::uint64_t nextTime() const;
 
