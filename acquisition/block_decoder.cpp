@@ -158,7 +158,9 @@ void BlockDecoder::take(const Record& record, Track& track, const Arrival& arriv
             track.rate = record.millihertz();
         if (track.rate == 0) // nobody can tell what it is worth
             return interrupt(Cause::changed);
-        place = track.tracker.placeEven(record.timeStamp(), track.rate, count, arrival.mostMissing);
+        m_origin = m_origin != 0 ? m_origin : record.timeStamp();
+        place = track.tracker.placeEven(record.timeStamp(), track.rate, count, arrival.mostMissing,
+                                        m_origin);
     } else {
         m_times.resize(count);
         record.copyTimes(m_times, track.rate);

@@ -61,6 +61,7 @@ private:
     const Setup& m_setup;
     const std::size_t m_module;
     std::vector<Track> m_tracks; // in the order of their numbers
+    std::uint64_t m_origin = 0; // time of the first sample of any evenly sampled signal
     std::vector<Record> m_records;
     std::vector<std::uint64_t> m_times;
     std::uint64_t m_cutBlocks = 0;

@@ -1,7 +1,6 @@
 #include "signal_tracker.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace zel::acquisition {
@@ -16,13 +15,17 @@ std::uint64_t distance(std::uint64_t a, std::uint64_t b)
     return std::max(a, b) - std::min(a, b);
 }
 
-/// To the nearest whole number.
-std::uint64_t samplesIn(std::uint64_t nanoseconds, std::uint64_t rate)
+double exactSamplesIn(std::uint64_t nanoseconds, std::uint64_t rate)
 {
     // Whatever a module says, a number that indices can be counted with.
     constexpr double kMost = 1e15;
-    const double exact = static_cast<double>(nanoseconds) * static_cast<double>(rate) / 1e12;
-    return static_cast<std::uint64_t>(std::min(exact, kMost) + 0.5);
+    return std::min(static_cast<double>(nanoseconds) * static_cast<double>(rate) / 1e12, kMost);
+}
+
+/// To the nearest whole number.
+std::uint64_t samplesIn(std::uint64_t nanoseconds, std::uint64_t rate)
+{
+    return static_cast<std::uint64_t>(exactSamplesIn(nanoseconds, rate) + 0.5);
 }
 
 } // namespace
@@ -48,7 +51,8 @@ Gap SignalTracker::gapUntil(std::uint64_t time, std::uint64_t count, Cause cause
 }
 
 SignalTracker::Place SignalTracker::placeEven(std::uint64_t time, std::uint64_t rate,
-                                              std::uint64_t count, std::uint64_t mostMissing)
+                                              std::uint64_t count, std::uint64_t mostMissing,
+                                              std::uint64_t origin)
 {
     Place place;
     const auto cause = std::exchange(m_cause, std::nullopt);
@@ -70,6 +74,14 @@ SignalTracker::Place SignalTracker::placeEven(std::uint64_t time, std::uint64_t 
         if (!goesOn)
             m_line = {m_next, time, rate};
     } else {
+        // Signals of different rates need not begin together, but within a sample of theirs.
+        const std::uint64_t late = time > origin ? time - origin : 0;
+        const auto missing = static_cast<std::uint64_t>(exactSamplesIn(late, rate) + 1.0 / 16);
+        if (missing > 0) {
+            place.before = {m_signal, m_next, missing, origin, time,
+                            cause.value_or(Cause::timeStep)};
+            m_next += missing;
+        }
         m_line = {m_next, time, rate};
     }
     m_hasBegun = true;

@@ -21,9 +21,10 @@ public:
 
     /// A record of an evenly sampled signal: time stamp of the first of its samples, its rate in
     /// millihertz, not 0, and their number. `mostMissing`: nanoseconds that can be missing before
-    /// it at most, by the host's clock; a larger step is one of the module's clock.
+    /// it at most, by the host's clock; a larger step is one of the module's clock. `origin`: when
+    /// the module's signals began; the first record has missed what lies between.
     Place placeEven(std::uint64_t time, std::uint64_t rate, std::uint64_t count,
-                    std::uint64_t mostMissing);
+                    std::uint64_t mostMissing, std::uint64_t origin);
     /// A record whose samples have times of their own.
     Place placeTimed(std::uint64_t first, std::uint64_t last, std::uint64_t count);
 

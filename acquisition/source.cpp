@@ -116,7 +116,8 @@ bool Source::fetchOnce(Block& block)
     const Clock::time_point now = Clock::now();
     const BlockDecoder::Arrival arrival{hostTime(), nanoseconds(now - m_caughtUp + kTolerance)};
     deliver(m_decoder.decode(block, arrival), !hasMore, nanoseconds(now - asked));
-    if (!hasMore)
+    // An empty answer of a module that has just been subscribed anew is no sign of its samples.
+    if (!hasMore && !block.empty())
         m_caughtUp = asked;
     return hasMore;
 }
