@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Checks that the public header serves those who read it without a compiler: cffi takes its
-# preprocessed text, lays out every record as the header says, and finds every export by it.
+# Checks that the public headers serve those who do not build as this project does. C: cffi takes the
+# header's preprocessed text, lays out every record as it says, and finds every export by it. C++: it
+# is read without a warning by each compiler, whatever macros <windows.h> brings.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -11,6 +12,13 @@ gcc -E -P "$header" >"$work/as it stands"
 gcc -E -P -DZEL_CDEF "$header" >"$work/with ZEL_CDEF"
 x86_64-w64-mingw32-gcc -E -P -DZEL_CDEF "$header" | diff "$work/with ZEL_CDEF" - ||
     { echo "check-header: with ZEL_CDEF the text is another one for Windows" >&2 && exit 1; }
+
+echo '#include <ZEL_VR_Framework.hpp>' >"$work/host.cpp"
+sed '1i #include <windows.h>' "$work/host.cpp" >"$work/windows.cpp"
+warnings=(-std=c++20 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror)
+g++ "${warnings[@]}" -Iinclude -fsyntax-only "$work/host.cpp"
+clang++-14 "${warnings[@]}" -Iinclude -fsyntax-only "$work/host.cpp"
+x86_64-w64-mingw32-g++-posix "${warnings[@]}" -Iinclude -fsyntax-only "$work/windows.cpp"
 
 # The distribution's own: another Python in front of it need not have the package.
 /usr/bin/python3 -W ignore - "$header" build/linux/bin/libZEL_VR_Framework.so \

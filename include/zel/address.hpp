@@ -21,7 +21,7 @@ inline constexpr std::uint16_t kModulePort = 55000;
 
 /// Host and TCP port. Nothing here asks the network.
 struct Address {
-    std::string host; ///< IPv4 or IPv6 address, or a host's name
+    std::string host{}; ///< IPv4 or IPv6 address, or a host's name
     std::uint16_t port = kModulePort;
 
     /// "192.168.169.20:55000", "[fe80::1]:55000"
@@ -40,9 +40,9 @@ struct Address {
 
 /// What a person types for a module: an address, a host's name, the module's own name or its UUID.
 struct ModuleTarget {
-    std::string text;
-    std::optional<Address> address; ///< to be tried first
-    bool mayBeName = false;         ///< of a module, or a UUID: a scan finds it
+    std::string text{};
+    std::optional<Address> address{}; ///< to be tried first
+    bool mayBeName = false;           ///< of a module, or a UUID: a scan finds it
 
     /// Tells them apart by their form: what has a port, brackets or three dots between numbers is
     /// an address. Throws std::invalid_argument for what is neither.

@@ -40,7 +40,7 @@ concept Value = std::same_as<T, std::int32_t> || std::same_as<T, std::int64_t> |
 
 /// What stands for "no value" in a type: its largest finite number, as in ZEL_VR_Framework.h.
 template <Value T>
-inline constexpr T noValue = std::numeric_limits<T>::max();
+inline constexpr T noValue = (std::numeric_limits<T>::max)();
 
 /// Whether a value is none: the marker above, or a NaN.
 template <Value T>
@@ -112,7 +112,7 @@ inline std::string dataTypeName(std::uint32_t dataType)
 inline std::uint64_t toMillihertz(double hertz) noexcept
 {
     constexpr double kMost = 1e15;
-    return hertz > 0 ? static_cast<std::uint64_t>(std::min(hertz * 1000, kMost) + 0.5) : 0;
+    return hertz > 0 ? static_cast<std::uint64_t>((std::min)(hertz * 1000, kMost) + 0.5) : 0;
 }
 
 /// How long sample `index` of an evenly sampled signal is taken after sample 0, in nanoseconds:
@@ -127,7 +127,7 @@ constexpr std::uint64_t timeOfIndex(std::uint64_t index, std::uint64_t millihert
     const std::uint64_t turned = index * 1000;
     std::uint64_t time = turned / millihertz;
     std::uint64_t rest = turned % millihertz;
-    if (rest <= std::numeric_limits<std::uint64_t>::max() / kSecond)
+    if (rest <= (std::numeric_limits<std::uint64_t>::max)() / kSecond)
         return time * kSecond + rest * kSecond / millihertz;
     for (int digits = 0; digits < 9; digits += 3) {
         rest *= 1000;
@@ -141,8 +141,8 @@ constexpr std::uint64_t timeOfIndex(std::uint64_t index, std::uint64_t millihert
 inline double samplesIn(std::uint64_t nanoseconds, std::uint64_t millihertz) noexcept
 {
     constexpr double kMost = 1e15; // whatever a module says, a number that can be counted with
-    return std::min(static_cast<double>(nanoseconds) * static_cast<double>(millihertz) / 1e12,
-                    kMost);
+    return (std::min)(static_cast<double>(nanoseconds) * static_cast<double>(millihertz) / 1e12,
+                      kMost);
 }
 
 /* ------------------------------------------------------------------------------------------------
@@ -462,7 +462,7 @@ public:
     void setSize(std::uint64_t size) noexcept
     {
         m_bytes = {m_own.get(), static_cast<std::size_t>(
-                                    std::min(size, static_cast<std::uint64_t>(m_capacity)))};
+                                    (std::min)(size, static_cast<std::uint64_t>(m_capacity)))};
     }
 
 private:
@@ -518,7 +518,7 @@ void Record::forEach(Take&& take) const
     constexpr std::uint32_t kAtOnce = 4096 / sizeof(Element);
     std::array<std::byte, kAtOnce * sizeof(Element)> piece;
     for (std::uint32_t first = 0; first < count(); first += kAtOnce) {
-        const std::uint32_t number = std::min(kAtOnce, count() - first);
+        const std::uint32_t number = (std::min)(kAtOnce, count() - first);
         convert(first, number, piece.data(), piece.size());
         for (std::uint32_t i = 0; i < number; ++i)
             take(first + i, piece.data() + i * sizeof(Element));

@@ -222,10 +222,10 @@ std::vector<Record> readRecords(const Connection& module, std::size_t room, Trie
         if (code != ZEL_SRV_BUFFER_TOO_SMALL || count > kMost)
             break;
         // Some calls do not tell how many there are.
-        records.resize(std::max<std::uint64_t>(count, 4 * std::uint64_t{records.size()}));
+        records.resize((std::max<std::uint64_t>)(count, 4 * std::uint64_t{records.size()}));
     }
     module.check(code, tried, Answer::data);
-    records.resize(std::min<std::uint64_t>(count, records.size()));
+    records.resize((std::min<std::uint64_t>)(count, records.size()));
     return records;
 }
 

@@ -23,22 +23,22 @@ namespace zel {
 /// there is nothing to tell.
 struct Adapter {
     std::uint32_t number = 0; ///< counts from 0
-    std::string name;
-    std::string address; ///< IPv4
-    std::string mask;
-    std::string hardware;
+    std::string name{};
+    std::string address{}; ///< IPv4
+    std::string mask{};
+    std::string hardware{};
 };
 
 /// A module that answered a scan, and the adapter that heard it.
 struct FoundModule {
-    std::string address; ///< IPv4, as the module tells it
-    std::string mask;
+    std::string address{}; ///< IPv4, as the module tells it
+    std::string mask{};
     std::uint32_t port = 0;
-    std::string name;
+    std::string name{};
     std::uint64_t uuid = 0;
-    std::string type;
-    std::string firmware;
-    Adapter adapter;
+    std::string type{};
+    std::string firmware{};
+    Adapter adapter{};
 
     /// Whether this host can talk to it over the adapter as both are set.
     bool fits() const
@@ -84,7 +84,7 @@ public:
                 return std::string_view{};
             const auto end = m_rest.find("</" + std::string(name) + ">");
             const std::string_view content = m_rest.substr(0, end);
-            m_rest.remove_prefix(std::min(content.size(), m_rest.size()));
+            m_rest.remove_prefix((std::min)(content.size(), m_rest.size()));
             return content;
         }
     }
@@ -101,7 +101,7 @@ private:
     {
         std::string text;
         while (!written.empty()) {
-            const auto reference = std::min(written.find('&'), written.size());
+            const auto reference = (std::min)(written.find('&'), written.size());
             text += written.substr(0, reference);
             written.remove_prefix(reference);
             const auto end = written.find(';');

@@ -18,10 +18,10 @@ namespace zel {
 /// One signal of a module, as its list tells. Texts are UTF-8; connector, channel and signal count
 /// from 1, and are 0 where the reference does not carry them.
 struct Signal {
-    std::string reference; ///< "AnalogIn_Connector0.Signal0", which counts from 0
-    std::string name;      ///< as it is set in the module; need not be the only one
-    std::string unit;
-    std::string path;             ///< in the parameter document; "" where the reference tells none
+    std::string reference{}; ///< "AnalogIn_Connector0.Signal0", which counts from 0
+    std::string name{};      ///< as it is set in the module; need not be the only one
+    std::string unit{};
+    std::string path{};           ///< in the parameter document; "" where the reference tells none
     double sampleRate = 0;        ///< in hertz; 0 for values with times of their own
     std::uint32_t dataType = 0;   ///< ZEL_DAQ_INT32 to ZEL_DAQ_TIMED_UINT32; 0 for not told
     std::uint32_t recordKind = 0; ///< ZEL_DAQ_WITH_RATE or ZEL_DAQ_WITH_BEFORE
@@ -37,7 +37,7 @@ struct Signal {
 
 /// The current value of one signal.
 struct MeasuredValue {
-    std::string reference;
+    std::string reference{};
     double value = 0; ///< in the signal's unit; see isNoValue()
 };
 

@@ -62,8 +62,8 @@ public:
             throw std::logic_error("the fetch has been collected");
         const auto state = std::move(m_state);
         const auto module = std::move(m_module);
-        const auto wait =
-            std::clamp<std::int64_t>(timeout.count(), 0, std::numeric_limits<std::uint32_t>::max());
+        const auto wait = std::clamp<std::int64_t>(timeout.count(), 0,
+                                                   (std::numeric_limits<std::uint32_t>::max)());
         const std::int32_t code =
             ZEL_XCOM_Async_ReadData_Timeout(state->handle, static_cast<std::uint32_t>(wait));
         module->check(
@@ -158,7 +158,7 @@ public:
     /// shows at start(). Throws Error, with the code ZEL_DAQ_SUBSCRIPTION_STATE after start().
     std::uint16_t add(const std::string& reference, std::uint64_t largestRecord = kLargestRecord)
     {
-        if (m_lastId == std::numeric_limits<std::uint16_t>::max())
+        if (m_lastId == (std::numeric_limits<std::uint16_t>::max)())
             throw std::invalid_argument("a subscription takes 65535 signals");
         add(reference, static_cast<std::uint16_t>(m_lastId + 1), largestRecord);
         return m_lastId;
@@ -174,7 +174,7 @@ public:
         m_module->check(
             ZEL_XDAQ_AddSignal(m_module->uuid(), detail::terminated(reference), id, largestRecord),
             [&] { return "subscribe to " + reference; });
-        m_lastId = std::max(m_lastId, id);
+        m_lastId = (std::max)(m_lastId, id);
     }
 
     /// Lets the module begin (ZEL_XDAQ_FinishSubscription): at `time`, nanoseconds since 1970 by
@@ -215,7 +215,7 @@ public:
                !m_largest->compare_exchange_weak(largest, received, std::memory_order_relaxed)) {
         }
         // Modules may have a limit of their own below what they are asked for.
-        return received >= kSmallestLimit && received >= std::max(largest, received) / 2;
+        return received >= kSmallestLimit && received >= (std::max)(largest, received) / 2;
     }
 
     /// The same without waiting: gives the block to the library, and hands it back when it is

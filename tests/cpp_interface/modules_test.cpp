@@ -75,6 +75,44 @@ TEST(CppAddresses, AreReadAndToldApart)
     EXPECT_FALSE(ModuleTarget::parse("0x12").address || ModuleTarget::parse("Test stand").address);
 }
 
+TEST(CppScans, FindModulesInTheLibrarysDocument)
+{
+    detail::XmlText elements("<?xml version=\"1.0\"?>\n<SrvParams><Module address=\"0\">"
+                             "<IpAdr>10.0.0.7</IpAdr><Name>A&amp;&#181;&lt;&#x20AC;&gt;</Name>"
+                             "<Type/><Uuid> </Uuid></Module><Module address=\"1\"/>"
+                             "<Module><Name>b</Name>");
+    const auto first = elements.next("Module").value();
+    EXPECT_EQ(detail::XmlText::child(first, "Name"), "A&\u00B5<\u20AC>");
+    EXPECT_EQ(detail::XmlText::child(first, "IpAdr"), "10.0.0.7");
+    for (const char* const none : {"Type", "Uuid", "Nam", "Module"})
+        EXPECT_EQ(detail::XmlText::child(first, none), "") << none;
+    EXPECT_EQ(elements.next("Module"), "");
+    EXPECT_TRUE(elements.next("Module"));
+    EXPECT_FALSE(elements.next("Module"));
+
+    const Adapter close{.number = 0, .address = "10.0.0.1", .mask = "255.0.0.0"};
+    std::vector<FoundModule> modules(4);
+    modules[0] = {.address = "10.0.0.7", .mask = "255.0.0.0", .name = "MOD-1", .uuid = 1};
+    modules[1] = {
+        .address = "10.0.0.7", .mask = "", .port = 1, .name = "MOD-1", .uuid = 1, .adapter = close};
+    modules[2] = {.address = "11.0.0.7", .port = 70000, .name = "MOD-10", .uuid = 18};
+    modules[3] = {.name = "B\u00C4R", .uuid = 3};
+    const auto namesOf = [&](const std::string& text) {
+        std::string names;
+        for (const FoundModule& module : matchingModules(modules, text))
+            names += module.name + (module.fits() ? "+ " : " ");
+        return names;
+    };
+    EXPECT_EQ(namesOf("MOD-1"), "MOD-1+ ");
+    EXPECT_EQ(namesOf("mod-1"), "MOD-1+ ");
+    EXPECT_EQ(namesOf("mod"), "MOD-1+ MOD-10 ");
+    EXPECT_EQ(namesOf("0x12"), "MOD-10 ");
+    EXPECT_EQ(namesOf("b\u00E4"), "B\u00C4R ");
+    EXPECT_EQ(namesOf("nobody"), "");
+    EXPECT_EQ(modules[1].tcpAddress(), (Address{"10.0.0.7", 1}));
+    EXPECT_FALSE(modules[0].tcpAddress() || modules[2].tcpAddress() || modules[3].tcpAddress());
+}
+
 TEST_F(CppModules, ReadAndWriteParameters)
 {
     Module module(address());
