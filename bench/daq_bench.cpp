@@ -1,5 +1,5 @@
 #include "side_by_side.h"
-#include "ZEL_VR_Framework.h"
+#include "ZEL_VR_Framework.hpp"
 
 #include <algorithm>
 #include <cstring>
@@ -85,5 +85,80 @@ void GetDaqHeaderOfTheLastRecord(benchmark::State& state)
         kRecords - 1, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 BENCHMARK(GetDaqHeaderOfTheLastRecord);
+
+/// Reads every value of a block of so many records of so many values, in a way of reading; counts
+/// the time for one value.
+template <class Walk>
+void walkBlock(benchmark::State& state, Walk&& walk)
+{
+    const auto records = static_cast<std::uint32_t>(state.range(0));
+    const auto count = static_cast<std::uint32_t>(state.range(1));
+    std::vector<unsigned char> bytes;
+    for (std::uint32_t i = 0; i < records; ++i)
+        appendRecord(bytes, ZEL_DAQ_REAL32, 1, count);
+    const zel::Block block{std::as_bytes(std::span(bytes))};
+    std::uint64_t values = 0;
+    for (auto _ : state)
+        values += walk(block);
+    if (values != static_cast<std::uint64_t>(state.iterations()) * records * count)
+        state.SkipWithError("not every value was read");
+    state.counters["per_value"] = benchmark::Counter(
+        static_cast<double>(values), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+void WalkBlockAsARange(benchmark::State& state)
+{
+    walkBlock(state, [](const zel::Block& block) {
+        std::uint64_t values = 0;
+        for (const zel::Record& record : block) {
+            const auto read = record.values<float>();
+            benchmark::DoNotOptimize(read.data());
+            values += read.size();
+        }
+        return values;
+    });
+}
+
+void WalkBlockAsARangeToDoubleWithTimes(benchmark::State& state)
+{
+    walkBlock(state, [](const zel::Block& block) {
+        std::uint64_t values = 0;
+        for (const zel::Record& record : block) {
+            const auto read = record.values<double>();
+            benchmark::DoNotOptimize(read.data());
+            benchmark::DoNotOptimize(record.times().data());
+            values += read.size();
+        }
+        return values;
+    });
+}
+
+void WalkBlockByIndex(benchmark::State& state)
+{
+    std::vector<float> read(65536);
+    walkBlock(state, [&](const zel::Block& whole) {
+        const auto block = whole.bytes();
+        ZEL_DaqHeader header{};
+        std::uint64_t offset = 0;
+        std::uint64_t values = 0;
+        for (std::uint32_t i = 0; ZEL_XUTIL_GetDaqHeader(ZEL_DAQ_BY_INDEX, i, block.data(),
+                                                         block.size(), &header, &offset) == ZEL_OK;
+             ++i) {
+            ZEL_XUTIL_GetDaqData(offset, block.data(), &header, read.data(),
+                                 read.size() * sizeof(float));
+            benchmark::DoNotOptimize(read.data());
+            values += header.count;
+        }
+        return values;
+    });
+}
+
+void records(benchmark::internal::Benchmark* made)
+{
+    made->ArgNames({"records", "values"})->Args({5000, 10})->Args({50, 1000})->Args({1, 60000});
+}
+BENCHMARK(WalkBlockAsARange)->Apply(records);
+BENCHMARK(WalkBlockAsARangeToDoubleWithTimes)->Apply(records);
+BENCHMARK(WalkBlockByIndex)->Apply(records);
 
 } // namespace
