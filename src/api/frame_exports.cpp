@@ -57,7 +57,7 @@ const char* ZEL_XUTIL_GetTextFromModule(uint64_t uuid, int32_t code)
     const std::int32_t result = forward({}, [&](clSystemMgr& mgr) {
         text = resultText(code);
         if (text == std::string_view(kTextMissing))
-            text = textFromModule(mgr.modules(), uuid, code);
+            text = textFromModule(mgr.module(uuid), code);
         return ZEL_OK;
     });
     return result == ZEL_SYS_NO_OBJECT ? "" : text;

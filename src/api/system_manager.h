@@ -25,6 +25,7 @@ public:
 
     /// The way of ordinary requests: over the connection of the module.
     RequestPath modules() { return {m_client.connections()}; }
+    RemoteModule module(std::uint64_t uuid) { return {modules(), uuid}; }
 
     // The ways to modules that are not connected.
     clMulticastContext byMulticast(std::optional<std::uint32_t> interfaceIndex = {})

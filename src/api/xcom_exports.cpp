@@ -125,7 +125,7 @@ int32_t ZEL_XCOM_ReadNetSetting(uint64_t uuid, char* buffer, uint64_t* length, u
 {
     return forward({buffer, length, orNull(capacity)}, [&](clSystemMgr& mgr) {
         clDatagramWays datagrams = mgr.byDatagram();
-        return network::readNetSettings(mgr.modules(), datagrams.path(), uuid,
+        return network::readNetSettings(mgr.module(uuid), datagrams.path(),
                                         network::NetSettings::oneInterface,
                                         {buffer, length, capacity});
     });
@@ -135,7 +135,7 @@ int32_t ZEL_XCOM_ReadNetSettings(uint64_t uuid, char* buffer, uint64_t* length, 
 {
     return forward({buffer, length, orNull(capacity)}, [&](clSystemMgr& mgr) {
         clDatagramWays datagrams = mgr.byDatagram();
-        return network::readNetSettings(mgr.modules(), datagrams.path(), uuid,
+        return network::readNetSettings(mgr.module(uuid), datagrams.path(),
                                         network::NetSettings::section, {buffer, length, capacity});
     });
 }
@@ -144,8 +144,7 @@ int32_t ZEL_XCOM_WriteNetSetting(uint64_t uuid, const char* document, uint64_t l
 {
     return forward({document}, [&](clSystemMgr& mgr) {
         clDatagramWays datagrams = mgr.byDatagram();
-        return network::writeNetSettings(mgr.modules(), datagrams.path(), uuid,
-                                         {document, static_cast<std::size_t>(length)});
+        return network::writeNetSettings(mgr.module(uuid), datagrams.path(), {document, length});
     });
 }
 

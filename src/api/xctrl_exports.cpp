@@ -2,12 +2,13 @@
 #include "controls.h"
 
 using namespace zel;
+using wire::ControlMethod;
 
 int32_t ZEL_XCTRL_Execute(uint64_t uuid, const char* control, uint64_t, uint32_t count,
                           const char* const* parameters)
 {
     return forward({control}, [&](clSystemMgr& mgr) {
-        return controls::execute(mgr.modules(), uuid, control, count, parameters);
+        return controls::execute(mgr.module(uuid), control, count, parameters);
     });
 }
 
@@ -17,7 +18,7 @@ int32_t ZEL_XCTRL_ExecuteXMLPars(uint64_t uuid, const char* control, uint64_t,
                                  uint64_t capacity)
 {
     return forward({control, parameters}, [&](clSystemMgr& mgr) {
-        return controls::executeDocument(mgr.modules(), uuid, control, parameters,
+        return controls::executeDocument(mgr.module(uuid), control, parameters,
                                          {buffer, length, capacity});
     });
 }
@@ -25,7 +26,7 @@ int32_t ZEL_XCTRL_ExecuteXMLPars(uint64_t uuid, const char* control, uint64_t,
 int32_t ZEL_XCTRL_GetControls(uint64_t uuid, const char* fileName)
 {
     return forward({fileName}, [&](clSystemMgr& mgr) {
-        return controls::readListToFile(mgr.modules(), uuid, fileName);
+        return sendForFile(mgr.module(uuid), ControlMethod::getControls, {}, fileName);
     });
 }
 
@@ -33,7 +34,8 @@ int32_t ZEL_XCTRL_GetControlsString(uint64_t uuid, char* buffer, uint64_t* lengt
                                     uint64_t capacity)
 {
     return forward({buffer, length}, [&](clSystemMgr& mgr) {
-        return controls::readList(mgr.modules(), uuid, {buffer, length, capacity});
+        return sendForText(mgr.module(uuid), ControlMethod::getControls, {},
+                           {buffer, length, capacity});
     });
 }
 
@@ -41,7 +43,8 @@ int32_t ZEL_XCTRL_ReadXML(uint64_t uuid, const char* control, char* buffer, uint
                           uint64_t capacity)
 {
     return forward({control, buffer, length}, [&](clSystemMgr& mgr) {
-        return controls::readDocument(mgr.modules(), uuid, control, {buffer, length, capacity});
+        return controls::describe(mgr.module(uuid), ControlMethod::readDocument, control,
+                                  {buffer, length, capacity});
     });
 }
 
@@ -49,7 +52,8 @@ int32_t ZEL_XCTRL_ReadXSD(uint64_t uuid, const char* control, char* buffer, uint
                           uint64_t capacity)
 {
     return forward({control, buffer, length}, [&](clSystemMgr& mgr) {
-        return controls::readSchema(mgr.modules(), uuid, control, {buffer, length, capacity});
+        return controls::describe(mgr.module(uuid), ControlMethod::readSchema, control,
+                                  {buffer, length, capacity});
     });
 }
 
@@ -57,21 +61,21 @@ int32_t ZEL_XCTRL_ReadXSLT(uint64_t uuid, const char* control, char* buffer, uin
                            uint64_t capacity)
 {
     return forward({control}, [&](clSystemMgr& mgr) {
-        return controls::readStyleSheet(mgr.modules(), uuid, control, {buffer, length, capacity});
+        return controls::describe(mgr.module(uuid), ControlMethod::readStyleSheet, control,
+                                  {buffer, length, capacity});
     });
 }
 
 int32_t ZEL_XCTRL_ActivateTeds(uint64_t uuid, uint32_t connector)
 {
-    return forward({}, [&](clSystemMgr& mgr) {
-        return controls::activateTeds(mgr.modules(), uuid, connector);
-    });
+    return forward(
+        {}, [&](clSystemMgr& mgr) { return controls::activateTeds(mgr.module(uuid), connector); });
 }
 
 int32_t ZEL_XCTRL_SetZero(uint64_t uuid, uint32_t connector, uint32_t signal)
 {
     return forward({}, [&](clSystemMgr& mgr) {
-        return controls::setZero(mgr.modules(), uuid, connector, signal);
+        return controls::setZero(mgr.module(uuid), connector, signal);
     });
 }
 
@@ -79,7 +83,7 @@ int32_t ZEL_XCTRL_SetZeroWithTarget(uint64_t uuid, uint32_t connector, uint32_t 
                                     double target)
 {
     return forward({}, [&](clSystemMgr& mgr) {
-        return controls::setZeroWithTarget(mgr.modules(), uuid, connector, signal, target);
+        return controls::setZeroWithTarget(mgr.module(uuid), connector, signal, target);
     });
 }
 
@@ -87,14 +91,14 @@ int32_t ZEL_XCTRL_SetCalPoint(uint64_t uuid, uint32_t connector, uint32_t signal
                               double value)
 {
     return forward({}, [&](clSystemMgr& mgr) {
-        return controls::setCalibrationPoint(mgr.modules(), uuid, connector, signal, point, value);
+        return controls::setCalibrationPoint(mgr.module(uuid), connector, signal, point, value);
     });
 }
 
 int32_t ZEL_XCTRL_SetI2SToCal(uint64_t uuid, uint32_t number)
 {
     return forward({}, [&](clSystemMgr& mgr) {
-        return controls::setI2SToCalibration(mgr.modules(), uuid, number);
+        return controls::setI2SToCalibration(mgr.module(uuid), number);
     });
 }
 
@@ -102,14 +106,14 @@ int32_t ZEL_XCTRL_SetInputSource(uint64_t uuid, uint32_t connector, uint32_t cha
                                  uint32_t source)
 {
     return forward({}, [&](clSystemMgr& mgr) {
-        return controls::setInputSource(mgr.modules(), uuid, connector, channel, source);
+        return controls::setInputSource(mgr.module(uuid), connector, channel, source);
     });
 }
 
 int32_t ZEL_XCTRL_SetLedMode(uint64_t uuid, uint32_t led, uint32_t mode)
 {
     return forward(
-        {}, [&](clSystemMgr& mgr) { return controls::setLedMode(mgr.modules(), uuid, led, mode); });
+        {}, [&](clSystemMgr& mgr) { return controls::setLedMode(mgr.module(uuid), led, mode); });
 }
 
 int32_t ZEL_XCTRL_SetPllVoltage(uint64_t, uint32_t)
@@ -124,7 +128,7 @@ int32_t ZEL_XCTRL_TransmitUserCanMsg(uint64_t uuid, uint32_t connector, uint32_t
 {
     return forward({}, [&](clSystemMgr& mgr) {
         return controls::transmitCanMessage(
-            mgr.modules(), uuid, connector, identifier,
+            mgr.module(uuid), connector, identifier,
             {byte1, byte2, byte3, byte4, byte5, byte6, byte7, byte8, byte9});
     });
 }
@@ -132,7 +136,7 @@ int32_t ZEL_XCTRL_TransmitUserCanMsg(uint64_t uuid, uint32_t connector, uint32_t
 int32_t ZEL_XCTRL_GetSignalGeneratorClock(uint64_t uuid, uint32_t generator, double* frequency)
 {
     return forward({frequency}, [&](clSystemMgr& mgr) {
-        return controls::readSignalGeneratorClock(mgr.modules(), uuid, generator, *frequency);
+        return controls::readSignalGeneratorClock(mgr.module(uuid), generator, *frequency);
     });
 }
 
@@ -144,6 +148,6 @@ int32_t ZEL_XCTRL_SetArbitrarySignalGenerator(uint64_t uuid, uint32_t generator,
 {
     return forward({}, [&](clSystemMgr& mgr) {
         return controls::setArbitrarySignalGenerator(
-            mgr.modules(), uuid, generator, {samples, count, {number1, number2, number3}, number4});
+            mgr.module(uuid), generator, {samples, count, {number1, number2, number3}, number4});
     });
 }

@@ -36,20 +36,20 @@ int32_t ZEL_XDAQ_AddSignal(uint64_t uuid, const char* reference, uint16_t userSi
 int32_t ZEL_XDAQ_FinishSubscription(uint64_t uuid, uint64_t startTime)
 {
     return forward({}, [&](clSystemMgr& mgr) {
-        return mgr.subscriptions().finish(uuid, startTime, mgr.modules());
+        return mgr.subscriptions().finish(mgr.module(uuid), startTime);
     });
 }
 
 int32_t ZEL_XDAQ_ClearSubscription(uint64_t uuid)
 {
-    return forward(
-        {}, [&](clSystemMgr& mgr) { return mgr.subscriptions().clear(uuid, mgr.modules()); });
+    return forward({},
+                   [&](clSystemMgr& mgr) { return mgr.subscriptions().clear(mgr.module(uuid)); });
 }
 
 int32_t ZEL_XDAQ_GetMeasValBlock(uint64_t uuid, void* buffer, uint64_t* received, uint64_t size)
 {
     return forward({buffer, received, orNull(size)}, [&](clSystemMgr& mgr) {
-        return daq::readBlock(mgr.modules(), uuid, buffer, size, *received);
+        return daq::readBlock(mgr.module(uuid), buffer, size, *received);
     });
 }
 
@@ -70,7 +70,7 @@ int32_t ZEL_XDAQ_GetMeasValByType(uint64_t uuid, const char* reference, uint32_t
                                   double* value)
 {
     return forward({reference, value}, [&](clSystemMgr& mgr) {
-        return daq::readValue(mgr.modules(), uuid, reference, scaleType, *value);
+        return daq::readValue(mgr.module(uuid), reference, scaleType, *value);
     });
 }
 
@@ -79,7 +79,7 @@ int32_t ZEL_XDAQ_GetAnalogMeasVal(uint64_t uuid, uint32_t connector, uint32_t si
     return forward({value}, [&](clSystemMgr& mgr) {
         const std::string path = signals::signalPath({connector, 0, signal, ZEL_CONNECTOR_ANALOG},
                                                      signals::PathForm::address);
-        return daq::readValue(mgr.modules(), uuid, path.c_str(), daq::kPhysical, *value);
+        return daq::readValue(mgr.module(uuid), path.c_str(), daq::kPhysical, *value);
     });
 }
 
@@ -88,7 +88,7 @@ int32_t ZEL_XDAQ_GetCanMeasVal(uint64_t uuid, uint32_t connector, uint32_t chann
     return forward({value}, [&](clSystemMgr& mgr) {
         const std::string path = signals::signalPath({connector, channel, 1, ZEL_CONNECTOR_CAN},
                                                      signals::PathForm::address);
-        return daq::readValue(mgr.modules(), uuid, path.c_str(), daq::kPhysical, *value);
+        return daq::readValue(mgr.module(uuid), path.c_str(), daq::kPhysical, *value);
     });
 }
 
@@ -97,8 +97,7 @@ int32_t ZEL_XDAQ_GetAllMeasVals(uint64_t uuid, int32_t enabledOnly, ZEL_Measured
                                 uint64_t* count, uint64_t capacity)
 {
     return forward({values, count, orNull(capacity)}, [&](clSystemMgr& mgr) {
-        return daq::readAllValues(mgr.modules(), uuid, enabledOnly != 0, {values, capacity},
-                                  *count);
+        return daq::readAllValues(mgr.module(uuid), enabledOnly != 0, {values, capacity}, *count);
     });
 }
 
@@ -106,7 +105,7 @@ int32_t ZEL_XDAQ_GetSignalList(uint64_t uuid, ZEL_SignalInfo* signals, uint64_t*
                                uint64_t capacity)
 {
     return forward({signals, count, orNull(capacity)}, [&](clSystemMgr& mgr) {
-        return daq::readSignals(mgr.modules(), uuid, std::span{signals, capacity}, *count);
+        return daq::readSignals(mgr.module(uuid), std::span{signals, capacity}, *count);
     });
 }
 
@@ -114,7 +113,7 @@ int32_t ZEL_XDAQ_GetSignalListEx(uint64_t uuid, ZEL_SignalInfoEx* signals, uint6
                                  uint64_t capacity)
 {
     return forward({signals, count, orNull(capacity)}, [&](clSystemMgr& mgr) {
-        return daq::readSignals(mgr.modules(), uuid, std::span{signals, capacity}, *count);
+        return daq::readSignals(mgr.module(uuid), std::span{signals, capacity}, *count);
     });
 }
 
@@ -122,7 +121,7 @@ int32_t ZEL_XDAQ_GetSignalListString(uint64_t uuid, char* buffer, uint64_t* leng
                                      uint64_t capacity)
 {
     return forward({buffer, length}, [&](clSystemMgr& mgr) {
-        return daq::readSignalsText(mgr.modules(), uuid, {buffer, length, capacity});
+        return daq::readSignalsText(mgr.module(uuid), {buffer, length, capacity});
     });
 }
 

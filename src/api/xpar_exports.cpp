@@ -1,13 +1,17 @@
 #include "call_pattern.h"
+#include "number_format.h"
 #include "parameters.h"
 
+#include <string>
+
 using namespace zel;
+using wire::ParameterMethod;
 
 int32_t ZEL_XPAR_ReadPar(uint64_t uuid, uint32_t view, const char* path, const char* name,
                          char* buffer, uint64_t* length, uint64_t capacity)
 {
     return forward({path, name, buffer, length}, [&](clSystemMgr& mgr) {
-        return parameters::read(mgr.modules(), uuid, view, path, name, {buffer, length, capacity});
+        return parameters::read(mgr.module(uuid), view, path, name, {buffer, length, capacity});
     });
 }
 
@@ -17,7 +21,7 @@ int32_t ZEL_XPAR_ReadDoublePar(uint64_t uuid, uint32_t view, const char* path, c
 {
     return checked({path, name, value}, [&] {
         return forward({}, [&](clSystemMgr& mgr) {
-            return parameters::readDouble(mgr.modules(), uuid, view, path, name, *value);
+            return parameters::readDouble(mgr.module(uuid), view, path, name, *value);
         });
     });
 }
@@ -26,7 +30,7 @@ int32_t ZEL_XPAR_WriteDoublePar(uint64_t uuid, uint32_t view, const char* path, 
                                 double value)
 {
     return forward({path, name}, [&](clSystemMgr& mgr) {
-        return parameters::writeDouble(mgr.modules(), uuid, view, path, name, value);
+        return parameters::write(mgr.module(uuid), view, path, name, formatParameterDouble(value));
     });
 }
 
@@ -34,7 +38,7 @@ int32_t ZEL_XPAR_WriteIntPar(uint64_t uuid, uint32_t view, const char* path, con
                              int32_t value)
 {
     return forward({path, name}, [&](clSystemMgr& mgr) {
-        return parameters::writeInt(mgr.modules(), uuid, view, path, name, value);
+        return parameters::write(mgr.module(uuid), view, path, name, std::to_string(value));
     });
 }
 
@@ -42,7 +46,7 @@ int32_t ZEL_XPAR_WriteStringPar(uint64_t uuid, uint32_t view, const char* path, 
                                 const char* value)
 {
     return forward({path, name, value}, [&](clSystemMgr& mgr) {
-        return parameters::writeString(mgr.modules(), uuid, view, path, name, value);
+        return parameters::write(mgr.module(uuid), view, path, name, value);
     });
 }
 
@@ -50,7 +54,7 @@ int32_t ZEL_XPAR_ReadXML(uint64_t uuid, uint32_t view, int32_t currentChoicesOnl
                          uint64_t* length, uint64_t capacity)
 {
     return forward({buffer, length}, [&](clSystemMgr& mgr) {
-        return parameters::readDocument(mgr.modules(), uuid, view, isTrue(currentChoicesOnly),
+        return parameters::readDocument(mgr.module(uuid), view, isTrue(currentChoicesOnly),
                                         {buffer, length, capacity});
     });
 }
@@ -59,7 +63,7 @@ int32_t ZEL_XPAR_ReadXMLSect(uint64_t uuid, uint32_t view, int32_t currentChoice
                              const char* path, char* buffer, uint64_t* length, uint64_t capacity)
 {
     return forward({path, buffer, length, orNull(capacity)}, [&](clSystemMgr& mgr) {
-        return parameters::readSection(mgr.modules(), uuid, view, isTrue(currentChoicesOnly), path,
+        return parameters::readSection(mgr.module(uuid), view, isTrue(currentChoicesOnly), path,
                                        {buffer, length, capacity});
     });
 }
@@ -67,7 +71,7 @@ int32_t ZEL_XPAR_ReadXMLSect(uint64_t uuid, uint32_t view, int32_t currentChoice
 int32_t ZEL_XPAR_WriteXML(uint64_t uuid, uint32_t view, const char* document, uint64_t length)
 {
     return forward({document}, [&](clSystemMgr& mgr) {
-        return parameters::writeDocument(mgr.modules(), uuid, view, document, length);
+        return parameters::writeDocument(mgr.module(uuid), view, {document, length});
     });
 }
 
@@ -75,7 +79,7 @@ int32_t ZEL_XPAR_WriteXMLSect(uint64_t uuid, uint32_t view, const char* path, co
                               uint64_t length)
 {
     return forward({path, section}, [&](clSystemMgr& mgr) {
-        return parameters::writeSection(mgr.modules(), uuid, view, path, section, length);
+        return parameters::writeSection(mgr.module(uuid), view, path, {section, length});
     });
 }
 
@@ -83,7 +87,7 @@ int32_t ZEL_XPAR_ReadXSD(uint64_t uuid, uint32_t view, char* buffer, uint64_t* l
                          uint64_t capacity)
 {
     return forward({buffer, length}, [&](clSystemMgr& mgr) {
-        return parameters::readSchema(mgr.modules(), uuid, view, {buffer, length, capacity});
+        return parameters::readSchema(mgr.module(uuid), view, {buffer, length, capacity});
     });
 }
 
@@ -91,7 +95,7 @@ int32_t ZEL_XPAR_ReadXSDSect(uint64_t uuid, uint32_t view, const char* path, cha
                              uint64_t* length, uint64_t capacity)
 {
     return forward({path, buffer, length}, [&](clSystemMgr& mgr) {
-        return parameters::readSectionSchema(mgr.modules(), uuid, view, path,
+        return parameters::readSectionSchema(mgr.module(uuid), view, path,
                                              {buffer, length, capacity});
     });
 }
@@ -100,41 +104,42 @@ int32_t ZEL_XPAR_ReadXSLT(uint64_t uuid, uint32_t view, char* buffer, uint64_t* 
                           uint64_t capacity)
 {
     return forward({buffer, length}, [&](clSystemMgr& mgr) {
-        return parameters::readStyleSheet(mgr.modules(), uuid, view, {buffer, length, capacity});
+        return parameters::readStyleSheet(mgr.module(uuid), view, {buffer, length, capacity});
     });
 }
 
 int32_t ZEL_XPAR_ActivateDefaultSetting(uint64_t uuid, uint32_t view, const char* xpath)
 {
     return forward({xpath}, [&](clSystemMgr& mgr) {
-        return parameters::activateDefault(mgr.modules(), uuid, view, xpath);
+        return parameters::activateDefault(mgr.module(uuid), view, xpath);
     });
 }
 
 int32_t ZEL_XPAR_ActivateAllDefaultSettings(uint64_t uuid)
 {
     return forward(
-        {}, [&](clSystemMgr& mgr) { return parameters::activateAllDefaults(mgr.modules(), uuid); });
+        {}, [&](clSystemMgr& mgr) { return parameters::activateAllDefaults(mgr.module(uuid)); });
 }
 
 int32_t ZEL_XPAR_GetParViews(uint64_t uuid, const char* fileName)
 {
     return forward({fileName}, [&](clSystemMgr& mgr) {
-        return parameters::readViewsToFile(mgr.modules(), uuid, fileName);
+        return sendForFile(mgr.module(uuid), ParameterMethod::getViews, {}, fileName);
     });
 }
 
 int32_t ZEL_XPAR_GetParViewsString(uint64_t uuid, char* buffer, uint64_t* length, uint64_t capacity)
 {
     return forward({buffer, length}, [&](clSystemMgr& mgr) {
-        return parameters::readViews(mgr.modules(), uuid, {buffer, length, capacity});
+        return sendForText(mgr.module(uuid), ParameterMethod::getViews, {},
+                           {buffer, length, capacity});
     });
 }
 
 int32_t ZEL_XPAR_GetMaxCount(uint64_t uuid, uint32_t view, const char* path, const char* name)
 {
     return forward({path, name}, [&](clSystemMgr& mgr) {
-        return parameters::maxCount(mgr.modules(), uuid, view, path, name);
+        return parameters::maxCount(mgr.module(uuid), view, path, name);
     });
 }
 
@@ -142,7 +147,7 @@ int32_t ZEL_XPAR_ReadTedsBinary(uint64_t uuid, uint32_t channel, char* tid, void
                                 uint64_t* length, uint64_t capacity)
 {
     return forward({tid, data, length}, [&](clSystemMgr& mgr) {
-        return parameters::readTeds(mgr.modules(), uuid, channel, tid,
+        return parameters::readTeds(mgr.module(uuid), channel, tid,
                                     {static_cast<char*>(data), length, capacity});
     });
 }
@@ -151,6 +156,6 @@ int32_t ZEL_XPAR_WriteTedsBinary(uint64_t uuid, uint32_t channel, char* tid, con
                                  uint64_t length)
 {
     return forward({tid}, [&](clSystemMgr& mgr) {
-        return parameters::writeTeds(mgr.modules(), uuid, channel, tid, data, length);
+        return parameters::writeTeds(mgr.module(uuid), channel, tid, data, length);
     });
 }

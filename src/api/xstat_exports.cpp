@@ -3,18 +3,19 @@
 #include "topology.h"
 
 using namespace zel;
+using wire::StatusMethod;
 
 int32_t ZEL_XSTAT_GetErrorStatus(uint64_t uuid, ZEL_ErrorList* list)
 {
     return forward({list}, [&](clSystemMgr& mgr) {
-        return status::readErrors(mgr.modules(), uuid, list->count, list->entries);
+        return status::readErrors(mgr.module(uuid), list->count, list->entries);
     });
 }
 
 int32_t ZEL_XSTAT_GetErrorStatusEx(uint64_t uuid, ZEL_ErrorListEx* list)
 {
     return forward({list}, [&](clSystemMgr& mgr) {
-        return status::readErrors(mgr.modules(), uuid, list->count, list->entries);
+        return status::readErrors(mgr.module(uuid), list->count, list->entries);
     });
 }
 
@@ -23,21 +24,22 @@ int32_t ZEL_XSTAT_GetErrorStatusString(uint64_t uuid, char* buffer, uint64_t* le
                                        uint64_t capacity)
 {
     return forward({}, [&](clSystemMgr& mgr) {
-        return status::readErrorDocument(mgr.modules(), uuid, {buffer, length, capacity});
+        return sendForText(mgr.module(uuid), StatusMethod::getErrors, {},
+                           {buffer, length, capacity});
     });
 }
 
 int32_t ZEL_XSTAT_GetModuleStatus(uint64_t uuid, ZEL_StatusList* list)
 {
     return forward({list}, [&](clSystemMgr& mgr) {
-        return status::readStatuses(mgr.modules(), uuid, list->count, list->entries);
+        return status::readStatuses(mgr.module(uuid), list->count, list->entries);
     });
 }
 
 int32_t ZEL_XSTAT_GetModuleStatusEx(uint64_t uuid, ZEL_StatusListEx* list)
 {
     return forward({list}, [&](clSystemMgr& mgr) {
-        return status::readStatuses(mgr.modules(), uuid, list->count, list->entries);
+        return status::readStatuses(mgr.module(uuid), list->count, list->entries);
     });
 }
 
@@ -45,7 +47,8 @@ int32_t ZEL_XSTAT_GetModuleStatusString(uint64_t uuid, char* buffer, uint64_t* l
                                         uint64_t capacity)
 {
     return forward({}, [&](clSystemMgr& mgr) {
-        return status::readStatusDocument(mgr.modules(), uuid, {buffer, length, capacity});
+        return sendForText(mgr.module(uuid), StatusMethod::getStatuses, {},
+                           {buffer, length, capacity});
     });
 }
 
@@ -54,7 +57,7 @@ int32_t ZEL_XSTAT_GetTedsStatus(uint64_t uuid, uint32_t connector, uint32_t* sta
                                 uint64_t* warningLength, uint64_t warningCapacity)
 {
     return forward({status, error, errorLength, warning, warningLength}, [&](clSystemMgr& mgr) {
-        return status::readTedsStatus(mgr.modules(), uuid, connector, *status,
+        return status::readTedsStatus(mgr.module(uuid), connector, *status,
                                       {error, errorLength, errorCapacity},
                                       {warning, warningLength, warningCapacity});
     });
@@ -67,8 +70,8 @@ int32_t ZEL_XSTAT_GetConnectedModules(uint64_t uuid, ZEL_ConnectedModule* module
     if (count != nullptr)
         *count = 0;
     return forward({modules, count, orNull(capacity)}, [&](clSystemMgr& mgr) {
-        return topology::readConnectedModules(mgr.modules(), mgr.connections(), uuid, modules,
-                                              *count, capacity);
+        return topology::readConnectedModules(mgr.module(uuid), mgr.connections(), modules, *count,
+                                              capacity);
     });
 }
 

@@ -54,16 +54,14 @@ std::int32_t fill(ZEL_MeasuredValue& value, pugi::xml_node signal)
 
 /// Reads a list of "SigId": `take(index, node)` fills the entries that there is room for.
 template <class Take>
-std::int32_t readList(const RequestPath& requests, const MethodAddress& method, std::string request,
+std::int32_t readList(const RemoteModule& module, wire::MethodId method, std::string request,
                       std::size_t room, std::uint64_t& count, Take&& take)
 {
     count = 0;
-    const Response response = sendForResponse(requests, method, std::move(request));
-    if (hasFailed(response.result))
-        return response.result;
     clResponseDocument document;
-    if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
-        return result;
+    const std::int32_t called = sendForDocument(module, method, std::move(request), document);
+    if (hasFailed(called))
+        return called;
     std::uint64_t found = 0;
     for (const pugi::xml_node signal : document.root().children("SigId")) {
         if (found < room) {
@@ -73,18 +71,7 @@ std::int32_t readList(const RequestPath& requests, const MethodAddress& method, 
         ++found;
     }
     count = found;
-    return found > room ? ZEL_SRV_BUFFER_TOO_SMALL : response.result;
-}
-
-template <class Info>
-std::int32_t readInfos(const RequestPath& requests, std::uint64_t uuid, std::span<Info> infos,
-                       std::uint64_t& count)
-{
-    return readList(requests, {uuid, MeasurementMethod::listSignals}, clRequestDocument{}.take(),
-                    infos.size(), count, [&](std::uint64_t index, pugi::xml_node signal) {
-                        fill(infos[index], signal);
-                        return ZEL_OK;
-                    });
+    return found > room ? ZEL_SRV_BUFFER_TOO_SMALL : called;
 }
 
 } // namespace
@@ -94,18 +81,17 @@ std::string blockRequest(std::uint64_t size)
     return clRequestDocument{}.addNumber("MaxSize", size).take();
 }
 
-std::int32_t readBlock(const RequestPath& requests, std::uint64_t uuid, void* buffer,
-                       std::uint64_t size, std::uint64_t& received)
+std::int32_t readBlock(const RemoteModule& module, void* buffer, std::uint64_t size,
+                       std::uint64_t& received)
 {
-    return sendForBytes(requests, {uuid, MeasurementMethod::readBlock}, blockRequest(size), buffer,
-                        size, received);
+    return sendForBytes(module, MeasurementMethod::readBlock, blockRequest(size), buffer, size,
+                        received);
 }
 
-std::int32_t readSignalsText(const RequestPath& requests, std::uint64_t uuid,
-                             const TextBuffer& buffer)
+std::int32_t readSignalsText(const RemoteModule& module, const TextBuffer& buffer)
 {
-    return sendForText(requests, {uuid, MeasurementMethod::listSignalsAsText},
-                       clRequestDocument{}.take(), buffer);
+    return sendForText(module, MeasurementMethod::listSignalsAsText, clRequestDocument{}.take(),
+                       buffer);
 }
 
 std::int32_t toPath(const char* signal, std::string& path)
@@ -131,43 +117,43 @@ std::int32_t toPath(const char* signal, std::string& path)
     }
 }
 
-std::int32_t readValue(const RequestPath& requests, std::uint64_t uuid, const char* signal,
-                       std::uint32_t scaleType, double& value)
+std::int32_t readValue(const RemoteModule& module, const char* signal, std::uint32_t scaleType,
+                       double& value)
 {
     std::string path;
     if (const std::int32_t result = toPath(signal, path); result != ZEL_OK)
         return result;
-    const Response response = sendForResponse(
-        requests, {uuid, MeasurementMethod::readValues},
-        clRequestDocument{}.addText("SigId", path).addNumber("ScaleType", scaleType).take());
-    if (hasFailed(response.result))
-        return response.result;
     clResponseDocument document;
-    if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
-        return result;
+    const std::int32_t called = sendForDocument(
+        module, MeasurementMethod::readValues,
+        clRequestDocument{}.addText("SigId", path).addNumber("ScaleType", scaleType).take(),
+        document);
+    if (hasFailed(called))
+        return called;
     const std::int32_t result = document.requireNumber("MeasVal", value);
-    return result != ZEL_OK ? result : response.result;
+    return result != ZEL_OK ? result : called;
 }
 
-std::int32_t readAllValues(const RequestPath& requests, std::uint64_t uuid, bool enabledOnly,
+std::int32_t readAllValues(const RemoteModule& module, bool enabledOnly,
                            std::span<ZEL_MeasuredValue> values, std::uint64_t& count)
 {
     return readList(
-        requests, {uuid, MeasurementMethod::readValues},
+        module, MeasurementMethod::readValues,
         clRequestDocument{}.addFlag("EnabledOnly", enabledOnly).take(), values.size(), count,
         [&](std::uint64_t index, pugi::xml_node signal) { return fill(values[index], signal); });
 }
 
-std::int32_t readSignals(const RequestPath& requests, std::uint64_t uuid,
-                         std::span<ZEL_SignalInfo> signals, std::uint64_t& count)
+template <class Info>
+std::int32_t readSignals(const RemoteModule& module, std::span<Info> signals, std::uint64_t& count)
 {
-    return readInfos(requests, uuid, signals, count);
+    return readList(module, MeasurementMethod::listSignals, clRequestDocument{}.take(),
+                    signals.size(), count, [&](std::uint64_t index, pugi::xml_node signal) {
+                        fill(signals[index], signal);
+                        return ZEL_OK;
+                    });
 }
 
-std::int32_t readSignals(const RequestPath& requests, std::uint64_t uuid,
-                         std::span<ZEL_SignalInfoEx> signals, std::uint64_t& count)
-{
-    return readInfos(requests, uuid, signals, count);
-}
+template std::int32_t readSignals(const RemoteModule&, std::span<ZEL_SignalInfo>, std::uint64_t&);
+template std::int32_t readSignals(const RemoteModule&, std::span<ZEL_SignalInfoEx>, std::uint64_t&);
 
 } // namespace zel::daq

@@ -109,10 +109,9 @@ std::int32_t clSubscriptionTable::addSignal(std::uint64_t uuid, const char* refe
     return ZEL_OK;
 }
 
-std::int32_t clSubscriptionTable::finish(std::uint64_t uuid, std::uint64_t startTime,
-                                         const RequestPath& requests)
+std::int32_t clSubscriptionTable::finish(const RemoteModule& module, std::uint64_t startTime)
 {
-    const std::shared_ptr<Entry> entry = find(uuid);
+    const std::shared_ptr<Entry> entry = find(module.uuid);
     if (!entry)
         return ZEL_FAILED;
     const std::lock_guard lock(entry->mutex);
@@ -122,16 +121,16 @@ std::int32_t clSubscriptionTable::finish(std::uint64_t uuid, std::uint64_t start
     const Emptied emptied{*entry};
     addText(list, "StartTime", std::to_string(startTime).c_str());
     const std::int32_t result =
-        send(requests, {uuid, wire::MeasurementMethod::subscribe}, serialise(entry->document));
-    logFinish(uuid, result);
+        send(module, wire::MeasurementMethod::subscribe, serialise(entry->document));
+    logFinish(module.uuid, result);
     return result;
 }
 
-std::int32_t clSubscriptionTable::clear(std::uint64_t uuid, const RequestPath& requests)
+std::int32_t clSubscriptionTable::clear(const RemoteModule& module)
 {
     const std::int32_t result =
-        send(requests, {uuid, wire::MeasurementMethod::unsubscribe}, clRequestDocument{}.take());
-    erase(uuid);
+        send(module, wire::MeasurementMethod::unsubscribe, clRequestDocument{}.take());
+    erase(module.uuid);
     return result;
 }
 

@@ -32,9 +32,9 @@ public:
     std::int32_t addSignal(std::uint64_t uuid, const char* reference, std::uint16_t userSignalId,
                            std::uint64_t blockSize);
     /// Sends the subscription and empties it, whatever the result; it must be opened again.
-    std::int32_t finish(std::uint64_t uuid, std::uint64_t startTime, const RequestPath& requests);
+    std::int32_t finish(const RemoteModule& module, std::uint64_t startTime);
     /// Ends what the module sends and forgets the subscription, whatever the result.
-    std::int32_t clear(std::uint64_t uuid, const RequestPath& requests);
+    std::int32_t clear(const RemoteModule& module);
     /// Unknown modules are ignored. Does not wait for one that is being sent.
     void erase(std::uint64_t uuid);
 

@@ -85,7 +85,7 @@ std::int32_t lookAtStatus(const Trigger& trigger, const RequestPath& requests,
 {
     const auto list = std::make_unique<ZEL_StatusListEx>();
     const std::int32_t result =
-        status::readStatuses(requests, trigger.uuid, list->count, list->entries);
+        status::readStatuses({requests, trigger.uuid}, list->count, list->entries);
     if (hasFailed(result))
         return result;
     for (std::uint32_t i = 0; i < list->count; ++i) {
@@ -104,7 +104,7 @@ std::int32_t lookAtSignal(const Trigger& trigger, const RequestPath& requests,
 {
     double value = 0;
     const std::int32_t result =
-        readValue(requests, trigger.uuid, trigger.reference.c_str(), kPhysical, value);
+        readValue({requests, trigger.uuid}, trigger.reference.c_str(), kPhysical, value);
     if (hasFailed(result))
         return result;
     const bool hasValue = value != std::numeric_limits<double>::max();

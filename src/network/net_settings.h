@@ -12,9 +12,9 @@ namespace zel::network {
 /// One interface, or the section with all of them.
 enum class NetSettings { oneInterface, section };
 
-std::int32_t readNetSettings(const RequestPath& path, const RequestPath& datagrams,
-                             std::uint64_t uuid, NetSettings which, const TextBuffer& buffer);
-std::int32_t writeNetSettings(const RequestPath& path, const RequestPath& datagrams,
-                              std::uint64_t uuid, std::string_view document);
+std::int32_t readNetSettings(const RemoteModule& module, const RequestPath& datagrams,
+                             NetSettings which, const TextBuffer& buffer);
+std::int32_t writeNetSettings(const RemoteModule& module, const RequestPath& datagrams,
+                              std::string_view document);
 
 } // namespace zel::network

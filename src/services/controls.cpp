@@ -21,22 +21,19 @@ namespace {
 constexpr std::size_t kClockAnswerSize = 1024;
 constexpr unsigned kCalibrationDecimals = 8;
 
-std::string describeRequest(const char* control)
+std::int32_t performWith(const RemoteModule& module, const char* control,
+                         clControlParameters& parameters)
 {
-    return clRequestDocument{}.addVerbatim("Control", control).take();
+    return send(module, ControlMethod::execute, controlRequest(control, parameters.take().c_str()));
 }
 
-std::int32_t describe(const RequestPath& requests, std::uint64_t uuid, ControlMethod method,
-                      const char* control, const TextBuffer& buffer)
+template <class... Parameters>
+std::int32_t perform(const RemoteModule& module, const char* control,
+                     const Parameters&... parameters)
 {
-    return sendForText(requests, {uuid, method}, describeRequest(control), buffer);
-}
-
-std::int32_t perform(const RequestPath& requests, std::uint64_t uuid, const char* control,
-                     clControlParameters& parameters)
-{
-    return send(requests, {uuid, ControlMethod::execute},
-                controlRequest(control, parameters.take().c_str()));
+    clControlParameters all;
+    (all.add(parameters), ...);
+    return performWith(module, control, all);
 }
 
 // Few characters, and read back to the same 32-bit value.
@@ -55,8 +52,8 @@ std::string samplesText(const float* samples, std::uint64_t count)
 
 } // namespace
 
-std::int32_t execute(const RequestPath& requests, std::uint64_t uuid, const char* control,
-                     std::uint32_t count, const char* const* parameters)
+std::int32_t execute(const RemoteModule& module, const char* control, std::uint32_t count,
+                     const char* const* parameters)
 {
     if (count != 0 && parameters == nullptr)
         return ZEL_SYS_BAD_PARAMETER;
@@ -66,115 +63,81 @@ std::int32_t execute(const RequestPath& requests, std::uint64_t uuid, const char
             return ZEL_SYS_BAD_PARAMETER;
         document.add(std::string_view{parameters[i]});
     }
-    return perform(requests, uuid, control, document);
+    return performWith(module, control, document);
 }
 
-std::int32_t executeDocument(const RequestPath& requests, std::uint64_t uuid, const char* control,
+std::int32_t executeDocument(const RemoteModule& module, const char* control,
                              const char* parameterDocument, const TextBuffer& buffer)
 {
-    return sendForText(requests, {uuid, ControlMethod::execute},
-                       controlRequest(control, parameterDocument), buffer);
+    return sendForText(module, ControlMethod::execute, controlRequest(control, parameterDocument),
+                       buffer);
 }
 
-std::int32_t readList(const RequestPath& requests, std::uint64_t uuid, const TextBuffer& buffer)
+std::int32_t describe(const RemoteModule& module, ControlMethod document, const char* control,
+                      const TextBuffer& buffer)
 {
-    return sendForText(requests, {uuid, ControlMethod::getControls}, {}, buffer);
+    return sendForText(module, document, clRequestDocument{}.addVerbatim("Control", control).take(),
+                       buffer);
 }
 
-std::int32_t readListToFile(const RequestPath& requests, std::uint64_t uuid, const char* fileName)
+std::int32_t activateTeds(const RemoteModule& module, std::uint32_t connector)
 {
-    return sendForFile(requests, {uuid, ControlMethod::getControls}, {}, fileName);
+    return perform(module, "CONNECTORRECONNECT", connector);
 }
 
-std::int32_t readDocument(const RequestPath& requests, std::uint64_t uuid, const char* control,
-                          const TextBuffer& buffer)
+std::int32_t setZero(const RemoteModule& module, std::uint32_t connector, std::uint32_t signal)
 {
-    return describe(requests, uuid, ControlMethod::readDocument, control, buffer);
+    return perform(module, "SETZERO", connector, signal, std::string_view{});
 }
 
-std::int32_t readSchema(const RequestPath& requests, std::uint64_t uuid, const char* control,
-                        const TextBuffer& buffer)
+std::int32_t setZeroWithTarget(const RemoteModule& module, std::uint32_t connector,
+                               std::uint32_t signal, double target)
 {
-    return describe(requests, uuid, ControlMethod::readSchema, control, buffer);
+    return perform(module, "SETZERO", connector, signal, formatParameterDouble(target));
 }
 
-std::int32_t readStyleSheet(const RequestPath& requests, std::uint64_t uuid, const char* control,
-                            const TextBuffer& buffer)
+std::int32_t setCalibrationPoint(const RemoteModule& module, std::uint32_t connector,
+                                 std::uint32_t signal, std::int32_t point, double value)
 {
-    return describe(requests, uuid, ControlMethod::readStyleSheet, control, buffer);
+    return perform(module, "INITADJ", connector, signal, std::to_string(point),
+                   formatCalibrationDouble(value, kCalibrationDecimals, true));
 }
 
-std::int32_t activateTeds(const RequestPath& requests, std::uint64_t uuid, std::uint32_t connector)
+std::int32_t setI2SToCalibration(const RemoteModule& module, std::uint32_t connector)
 {
-    return perform(requests, uuid, "CONNECTORRECONNECT", clControlParameters{}.add(connector));
+    return perform(module, "SETI2STOCAL", connector);
 }
 
-std::int32_t setZero(const RequestPath& requests, std::uint64_t uuid, std::uint32_t connector,
-                     std::uint32_t signal)
+std::int32_t setInputSource(const RemoteModule& module, std::uint32_t connector,
+                            std::uint32_t channel, std::uint32_t source)
 {
-    return perform(requests, uuid, "SETZERO",
-                   clControlParameters{}.add(connector).add(signal).add(std::string_view{}));
+    return perform(module, "INPUTSRC", connector, channel, source);
 }
 
-std::int32_t setZeroWithTarget(const RequestPath& requests, std::uint64_t uuid,
-                               std::uint32_t connector, std::uint32_t signal, double target)
+std::int32_t setLedMode(const RemoteModule& module, std::uint32_t led, std::uint32_t mode)
 {
-    return perform(
-        requests, uuid, "SETZERO",
-        clControlParameters{}.add(connector).add(signal).add(formatParameterDouble(target)));
+    return perform(module, "LEDFLASH", led, mode);
 }
 
-std::int32_t setCalibrationPoint(const RequestPath& requests, std::uint64_t uuid,
-                                 std::uint32_t connector, std::uint32_t signal, std::int32_t point,
-                                 double value)
-{
-    return perform(requests, uuid, "INITADJ",
-                   clControlParameters{}
-                       .add(connector)
-                       .add(signal)
-                       .add(std::to_string(point))
-                       .add(formatCalibrationDouble(value, kCalibrationDecimals, true)));
-}
-
-std::int32_t setI2SToCalibration(const RequestPath& requests, std::uint64_t uuid,
-                                 std::uint32_t connector)
-{
-    return perform(requests, uuid, "SETI2STOCAL", clControlParameters{}.add(connector));
-}
-
-std::int32_t setInputSource(const RequestPath& requests, std::uint64_t uuid,
-                            std::uint32_t connector, std::uint32_t channel, std::uint32_t source)
-{
-    return perform(requests, uuid, "INPUTSRC",
-                   clControlParameters{}.add(connector).add(channel).add(source));
-}
-
-std::int32_t setLedMode(const RequestPath& requests, std::uint64_t uuid, std::uint32_t led,
-                        std::uint32_t mode)
-{
-    return perform(requests, uuid, "LEDFLASH", clControlParameters{}.add(led).add(mode));
-}
-
-std::int32_t transmitCanMessage(const RequestPath& requests, std::uint64_t uuid,
-                                std::uint32_t connector, std::uint32_t identifier,
-                                const std::array<std::uint8_t, 9>& bytes)
+std::int32_t transmitCanMessage(const RemoteModule& module, std::uint32_t connector,
+                                std::uint32_t identifier, const std::array<std::uint8_t, 9>& bytes)
 {
     clControlParameters parameters;
     parameters.add(connector).add(identifier);
     for (const std::uint8_t byte : bytes)
         parameters.add(byte);
-    return perform(requests, uuid, "CANTRANSMITUSERCANMSG", parameters);
+    return performWith(module, "CANTRANSMITUSERCANMSG", parameters);
 }
 
-std::int32_t readSignalGeneratorClock(const RequestPath& requests, std::uint64_t uuid,
-                                      std::uint32_t generator, double& frequency)
+std::int32_t readSignalGeneratorClock(const RemoteModule& module, std::uint32_t generator,
+                                      double& frequency)
 {
     frequency = 0;
     std::array<char, kClockAnswerSize> answer{};
     std::uint64_t length = 0;
     const std::string parameters = clControlParameters{}.add(generator).take();
     const std::int32_t result =
-        executeDocument(requests, uuid, "GETSIGNALGENERATORCLOCK", parameters.c_str(),
+        executeDocument(module, "GETSIGNALGENERATORCLOCK", parameters.c_str(),
                         {answer.data(), &length, answer.size()});
     if (hasFailed(result))
         return result;
@@ -185,18 +148,15 @@ std::int32_t readSignalGeneratorClock(const RequestPath& requests, std::uint64_t
     return told ? firstOf(result, parseNumber(wholeText(told), frequency)) : result;
 }
 
-std::int32_t setArbitrarySignalGenerator(const RequestPath& requests, std::uint64_t uuid,
-                                         std::uint32_t generator, const SignalGeneratorCurve& curve)
+std::int32_t setArbitrarySignalGenerator(const RemoteModule& module, std::uint32_t generator,
+                                         const SignalGeneratorCurve& curve)
 {
     // Each takes two characters at least.
     if (curve.samples != nullptr && curve.count > kLongestRequest / 2)
         return ZEL_SRV_INVALID_PARAMETERS;
-    clControlParameters parameters;
-    parameters.add(generator).add(samplesText(curve.samples, curve.count));
-    for (const std::uint32_t number : curve.numbers)
-        parameters.add(number);
-    parameters.add(curve.lastNumber);
-    return perform(requests, uuid, "SETARBITRARYSIGNALGENERATOR", parameters);
+    return perform(module, "SETARBITRARYSIGNALGENERATOR", generator,
+                   samplesText(curve.samples, curve.count), curve.numbers[0], curve.numbers[1],
+                   curve.numbers[2], curve.lastNumber);
 }
 
 } // namespace zel::controls

@@ -55,15 +55,13 @@ std::int32_t readImage(const Image& image, const std::filesystem::path& file, st
     return readHostFile(file, image.largestSize, content);
 }
 
-std::int32_t sendImage(const RequestPath& requests, std::uint64_t uuid, std::size_t index,
-                       std::string content)
+std::int32_t sendImage(const RemoteModule& module, std::size_t index, std::string content)
 {
-    const std::int32_t result = send(requests, {uuid, wire::SystemMethod::announceImage},
+    const std::int32_t result = send(module, wire::SystemMethod::announceImage,
                                      clRequestDocument{}.addNumber("Index", index).take());
     if (hasFailed(result))
         return result;
-    return firstOf(result,
-                   send(requests, {uuid, wire::SystemMethod::sendImage}, std::move(content)));
+    return firstOf(result, send(module, wire::SystemMethod::sendImage, std::move(content)));
 }
 
 } // namespace
@@ -73,7 +71,7 @@ std::span<const Image> imageTable()
     return kImages;
 }
 
-std::int32_t transfer(const RequestPath& requests, std::uint64_t uuid, const char* folder)
+std::int32_t transfer(const RemoteModule& module, const char* folder)
 {
     const std::lock_guard oneAtATime{transferMutex()};
     const std::filesystem::path root = hostPath(folder);
@@ -87,7 +85,7 @@ std::int32_t transfer(const RequestPath& requests, std::uint64_t uuid, const cha
         std::string content;
         std::int32_t result = readImage(kImages[index], file, content);
         if (result == ZEL_OK)
-            result = sendImage(requests, uuid, index, std::move(content));
+            result = sendImage(module, index, std::move(content));
         if (hasFailed(result))
             return result;
         outcome = firstOf(outcome, result);

@@ -23,6 +23,6 @@ std::span<const Image> imageTable();
 /// there are skipped; what has been sent stays on the module when a later one fails.
 /// ZEL_FILE_NOT_FOUND where there is none at all, ZEL_FILE_OPEN, ZEL_FILE_READ,
 /// ZEL_SYS_FILE_TOO_LARGE, or the failing request's result.
-std::int32_t transfer(const RequestPath& requests, std::uint64_t uuid, const char* folder);
+std::int32_t transfer(const RemoteModule& module, const char* folder);
 
 } // namespace zel::firmware

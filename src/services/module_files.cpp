@@ -62,49 +62,47 @@ private:
     Transfer* m_transfer = nullptr;
 };
 
-std::int32_t choose(const RequestPath& requests, std::uint64_t uuid, const char* folder,
-                    const char* name)
+std::int32_t choose(const RemoteModule& module, const char* folder, const char* name)
 {
     const std::string path = *folder == '\0' ? name : std::string{folder} + "/" + name;
-    return send(requests, {uuid, SystemMethod::setFilePath},
+    return send(module, SystemMethod::setFilePath,
                 clRequestDocument{}.addText("FilePath", path).take());
 }
 
-Response fetch(const RequestPath& requests, std::uint64_t uuid, const char* folder,
-               const char* name)
+Response fetch(const RemoteModule& module, const char* folder, const char* name)
 {
-    const Turn oneAtATime{uuid};
-    const std::int32_t chosen = choose(requests, uuid, folder, name);
+    const Turn oneAtATime{module.uuid};
+    const std::int32_t chosen = choose(module, folder, name);
     if (hasFailed(chosen))
         return {chosen, nullptr};
-    Response response = sendForResponse(requests, {uuid, SystemMethod::readFile}, {});
+    Response response = sendForResponse(module, SystemMethod::readFile, {});
     response.result = firstOf(chosen, response.result);
     return response;
 }
 
 } // namespace
 
-std::int32_t write(const RequestPath& requests, std::uint64_t uuid, const char* hostFile,
-                   const char* moduleFolder, const char* moduleFile)
+std::int32_t write(const RemoteModule& module, const char* hostFile, const char* moduleFolder,
+                   const char* moduleFile)
 {
     std::string content;
     if (const std::int32_t result = readHostFile(hostPath(hostFile), kLongestRequest, content);
         result != ZEL_OK)
         return result;
-    const Turn oneAtATime{uuid};
-    const std::int32_t result = choose(requests, uuid, moduleFolder, moduleFile);
+    const Turn oneAtATime{module.uuid};
+    const std::int32_t result = choose(module, moduleFolder, moduleFile);
     if (hasFailed(result))
         return result;
-    return firstOf(result, send(requests, {uuid, SystemMethod::writeFile}, std::move(content)));
+    return firstOf(result, send(module, SystemMethod::writeFile, std::move(content)));
 }
 
-std::int32_t read(const RequestPath& requests, std::uint64_t uuid, const char* moduleFolder,
-                  const char* moduleFile, const char* hostFile)
+std::int32_t read(const RemoteModule& module, const char* moduleFolder, const char* moduleFile,
+                  const char* hostFile)
 {
     clHostFileWriter file{hostPath(hostFile)};
     if (!file.isOpen())
         return ZEL_FILE_OPEN;
-    const Response response = fetch(requests, uuid, moduleFolder, moduleFile);
+    const Response response = fetch(module, moduleFolder, moduleFile);
     if (hasFailed(response.result))
         return response.result;
     const Bytes content = response.payload();

@@ -10,11 +10,11 @@ namespace zel::module_files {
 
 /// ZEL_FILE_OPEN, ZEL_FILE_READ, ZEL_SYS_FILE_TOO_LARGE (more than a request can announce), or the
 /// failing request's result.
-std::int32_t write(const RequestPath& requests, std::uint64_t uuid, const char* hostFile,
-                   const char* moduleFolder, const char* moduleFile);
+std::int32_t write(const RemoteModule& module, const char* hostFile, const char* moduleFolder,
+                   const char* moduleFile);
 /// ZEL_FILE_OPEN and nothing sent, ZEL_FILE_WRITE, or the failing request's result, which leaves
 /// the host's file as it was.
-std::int32_t read(const RequestPath& requests, std::uint64_t uuid, const char* moduleFolder,
-                  const char* moduleFile, const char* hostFile);
+std::int32_t read(const RemoteModule& module, const char* moduleFolder, const char* moduleFile,
+                  const char* hostFile);
 
 } // namespace zel::module_files

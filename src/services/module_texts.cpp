@@ -19,17 +19,16 @@ std::string& sharedText()
 
 } // namespace
 
-const char* textFromModule(const RequestPath& requests, std::uint64_t uuid, std::int32_t code)
+const char* textFromModule(const RemoteModule& module, std::int32_t code)
 {
     std::string& shared = sharedText();
     shared.clear();
-    const Response response =
-        sendForResponse(requests, {uuid, wire::SystemMethod::getText},
-                        clRequestDocument().addVerbatim("TextHandle", std::to_string(code)).take());
     clResponseDocument document;
     std::string text;
-    if (!hasFailed(response.result) && document.parse(response.payload()) == ZEL_OK &&
-        document.requireText("Text", text) == ZEL_OK)
+    const std::int32_t result = sendForDocument(
+        module, wire::SystemMethod::getText,
+        clRequestDocument().addVerbatim("TextHandle", std::to_string(code)).take(), document);
+    if (!hasFailed(result) && document.requireText("Text", text) == ZEL_OK)
         shared = std::move(text);
     return shared.c_str();
 }

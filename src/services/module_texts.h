@@ -8,7 +8,7 @@ namespace zel {
 
 /// Asks a module for the text of a result code. The text is empty when the module does not answer,
 /// and stays valid until the next call: all callers share one buffer, which has no lock.
-const char* textFromModule(const RequestPath& requests, std::uint64_t uuid, std::int32_t code);
+const char* textFromModule(const RemoteModule& module, std::int32_t code);
 /// Gives its memory back. No other call may be under way.
 void dropTextFromModule();
 

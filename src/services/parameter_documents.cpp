@@ -1,7 +1,6 @@
 #include "parameter_documents.h"
 
 #include "hexadecimal_text.h"
-#include "request_document.h"
 #include "response_document.h"
 
 #include <algorithm>
@@ -24,80 +23,6 @@ std::int32_t decodeHexadecimal(std::string_view text, char* data)
 }
 
 } // namespace
-
-std::string joinedPath(std::string_view path, std::string_view name)
-{
-    std::string joined(path);
-    if (!name.empty())
-        joined.append(1, '/').append(name);
-    return joined;
-}
-
-std::string viewRequest(std::uint32_t view)
-{
-    return clRequestDocument().addNumber("View", view).take();
-}
-
-std::string pathRequest(std::uint32_t view, std::string_view path)
-{
-    return clRequestDocument().addNumber("View", view).addText("Path", path).take();
-}
-
-std::string documentRequest(std::uint32_t view, bool currentChoicesOnly)
-{
-    return clRequestDocument()
-        .addNumber("View", view)
-        .addFlag("CurrChoicesOnly", currentChoicesOnly)
-        .take();
-}
-
-std::string sectionRequest(std::uint32_t view, std::string_view path, bool currentChoicesOnly)
-{
-    return clRequestDocument()
-        .addNumber("View", view)
-        .addText("Path", path)
-        .addFlag("CurrChoicesOnly", currentChoicesOnly)
-        .take();
-}
-
-std::string writeDocumentRequest(std::uint32_t view, std::string_view document)
-{
-    return clRequestDocument().addNumber("View", view).addText("XmlSection", document).take();
-}
-
-std::string writeSectionRequest(std::uint32_t view, std::string_view path, std::string_view section)
-{
-    return clRequestDocument()
-        .addNumber("View", view)
-        .addText("Path", path)
-        .addText("XmlSection", section)
-        .take();
-}
-
-std::string activateDefaultRequest(std::uint32_t view, std::string_view xpath)
-{
-    return clRequestDocument().addNumber("View", view).addText("Xpath", xpath).take();
-}
-
-std::string activateAllDefaultsRequest()
-{
-    return clRequestDocument().take();
-}
-
-std::string readTedsRequest(std::uint32_t channel)
-{
-    return clRequestDocument().addNumber("Channel", channel - 1).take();
-}
-
-std::string writeTedsRequest(std::uint32_t channel, Bytes data)
-{
-    // The module gives the identifier; the request's says nothing.
-    return clRequestDocument()
-        .addNumber("Channel", channel - 1)
-        .addNumber("Tid", 0)
-        .addHexadecimal("BinData", data)
-        .take();
-}
 
 std::int32_t countConnectors(Bytes section)
 {

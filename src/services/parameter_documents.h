@@ -7,26 +7,8 @@
 #include <string>
 #include <string_view>
 
-/// What the parameter service sends and reads, apart from the sending.
+/// What the answers of the parameter service say.
 namespace zel::parameters {
-
-/// The path, and "/" and the name where there is one.
-std::string joinedPath(std::string_view path, std::string_view name);
-
-std::string viewRequest(std::uint32_t view);
-std::string pathRequest(std::uint32_t view, std::string_view path);
-std::string documentRequest(std::uint32_t view, bool currentChoicesOnly);
-std::string sectionRequest(std::uint32_t view, std::string_view path, bool currentChoicesOnly);
-std::string writeDocumentRequest(std::uint32_t view, std::string_view document);
-/// A section or the value of one parameter.
-std::string writeSectionRequest(std::uint32_t view, std::string_view path,
-                                std::string_view section);
-std::string activateDefaultRequest(std::uint32_t view, std::string_view xpath);
-std::string activateAllDefaultsRequest();
-
-/// The channels of these count from 1, those on the wire from 0.
-std::string readTedsRequest(std::uint32_t channel);
-std::string writeTedsRequest(std::uint32_t channel, Bytes data);
 
 /// The child elements of the section's "Amplifier"; 0 where there is none or nothing that parses.
 std::int32_t countConnectors(Bytes section);

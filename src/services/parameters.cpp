@@ -1,13 +1,12 @@
 #include "parameters.h"
 
 #include "number_format.h"
-#include "parameter_documents.h"
+#include "request_document.h"
 #include "ZEL_VR_Framework.h"
 
 #include <algorithm>
 #include <array>
 #include <string>
-#include <string_view>
 
 namespace zel::parameters {
 
@@ -24,11 +23,47 @@ constexpr std::uint32_t kConnectorView = 5;
 // How modules refuse TEDS data that do not fit.
 constexpr std::array<std::int32_t, 2> kTedsDoesNotFit = {-120197, -120195};
 
-std::int32_t write(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
-                   const char* path, const char* name, std::string_view value)
+clRequestDocument ofView(std::uint32_t view)
 {
-    return send(requests, {uuid, ParameterMethod::writeParameter},
-                writeSectionRequest(view, joinedPath(path, name), value));
+    clRequestDocument document;
+    document.addNumber("View", view);
+    return document;
+}
+
+/// The path, and "/" and the name where there is one.
+std::string joinedPath(std::string_view path, std::string_view name)
+{
+    std::string joined(path);
+    if (!name.empty())
+        joined.append(1, '/').append(name);
+    return joined;
+}
+
+std::string sectionRequest(std::uint32_t view, const char* path, bool currentChoicesOnly)
+{
+    return ofView(view).addText("Path", path).addFlag("CurrChoicesOnly", currentChoicesOnly).take();
+}
+
+/// A section, or the value of one parameter, takes the place of what is below the path.
+std::int32_t replace(const RemoteModule& module, ParameterMethod method, std::uint32_t view,
+                     std::string_view path, std::string_view section)
+{
+    if (section.size() > kLongestRequest)
+        return ZEL_SRV_INVALID_PARAMETERS;
+    return send(module, method,
+                ofView(view).addText("Path", path).addText("XmlSection", section).take());
+}
+
+/// The channels of TEDS requests count from 1, those on the wire from 0.
+Response writeImage(const RemoteModule& module, std::uint32_t channel, Bytes image)
+{
+    // The module gives the identifier; the request's says nothing.
+    return sendForResponse(module, ParameterMethod::writeTeds,
+                           clRequestDocument{}
+                               .addNumber("Channel", channel - 1)
+                               .addNumber("Tid", 0)
+                               .addHexadecimal("BinData", image)
+                               .take());
 }
 
 void giveIdentifier(std::uint64_t identifier, char* out)
@@ -39,140 +74,113 @@ void giveIdentifier(std::uint64_t identifier, char* out)
 
 } // namespace
 
-std::int32_t read(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
-                  const char* path, const char* name, const TextBuffer& buffer)
+std::int32_t read(const RemoteModule& module, std::uint32_t view, const char* path,
+                  const char* name, const TextBuffer& buffer)
 {
-    return sendForText(requests, {uuid, ParameterMethod::readParameter},
-                       pathRequest(view, joinedPath(path, name)), buffer);
+    return sendForText(module, ParameterMethod::readParameter,
+                       ofView(view).addText("Path", joinedPath(path, name)).take(), buffer);
 }
 
-std::int32_t readDouble(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
-                        const char* path, const char* name, double& value)
+std::int32_t readDouble(const RemoteModule& module, std::uint32_t view, const char* path,
+                        const char* name, double& value)
 {
     std::array<char, kNumberTextSize> text{};
     std::uint64_t length = 0;
-    const std::int32_t result =
-        read(requests, uuid, view, path, name, {text.data(), &length, text.size()});
+    const std::int32_t result = read(module, view, path, name, {text.data(), &length, text.size()});
     if (hasFailed(result))
         return result;
     return firstOf(result, parseNumber({text.data(), static_cast<std::size_t>(length)}, value));
 }
 
-std::int32_t writeDouble(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
-                         const char* path, const char* name, double value)
+std::int32_t write(const RemoteModule& module, std::uint32_t view, const char* path,
+                   const char* name, std::string_view value)
 {
-    return write(requests, uuid, view, path, name, formatParameterDouble(value));
+    return replace(module, ParameterMethod::writeParameter, view, joinedPath(path, name), value);
 }
 
-std::int32_t writeInt(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
-                      const char* path, const char* name, std::int32_t value)
+std::int32_t readDocument(const RemoteModule& module, std::uint32_t view, bool currentChoicesOnly,
+                          const TextBuffer& buffer)
 {
-    return write(requests, uuid, view, path, name, std::to_string(value));
+    return sendForText(module, ParameterMethod::readDocument,
+                       ofView(view).addFlag("CurrChoicesOnly", currentChoicesOnly).take(), buffer);
 }
 
-std::int32_t writeString(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
-                         const char* path, const char* name, const char* value)
+std::int32_t readSection(const RemoteModule& module, std::uint32_t view, bool currentChoicesOnly,
+                         const char* path, const TextBuffer& buffer)
 {
-    return write(requests, uuid, view, path, name, value);
-}
-
-std::int32_t readDocument(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
-                          bool currentChoicesOnly, const TextBuffer& buffer)
-{
-    return sendForText(requests, {uuid, ParameterMethod::readDocument},
-                       documentRequest(view, currentChoicesOnly), buffer);
-}
-
-std::int32_t readSection(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
-                         bool currentChoicesOnly, const char* path, const TextBuffer& buffer)
-{
-    return sendForText(requests, {uuid, ParameterMethod::readSection},
+    return sendForText(module, ParameterMethod::readSection,
                        sectionRequest(view, path, currentChoicesOnly), buffer);
 }
 
-std::int32_t writeDocument(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
-                           const char* document, std::uint64_t length)
+std::int32_t writeDocument(const RemoteModule& module, std::uint32_t view,
+                           std::string_view document)
 {
-    if (length > kLongestRequest)
+    if (document.size() > kLongestRequest)
         return ZEL_SRV_INVALID_PARAMETERS;
-    return send(requests, {uuid, ParameterMethod::writeDocument},
-                writeDocumentRequest(view, {document, static_cast<std::size_t>(length)}));
+    return send(module, ParameterMethod::writeDocument,
+                ofView(view).addText("XmlSection", document).take());
 }
 
-std::int32_t writeSection(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
-                          const char* path, const char* section, std::uint64_t length)
+std::int32_t writeSection(const RemoteModule& module, std::uint32_t view, const char* path,
+                          std::string_view section)
 {
-    if (length > kLongestRequest)
-        return ZEL_SRV_INVALID_PARAMETERS;
-    return send(requests, {uuid, ParameterMethod::writeSection},
-                writeSectionRequest(view, path, {section, static_cast<std::size_t>(length)}));
+    return replace(module, ParameterMethod::writeSection, view, path, section);
 }
 
-std::int32_t readSchema(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
-                        const TextBuffer& buffer)
+std::int32_t readSchema(const RemoteModule& module, std::uint32_t view, const TextBuffer& buffer)
 {
-    return sendForText(requests, {uuid, ParameterMethod::readSchema}, viewRequest(view), buffer);
+    return sendForText(module, ParameterMethod::readSchema, ofView(view).take(), buffer);
 }
 
-std::int32_t readSectionSchema(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
-                               const char* path, const TextBuffer& buffer)
+std::int32_t readSectionSchema(const RemoteModule& module, std::uint32_t view, const char* path,
+                               const TextBuffer& buffer)
 {
-    return sendForText(requests, {uuid, ParameterMethod::readSectionSchema},
-                       pathRequest(view, path), buffer);
+    return sendForText(module, ParameterMethod::readSectionSchema,
+                       ofView(view).addText("Path", path).take(), buffer);
 }
 
-std::int32_t readStyleSheet(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
+std::int32_t readStyleSheet(const RemoteModule& module, std::uint32_t view,
                             const TextBuffer& buffer)
 {
-    return sendForText(requests, {uuid, ParameterMethod::readStyleSheet}, viewRequest(view),
-                       buffer);
+    return sendForText(module, ParameterMethod::readStyleSheet, ofView(view).take(), buffer);
 }
 
-std::int32_t activateDefault(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
-                             const char* xpath)
+std::int32_t activateDefault(const RemoteModule& module, std::uint32_t view, const char* xpath)
 {
-    return send(requests, {uuid, ParameterMethod::activateDefault},
-                activateDefaultRequest(view, xpath));
+    return send(module, ParameterMethod::activateDefault,
+                ofView(view).addText("Xpath", xpath).take());
 }
 
-std::int32_t activateAllDefaults(const RequestPath& requests, std::uint64_t uuid)
+std::int32_t activateAllDefaults(const RemoteModule& module)
 {
-    return send(requests, {uuid, ParameterMethod::activateDefault}, activateAllDefaultsRequest());
+    return send(module, ParameterMethod::activateDefault, clRequestDocument{}.take());
 }
 
-std::int32_t readViews(const RequestPath& requests, std::uint64_t uuid, const TextBuffer& buffer)
-{
-    return sendForText(requests, {uuid, ParameterMethod::getViews}, {}, buffer);
-}
-
-std::int32_t readViewsToFile(const RequestPath& requests, std::uint64_t uuid, const char* fileName)
-{
-    return sendForFile(requests, {uuid, ParameterMethod::getViews}, {}, fileName);
-}
-
-std::int32_t maxCount(const RequestPath& requests, std::uint64_t uuid, std::uint32_t view,
-                      const char* path, const char* name)
+std::int32_t maxCount(const RemoteModule& module, std::uint32_t view, const char* path,
+                      const char* name)
 {
     const bool countsConnectors = view == kConnectorView && std::string_view(path) == "Amplifier" &&
                                   std::string_view(name) == "Connector";
     const Response response =
-        countsConnectors ? sendForResponse(requests, {uuid, ParameterMethod::readSection},
-                                           sectionRequest(view, path, true))
-                         : sendForResponse(requests, {uuid, ParameterMethod::readSectionSchema},
-                                           pathRequest(view, joinedPath(path, name)));
+        countsConnectors
+            ? sendForResponse(module, ParameterMethod::readSection,
+                              sectionRequest(view, path, true))
+            : sendForResponse(module, ParameterMethod::readSectionSchema,
+                              ofView(view).addText("Path", joinedPath(path, name)).take());
     // A warning must not pass for a count.
     if (hasFailed(response.result))
         return response.result;
     return countsConnectors ? countConnectors(response.payload()) : maxOccurs(response.payload());
 }
 
-std::int32_t readTeds(const RequestPath& requests, std::uint64_t uuid, std::uint32_t channel,
-                      char* identifier, const TextBuffer& buffer)
+std::int32_t readTeds(const RemoteModule& module, std::uint32_t channel, char* identifier,
+                      const TextBuffer& buffer)
 {
     if (channel == 0)
         return ZEL_SRV_INVALID_PARAMETERS;
     const Response response =
-        sendForResponse(requests, {uuid, ParameterMethod::readTeds}, readTedsRequest(channel));
+        sendForResponse(module, ParameterMethod::readTeds,
+                        clRequestDocument{}.addNumber("Channel", channel - 1).take());
     TedsAnswer answer;
     std::int32_t result = response.result;
     if (!hasFailed(result))
@@ -183,19 +191,18 @@ std::int32_t readTeds(const RequestPath& requests, std::uint64_t uuid, std::uint
     return result;
 }
 
-std::int32_t writeTeds(const RequestPath& requests, std::uint64_t uuid, std::uint32_t channel,
-                       char* identifier, const void* data, std::uint64_t length)
+std::int32_t writeTeds(const RemoteModule& module, std::uint32_t channel, char* identifier,
+                       const void* data, std::uint64_t length)
 {
     if (channel == 0 || data == nullptr || length > kLongestRequest)
         return ZEL_SRV_INVALID_PARAMETERS;
     const Bytes image = asBytes(data, static_cast<std::size_t>(length));
-    const MethodAddress address = {uuid, ParameterMethod::writeTeds};
-    Response response = sendForResponse(requests, address, writeTedsRequest(channel, image));
+    Response response = writeImage(module, channel, image);
     if (std::count(kTedsDoesNotFit.begin(), kTedsDoesNotFit.end(), response.result) != 0) {
         // Zero-filled images are common: modules refuse the padding, so drop it and try once more.
         const Bytes shortened = withoutPadding(image);
         if (!shortened.empty())
-            response = sendForResponse(requests, address, writeTedsRequest(channel, shortened));
+            response = writeImage(module, channel, shortened);
     }
     if (hasFailed(response.result))
         return response.result;

@@ -49,22 +49,20 @@ void fill(ZEL_StatusEntry& entry, pugi::xml_node node)
 }
 
 template <class Entry>
-std::int32_t readList(const RequestPath& requests, const MethodAddress& address,
-                      const char* element, std::uint32_t& count, std::span<Entry> entries)
+std::int32_t readList(const RemoteModule& module, StatusMethod method, const char* element,
+                      std::uint32_t& count, std::span<Entry> entries)
 {
     count = 0;
-    const Response response = sendForResponse(requests, address, {});
-    if (hasFailed(response.result))
-        return response.result;
     clResponseDocument document;
-    if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
+    const std::int32_t result = sendForDocument(module, method, {}, document);
+    if (hasFailed(result))
         return result;
     for (const pugi::xml_node node : document.root().children(element)) {
         if (count == entries.size())
             break;
         fill(entries[count++], node);
     }
-    return response.result;
+    return result;
 }
 
 void copyCut(std::string_view text, const TextBuffer& buffer)
@@ -80,41 +78,26 @@ void copyCut(std::string_view text, const TextBuffer& buffer)
 
 } // namespace
 
-std::int32_t readErrors(const RequestPath& requests, std::uint64_t uuid, std::uint32_t& count,
+std::int32_t readErrors(const RemoteModule& module, std::uint32_t& count,
                         std::span<ZEL_ErrorEntry> entries)
 {
-    return readList(requests, {uuid, StatusMethod::getErrors}, "Error", count, entries);
+    return readList(module, StatusMethod::getErrors, "Error", count, entries);
 }
 
-std::int32_t readStatuses(const RequestPath& requests, std::uint64_t uuid, std::uint32_t& count,
+std::int32_t readStatuses(const RemoteModule& module, std::uint32_t& count,
                           std::span<ZEL_StatusEntry> entries)
 {
-    return readList(requests, {uuid, StatusMethod::getStatuses}, "Status", count, entries);
+    return readList(module, StatusMethod::getStatuses, "Status", count, entries);
 }
 
-std::int32_t readErrorDocument(const RequestPath& requests, std::uint64_t uuid,
-                               const TextBuffer& buffer)
-{
-    return sendForText(requests, {uuid, StatusMethod::getErrors}, {}, buffer);
-}
-
-std::int32_t readStatusDocument(const RequestPath& requests, std::uint64_t uuid,
-                                const TextBuffer& buffer)
-{
-    return sendForText(requests, {uuid, StatusMethod::getStatuses}, {}, buffer);
-}
-
-std::int32_t readTedsStatus(const RequestPath& requests, std::uint64_t uuid,
-                            std::uint32_t connector, std::uint32_t& status, const TextBuffer& error,
+std::int32_t readTedsStatus(const RemoteModule& module, std::uint32_t connector,
+                            std::uint32_t& status, const TextBuffer& error,
                             const TextBuffer& warning)
 {
-    const Response response =
-        sendForResponse(requests, {uuid, StatusMethod::getTedsStatus},
-                        clRequestDocument{}.addNumber("Connector", connector).take());
     clResponseDocument document;
-    std::int32_t result = response.result;
-    if (!hasFailed(result))
-        result = firstOf(result, document.parse(response.payload()));
+    std::int32_t result =
+        sendForDocument(module, StatusMethod::getTedsStatus,
+                        clRequestDocument{}.addNumber("Connector", connector).take(), document);
     if (!hasFailed(result))
         result = firstOf(result, document.requireNumber("Status", status));
     const std::string errorText = wholeText(document.root().child("error"));

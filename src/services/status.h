@@ -12,20 +12,15 @@ namespace zel::status {
 
 /// Fill `count` and as many entries as there is room for; more are dropped. The list is empty when
 /// the result is not 0.
-std::int32_t readErrors(const RequestPath& requests, std::uint64_t uuid, std::uint32_t& count,
+std::int32_t readErrors(const RemoteModule& module, std::uint32_t& count,
                         std::span<ZEL_ErrorEntry> entries);
-std::int32_t readStatuses(const RequestPath& requests, std::uint64_t uuid, std::uint32_t& count,
+std::int32_t readStatuses(const RemoteModule& module, std::uint32_t& count,
                           std::span<ZEL_StatusEntry> entries);
-
-std::int32_t readErrorDocument(const RequestPath& requests, std::uint64_t uuid,
-                               const TextBuffer& buffer);
-std::int32_t readStatusDocument(const RequestPath& requests, std::uint64_t uuid,
-                                const TextBuffer& buffer);
 
 /// Both texts are cut to their buffers and always terminated; the lengths are those of the whole
 /// texts, which are empty when the request failed.
-std::int32_t readTedsStatus(const RequestPath& requests, std::uint64_t uuid,
-                            std::uint32_t connector, std::uint32_t& status, const TextBuffer& error,
+std::int32_t readTedsStatus(const RemoteModule& module, std::uint32_t connector,
+                            std::uint32_t& status, const TextBuffer& error,
                             const TextBuffer& warning);
 
 } // namespace zel::status

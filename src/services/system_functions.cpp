@@ -18,25 +18,23 @@ std::int32_t takeNumber(const clResponseDocument& document, const char* name, st
 }
 
 /// Both numbers are set, or neither is.
-std::int32_t readTwoNumbers(const RequestPath& requests, const MethodAddress& address,
-                            std::string request, const char* firstName, std::uint32_t& first,
-                            const char* secondName, std::uint32_t& second)
+std::int32_t readTwoNumbers(const RemoteModule& module, SystemMethod method, std::string request,
+                            const char* firstName, std::uint32_t& first, const char* secondName,
+                            std::uint32_t& second)
 {
-    const Response response = sendForResponse(requests, address, std::move(request));
-    if (hasFailed(response.result))
-        return response.result;
     clResponseDocument document;
-    std::int32_t result = document.parse(response.payload());
+    const std::int32_t called = sendForDocument(module, method, std::move(request), document);
+    if (hasFailed(called))
+        return called;
     std::uint32_t numbers[2] = {};
-    if (result == ZEL_OK)
-        result = takeNumber(document, firstName, numbers[0]);
+    std::int32_t result = takeNumber(document, firstName, numbers[0]);
     if (result == ZEL_OK)
         result = takeNumber(document, secondName, numbers[1]);
     if (result != ZEL_OK)
         return result;
     first = numbers[0];
     second = numbers[1];
-    return response.result;
+    return called;
 }
 
 std::string connectorRequest(std::uint32_t connector)
@@ -46,66 +44,56 @@ std::string connectorRequest(std::uint32_t connector)
 
 } // namespace
 
-std::int32_t restart(const RequestPath& requests, std::uint64_t uuid)
+std::int32_t restart(const RemoteModule& module)
 {
-    return send(requests, {uuid, SystemMethod::restart},
-                clRequestDocument{}.addFlag("Cold", true).take());
+    return send(module, SystemMethod::restart, clRequestDocument{}.addFlag("Cold", true).take());
 }
 
-std::int32_t readBackgroundServiceResult(const RequestPath& requests, std::uint64_t uuid,
-                                         std::uint32_t service, const TextBuffer& buffer)
+std::int32_t readBackgroundServiceResult(const RemoteModule& module, std::uint32_t service,
+                                         const TextBuffer& buffer)
 {
-    return sendForText(requests, {uuid, SystemMethod::getBackgroundServiceResult},
+    return sendForText(module, SystemMethod::getBackgroundServiceResult,
                        clRequestDocument{}.addNumber("Service", service).take(), buffer);
 }
 
-std::int32_t startFlashing(const RequestPath& requests, std::uint64_t uuid)
+std::int32_t startMspFlashing(const RemoteModule& module, std::uint32_t channel)
 {
-    return send(requests, {uuid, SystemMethod::flash}, {});
-}
-
-std::int32_t startMspFlashing(const RequestPath& requests, std::uint64_t uuid,
-                              std::uint32_t channel)
-{
-    return send(requests, {uuid, SystemMethod::flashMsp},
+    return send(module, SystemMethod::flashMsp,
                 clRequestDocument{}.addNumber("Channel", channel).take());
 }
 
-std::int32_t readFlashStatus(const RequestPath& requests, std::uint64_t uuid, std::uint32_t& status,
+std::int32_t readFlashStatus(const RemoteModule& module, std::uint32_t& status,
                              std::uint32_t& progress)
 {
-    return readTwoNumbers(requests, {uuid, SystemMethod::getFlashStatus}, {}, "Status", status,
-                          "Progress", progress);
+    return readTwoNumbers(module, SystemMethod::getFlashStatus, {}, "Status", status, "Progress",
+                          progress);
 }
 
-std::int32_t requestDebugInfo(const RequestPath& requests, std::uint64_t uuid,
-                              std::uint32_t debugId, const std::array<const char*, 5>& parameters,
-                              char* buffer, std::uint64_t capacity)
+std::int32_t requestDebugInfo(const RemoteModule& module, std::uint32_t debugId,
+                              const std::array<const char*, 5>& parameters, char* buffer,
+                              std::uint64_t capacity)
 {
     clRequestDocument request;
     request.addNumber("DebugId", debugId);
     for (std::size_t i = 0; i < parameters.size(); ++i)
         request.addText("Par" + std::to_string(i + 1), parameters[i]);
-    const Response response =
-        sendForResponse(requests, {uuid, SystemMethod::requestDebugInfo}, request.take());
-    if (hasFailed(response.result))
-        return response.result;
     clResponseDocument document;
-    std::int32_t result = document.parse(response.payload());
+    const std::int32_t called =
+        sendForDocument(module, SystemMethod::requestDebugInfo, request.take(), document);
+    if (hasFailed(called))
+        return called;
     std::string answer;
-    if (result == ZEL_OK)
-        result = document.requireText("RetPar1", answer);
-    if (result != ZEL_OK)
+    if (const std::int32_t result = document.requireText("RetPar1", answer); result != ZEL_OK)
         return result;
-    return firstOf(response.result,
+    return firstOf(called,
                    copyText(asBytes(answer.data(), answer.size()), buffer, capacity).result);
 }
 
-std::int32_t setSimulatedValue(const RequestPath& requests, std::uint64_t uuid,
-                               std::uint32_t connector, std::uint32_t channel, std::uint32_t signal,
-                               std::uint32_t mode, double value)
+std::int32_t setSimulatedValue(const RemoteModule& module, std::uint32_t connector,
+                               std::uint32_t channel, std::uint32_t signal, std::uint32_t mode,
+                               double value)
 {
-    return send(requests, {uuid, SystemMethod::setSimulatedValue},
+    return send(module, SystemMethod::setSimulatedValue,
                 clRequestDocument{}
                     .addNumber("Connector", connector)
                     .addNumber("Channel", channel)
@@ -115,18 +103,17 @@ std::int32_t setSimulatedValue(const RequestPath& requests, std::uint64_t uuid,
                     .take());
 }
 
-std::int32_t readTr620CalUgMeasUx(const RequestPath& requests, std::uint64_t uuid,
-                                  std::uint32_t connector, std::uint32_t& calUg,
-                                  std::uint32_t& measUx)
+std::int32_t readTr620CalUgMeasUx(const RemoteModule& module, std::uint32_t connector,
+                                  std::uint32_t& calUg, std::uint32_t& measUx)
 {
-    return readTwoNumbers(requests, {uuid, SystemMethod::getTr620CalUgMeasUx},
-                          connectorRequest(connector), "Tr620CalUg", calUg, "Tr620MeasUx", measUx);
+    return readTwoNumbers(module, SystemMethod::getTr620CalUgMeasUx, connectorRequest(connector),
+                          "Tr620CalUg", calUg, "Tr620MeasUx", measUx);
 }
 
-std::int32_t readTr620RgRx(const RequestPath& requests, std::uint64_t uuid, std::uint32_t connector,
-                           std::uint32_t& rg, std::uint32_t& rx)
+std::int32_t readTr620RgRx(const RemoteModule& module, std::uint32_t connector, std::uint32_t& rg,
+                           std::uint32_t& rx)
 {
-    return readTwoNumbers(requests, {uuid, SystemMethod::getTr620RgRx}, connectorRequest(connector),
+    return readTwoNumbers(module, SystemMethod::getTr620RgRx, connectorRequest(connector),
                           "Tr620Rg", rg, "Tr620Rx", rx);
 }
 

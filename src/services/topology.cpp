@@ -31,32 +31,28 @@ std::vector<ConnectedModule> ownConnections(const clConHndlr& connections)
     return modules;
 }
 
-template <class Number>
-Number numberIn(pugi::xml_node node, const char* child)
+std::uint32_t numberIn(pugi::xml_node node, const char* child)
 {
-    return numberOrZero<Number>(wholeText(node.child(child)));
+    return numberOrZero<std::uint32_t>(wholeText(node.child(child)));
 }
 
-std::int32_t modulesBehind(const RequestPath& requests, std::uint64_t uuid,
-                           std::vector<ConnectedModule>& modules)
+std::int32_t modulesBehind(const RemoteModule& module, std::vector<ConnectedModule>& modules)
 {
-    const Response response =
-        sendForResponse(requests, {uuid, wire::StatusMethod::getConnectedModules}, {});
-    if (hasFailed(response.result))
-        return response.result;
     clResponseDocument document;
-    if (const std::int32_t result = document.parse(response.payload()); result != ZEL_OK)
+    const std::int32_t result =
+        sendForDocument(module, wire::StatusMethod::getConnectedModules, {}, document);
+    if (hasFailed(result))
         return result;
     for (const pugi::xml_node node : document.root().children("ConnectedModule")) {
-        ConnectedModule& module = modules.emplace_back();
-        module.deviceType = numberIn<std::uint32_t>(node, "DevType");
-        module.activeInterface = numberIn<std::uint32_t>(node, "ActiveInterface");
+        ConnectedModule& found = modules.emplace_back();
+        found.deviceType = numberIn(node, "DevType");
+        found.activeInterface = numberIn(node, "ActiveInterface");
         // Without it the record would stand for nobody.
-        if (const std::int32_t result = parseNumber(wholeText(node.child("Uuid")), module.uuid);
-            result != ZEL_OK)
-            return result;
+        if (const std::int32_t read = parseNumber(wholeText(node.child("Uuid")), found.uuid);
+            read != ZEL_OK)
+            return read;
     }
-    return response.result;
+    return result;
 }
 
 void composeInto(XmlComposer& composer, const clConHndlr& connections)
@@ -77,27 +73,27 @@ void composeInto(XmlComposer& composer, const clConHndlr& connections)
 
 } // namespace
 
-std::int32_t readConnectedModules(const RequestPath& requests, const clConHndlr& connections,
-                                  std::uint64_t uuid, ZEL_ConnectedModule* modules,
-                                  std::uint64_t& count, std::uint64_t capacity)
+std::int32_t readConnectedModules(const RemoteModule& module, const clConHndlr& connections,
+                                  ZEL_ConnectedModule* modules, std::uint64_t& count,
+                                  std::uint64_t capacity)
 {
     count = 0;
     std::vector<ConnectedModule> found;
     std::int32_t result = ZEL_OK;
-    if (uuid == kNoUuid || uuid == ownUuid())
+    if (module.uuid == kNoUuid || module.uuid == ownUuid())
         found = ownConnections(connections);
     else
-        result = modulesBehind(requests, uuid, found);
+        result = modulesBehind(module, found);
     if (hasFailed(result))
         return result;
     if (found.size() > capacity)
         return ZEL_SRV_BUFFER_TOO_SMALL;
-    for (const ConnectedModule& module : found) {
+    for (const ConnectedModule& connected : found) {
         // One field after the other: the reserved bytes stay the caller's.
         ZEL_ConnectedModule& record = modules[count++];
-        record.uuid = module.uuid;
-        record.deviceType = module.deviceType;
-        record.activeInterface = module.activeInterface;
+        record.uuid = connected.uuid;
+        record.deviceType = connected.deviceType;
+        record.activeInterface = connected.activeInterface;
     }
     return result;
 }

@@ -14,9 +14,9 @@ namespace zel::topology {
 
 /// The modules behind a module; for kNoUuid and the library's own UUID those of the connection
 /// table, without asking anybody. All or none: ZEL_SRV_BUFFER_TOO_SMALL leaves the count at 0.
-std::int32_t readConnectedModules(const RequestPath& requests, const clConHndlr& connections,
-                                  std::uint64_t uuid, ZEL_ConnectedModule* modules,
-                                  std::uint64_t& count, std::uint64_t capacity);
+std::int32_t readConnectedModules(const RemoteModule& module, const clConHndlr& connections,
+                                  ZEL_ConnectedModule* modules, std::uint64_t& count,
+                                  std::uint64_t capacity);
 
 /// The document of all connections, in the order of their UUIDs.
 std::int32_t compose(const clConHndlr& connections, const TextBuffer& buffer);

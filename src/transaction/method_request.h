@@ -23,6 +23,12 @@ struct RequestPath {
     iRequestorContext* secondContext = nullptr;
 };
 
+/// A module that is asked for something, and the way that the requests to it take.
+struct RemoteModule {
+    RequestPath path;
+    std::uint64_t uuid;
+};
+
 /// Where a response of `size` bytes whose data go to `room` is put together; null where they do
 /// not fit.
 std::unique_ptr<clRxTelContainer> placeFor(std::size_t size, MutableBytes room);

@@ -54,6 +54,8 @@ static int file_is(const char* name, const char* expected)
     return strstr(content, expected) != NULL;
 }
 
+#define CHANNEL_PATH "Amplifier/Connector1/Mode/AnalogInChannel"
+
 static void parameters(void)
 {
     int numbers[4];
@@ -71,9 +73,14 @@ static void parameters(void)
     GIVES(0, ZEL_XPAR_WriteDoublePar(module, 1, "Amplifier", "Range", 2.5));
     GIVES(0, ZEL_XPAR_ReadDoublePar(module, 1, "Amplifier", "Range", &range));
     HOLDS(range > 2.49 && range < 2.51);
+    GIVES(0, ZEL_XPAR_WriteDoublePar(module, 1, CHANNEL_PATH, "ZeroOffset", -250000));
+    GIVES(0, ZEL_XPAR_ReadPar(module, 1, CHANNEL_PATH, "ZeroOffset", OUT));
+    HOLDS(has("-2.500000e+05"));
     GIVES(0, ZEL_XPAR_ReadDoublePar(module, 1, "Communication/Network/eth0", "TcpPort", &range));
     HOLDS(range == port);
-    GIVES(0, ZEL_XPAR_WriteIntPar(module, 1, "Amplifier", "Range", 10));
+    GIVES(0, ZEL_XPAR_WriteIntPar(module, 1, CHANNEL_PATH, "ZeroOffset", -1000000000));
+    GIVES(0, ZEL_XPAR_ReadPar(module, 1, CHANNEL_PATH, "ZeroOffset", OUT));
+    HOLDS(has("-1000000000") && length == 11);
     GIVES(ZEL_UTIL_STRING_CONVERSION, ZEL_XPAR_ReadDoublePar(module, 1, "System", "Name", &range));
     HOLDS(ZEL_XPAR_WriteIntPar(module, 1, "Amplifier", "Range", 1000) < 0);
     const char* message = NULL;

@@ -3,6 +3,7 @@
 #include "last_error_stores.h"
 #include "parameter_documents.h"
 #include "parameters.h"
+#include "request_document.h"
 #include "simulator.h"
 #include "wsa.h"
 #include "ZEL_VR_Framework.h"
@@ -58,10 +59,10 @@ protected:
     {
         m_buffer.fill('#');
         m_length = 99;
-        return parameters::read(m_path, m_uuid, kView, "A", "R",
-                                {m_buffer.data(), &m_length, capacity});
+        return parameters::read(remote(), kView, "A", "R", {m_buffer.data(), &m_length, capacity});
     }
 
+    RemoteModule remote() const { return {m_path, m_uuid}; }
     std::string text() const { return {m_buffer.data()}; }
 
     static std::string message(std::uint64_t uuid)
@@ -103,43 +104,43 @@ TEST_F(ParameterCalls, SendTheirMethodsAndDocuments)
         const char* request;
         std::function<void()> call;
     };
-    const RequestPath& path = m_path;
-    const std::uint64_t uuid = m_uuid;
+    const RemoteModule module = remote();
     const Case cases[] = {
         {10, REQUEST("<View>3</View><Path>A/&lt;R&gt;</Path>"),
-         [&] { p::read(path, uuid, kView, "A", "<R>", into); }},
+         [&] { p::read(module, kView, "A", "<R>", into); }},
         {10, REQUEST("<View>3</View><Path>A</Path>"),
-         [&] { p::readDouble(path, uuid, kView, "A", "", number); }},
-        {9, REQUEST("<View>3</View><Path>A/R</Path><XmlSection>5.000000e-02</XmlSection>"),
-         [&] { p::writeDouble(path, uuid, kView, "A", "R", 0.05); }},
-        {9, REQUEST("<View>3</View><Path>A/R</Path><XmlSection>-2147483648</XmlSection>"),
-         [&] { p::writeInt(path, uuid, kView, "A", "R", -2147483647 - 1); }},
+         [&] { p::readDouble(module, kView, "A", "", number); }},
+        {9, REQUEST("<View>3</View><Path>A/R</Path><XmlSection>0.05</XmlSection>"),
+         [&] { p::write(module, kView, "A", "R", "0.05"); }},
         {9, REQUEST("<View>3</View><Path>A/R</Path><XmlSection>&amp;amp;</XmlSection>"),
-         [&] { p::writeString(path, uuid, kView, "A", "R", "&amp;"); }},
+         [&] { p::write(module, kView, "A", "R", "&amp;"); }},
         {1, REQUEST("<View>3</View><CurrChoicesOnly>1</CurrChoicesOnly>"),
-         [&] { p::readDocument(path, uuid, kView, true, into); }},
+         [&] { p::readDocument(module, kView, true, into); }},
         {2, REQUEST("<View>3</View><XmlSection>&lt;V/&gt;</XmlSection>"),
-         [&] { p::writeDocument(path, uuid, kView, "<V/>and more", 4); }},
-        {3, REQUEST("<View>3</View>"), [&] { p::readSchema(path, uuid, kView, into); }},
-        {4, REQUEST("<View>3</View>"), [&] { p::readStyleSheet(path, uuid, kView, into); }},
+         [&] {
+             p::writeDocument(module, kView, {"<V/>and more", 4});
+         }},
+        {3, REQUEST("<View>3</View>"), [&] { p::readSchema(module, kView, into); }},
+        {4, REQUEST("<View>3</View>"), [&] { p::readStyleSheet(module, kView, into); }},
         {5, REQUEST("<View>3</View><Path>A</Path><CurrChoicesOnly>0</CurrChoicesOnly>"),
-         [&] { p::readSection(path, uuid, kView, false, "A", into); }},
+         [&] { p::readSection(module, kView, false, "A", into); }},
         {6, REQUEST("<View>3</View><Path>A</Path><XmlSection>x</XmlSection>"),
-         [&] { p::writeSection(path, uuid, kView, "A", "xyz", 1); }},
+         [&] {
+             p::writeSection(module, kView, "A", {"xyz", 1});
+         }},
         {7, REQUEST("<View>3</View><Path>A</Path>"),
-         [&] { p::readSectionSchema(path, uuid, kView, "A", into); }},
-        {11, "", [&] { p::readViews(path, uuid, into); }},
+         [&] { p::readSectionSchema(module, kView, "A", into); }},
+        {11, "", [&] { sendForText(module, wire::ParameterMethod::getViews, {}, into); }},
         {12, REQUEST("<View>3</View><Xpath>//R</Xpath>"),
-         [&] { p::activateDefault(path, uuid, kView, "//R"); }},
-        {12, REQUEST(""), [&] { p::activateAllDefaults(path, uuid); }},
-        {13, REQUEST("<Channel>7</Channel>"),
-         [&] { p::readTeds(path, uuid, 8, tid.data(), into); }},
+         [&] { p::activateDefault(module, kView, "//R"); }},
+        {12, REQUEST(""), [&] { p::activateAllDefaults(module); }},
+        {13, REQUEST("<Channel>7</Channel>"), [&] { p::readTeds(module, 8, tid.data(), into); }},
         {14, REQUEST("<Channel>0</Channel><Tid>0</Tid><BinData>78</BinData>"),
-         [&] { p::writeTeds(path, uuid, 1, tid.data(), "x", 1); }},
+         [&] { p::writeTeds(module, 1, tid.data(), "x", 1); }},
         {7, REQUEST("<View>3</View><Path>Amplifier/Connector</Path>"),
-         [&] { p::maxCount(path, uuid, kView, "Amplifier", "Connector"); }},
+         [&] { p::maxCount(module, kView, "Amplifier", "Connector"); }},
         {5, REQUEST("<View>5</View><Path>Amplifier</Path><CurrChoicesOnly>1</CurrChoicesOnly>"),
-         [&] { p::maxCount(path, uuid, 5, "Amplifier", "Connector"); }},
+         [&] { p::maxCount(module, 5, "Amplifier", "Connector"); }},
     };
     for (const Case& row : cases) {
         answer(row.method, {ZEL_OK, "1"});
@@ -172,14 +173,14 @@ TEST_F(ParameterCalls, CopyByTheBufferRuleAndKeepWhatIsLonger)
 TEST_F(ParameterCalls, WithoutBufferStillCallTheMethodAndTellTheLength)
 {
     answer(10, {ZEL_OK, "1234567"});
-    EXPECT_EQ(parameters::read(m_path, m_uuid, kView, "A", "R", {nullptr, nullptr, 0}), ZEL_OK);
-    EXPECT_EQ(parameters::read(m_path, m_uuid, kView, "A", "R", {nullptr, &m_length, 0}), ZEL_OK);
+    EXPECT_EQ(parameters::read(remote(), kView, "A", "R", {nullptr, nullptr, 0}), ZEL_OK);
+    EXPECT_EQ(parameters::read(remote(), kView, "A", "R", {nullptr, &m_length, 0}), ZEL_OK);
     EXPECT_EQ(m_length, 7U);
     EXPECT_EQ(m_module.received().size(), 2U);
 
-    EXPECT_EQ(parameters::read(m_path, m_uuid, kView, "A", "R", {nullptr, &m_length, 1}),
+    EXPECT_EQ(parameters::read(remote(), kView, "A", "R", {nullptr, &m_length, 1}),
               ZEL_SYS_BAD_PARAMETER);
-    EXPECT_EQ(parameters::read(m_path, m_uuid, kView, "A", "R", {m_buffer.data(), nullptr, 1}),
+    EXPECT_EQ(parameters::read(remote(), kView, "A", "R", {m_buffer.data(), nullptr, 1}),
               ZEL_SYS_BAD_PARAMETER);
     EXPECT_EQ(m_module.received().size(), 2U);
 }
@@ -192,7 +193,7 @@ TEST_F(ParameterCalls, BringTheModulesRefusalAndItsText)
     EXPECT_EQ(m_length, 11U);
     EXPECT_EQ(message(m_uuid), "no such tag");
 
-    EXPECT_EQ(parameters::read(m_path, kStranger, kView, "A", "R",
+    EXPECT_EQ(parameters::read({m_path, kStranger}, kView, "A", "R",
                                {m_buffer.data(), &m_length, m_buffer.size()}),
               ZEL_CONN_UNKNOWN_UUID);
     EXPECT_EQ(m_length, 0U);
@@ -204,14 +205,12 @@ TEST_F(ParameterCalls, ReadNumbersOfUpTo99Characters)
 {
     double value = 5;
     answer(10, {ZEL_OK, std::string(97, '0') + ".5"});
-    EXPECT_EQ(parameters::readDouble(m_path, m_uuid, kView, "A", "R", value), ZEL_OK);
+    EXPECT_EQ(parameters::readDouble(remote(), kView, "A", "R", value), ZEL_OK);
     EXPECT_EQ(value, 0.5);
     answer(10, {ZEL_OK, std::string(98, '0') + ".7"});
-    EXPECT_EQ(parameters::readDouble(m_path, m_uuid, kView, "A", "R", value),
-              ZEL_SRV_BUFFER_TOO_SMALL);
+    EXPECT_EQ(parameters::readDouble(remote(), kView, "A", "R", value), ZEL_SRV_BUFFER_TOO_SMALL);
     answer(10, {ZEL_OK, "high"});
-    EXPECT_EQ(parameters::readDouble(m_path, m_uuid, kView, "A", "R", value),
-              ZEL_UTIL_STRING_CONVERSION);
+    EXPECT_EQ(parameters::readDouble(remote(), kView, "A", "R", value), ZEL_UTIL_STRING_CONVERSION);
     EXPECT_EQ(value, 0.5);
 }
 
@@ -219,10 +218,10 @@ TEST_F(ParameterCalls, TellCountsAndNegativeResults)
 {
     answer(5, {ZEL_OK, "<Amplifier><Connector/><Connector/></Amplifier>"});
     answer(7, {ZEL_OK, "<xs:schema><xs:element maxOccurs=\"8\"/></xs:schema>"});
-    EXPECT_EQ(parameters::maxCount(m_path, m_uuid, 5, "Amplifier", "Connector"), 2);
-    EXPECT_EQ(parameters::maxCount(m_path, m_uuid, 1, "Amplifier", "Connector"), 8);
+    EXPECT_EQ(parameters::maxCount(remote(), 5, "Amplifier", "Connector"), 2);
+    EXPECT_EQ(parameters::maxCount(remote(), 1, "Amplifier", "Connector"), 8);
     answer(7, {-1000203, "<xs:schema><xs:element maxOccurs=\"8\"/></xs:schema>"});
-    EXPECT_EQ(parameters::maxCount(m_path, m_uuid, 1, "Amplifier", "Connector"), -1000203);
+    EXPECT_EQ(parameters::maxCount(remote(), 1, "Amplifier", "Connector"), -1000203);
 }
 
 TEST_F(ParameterCalls, SendARefusedTedsImageOnceMoreWithoutItsPadding)
@@ -239,7 +238,7 @@ TEST_F(ParameterCalls, SendARefusedTedsImageOnceMoreWithoutItsPadding)
             return {ZEL_OK, REQUEST("<Tid>0x0102030405060708</Tid>")};
         });
         m_module.clearReceived();
-        EXPECT_EQ(parameters::writeTeds(m_path, m_uuid, 1, tid.data(), image.data(), 8), ZEL_OK);
+        EXPECT_EQ(parameters::writeTeds(remote(), 1, tid.data(), image.data(), 8), ZEL_OK);
         EXPECT_STREQ(tid.data(), "0807060504030201");
         const auto calls = m_module.received();
         ASSERT_EQ(calls.size(), 2U);
@@ -249,12 +248,12 @@ TEST_F(ParameterCalls, SendARefusedTedsImageOnceMoreWithoutItsPadding)
     const std::array<char, 3> zeros{};
     answer(14, {-120197, "too long"});
     m_module.clearReceived();
-    EXPECT_EQ(parameters::writeTeds(m_path, m_uuid, 1, tid.data(), zeros.data(), 3), -120197);
+    EXPECT_EQ(parameters::writeTeds(remote(), 1, tid.data(), zeros.data(), 3), -120197);
     EXPECT_EQ(m_module.received().size(), 1U);
 
-    EXPECT_EQ(parameters::writeTeds(m_path, m_uuid, 1, tid.data(), nullptr, 3),
+    EXPECT_EQ(parameters::writeTeds(remote(), 1, tid.data(), nullptr, 3),
               ZEL_SRV_INVALID_PARAMETERS);
-    EXPECT_EQ(parameters::readTeds(m_path, m_uuid, 0, tid.data(), {m_buffer.data(), &m_length, 9}),
+    EXPECT_EQ(parameters::readTeds(remote(), 0, tid.data(), {m_buffer.data(), &m_length, 9}),
               ZEL_SRV_INVALID_PARAMETERS);
     EXPECT_EQ(m_module.received().size(), 1U);
 }
@@ -264,11 +263,11 @@ TEST_F(ParameterCalls, RefuseWhatNoRequestCanAnnounce)
     std::array<char, parameters::kTedsIdentifierSize> tid{};
     for (const std::uint64_t length :
          {~std::uint64_t{0}, std::uint64_t{1} << 63, std::uint64_t{0xFFFFFFFC}}) {
-        EXPECT_EQ(parameters::writeDocument(m_path, m_uuid, kView, "<V/>", length),
+        EXPECT_EQ(parameters::writeDocument(remote(), kView, {"<V/>", length}),
                   ZEL_SRV_INVALID_PARAMETERS);
-        EXPECT_EQ(parameters::writeSection(m_path, m_uuid, kView, "A", "<V/>", length),
+        EXPECT_EQ(parameters::writeSection(remote(), kView, "A", {"<V/>", length}),
                   ZEL_SRV_INVALID_PARAMETERS);
-        EXPECT_EQ(parameters::writeTeds(m_path, m_uuid, 1, tid.data(), "<V/>", length),
+        EXPECT_EQ(parameters::writeTeds(remote(), 1, tid.data(), "<V/>", length),
                   ZEL_SRV_INVALID_PARAMETERS);
     }
     EXPECT_EQ(m_module.received().size(), 0U);
@@ -284,15 +283,15 @@ TEST_F(ParameterCalls, CarryDocumentsOfMebibytes)
         received = call.data;
         return {ZEL_OK};
     });
-    ASSERT_EQ(parameters::writeDocument(m_path, m_uuid, kView, document.data(), document.size()),
-              ZEL_OK);
-    EXPECT_EQ(received, parameters::writeDocumentRequest(kView, document));
+    ASSERT_EQ(parameters::writeDocument(remote(), kView, document), ZEL_OK);
+    EXPECT_EQ(received,
+              clRequestDocument{}.addNumber("View", kView).addText("XmlSection", document).take());
 
     answer(1, {ZEL_OK, document});
     std::string buffer(document.size() + 1, '#');
-    EXPECT_EQ(parameters::readDocument(m_path, m_uuid, kView, false,
-                                       {buffer.data(), &m_length, buffer.size()}),
-              ZEL_OK);
+    EXPECT_EQ(
+        parameters::readDocument(remote(), kView, false, {buffer.data(), &m_length, buffer.size()}),
+        ZEL_OK);
     EXPECT_EQ(buffer, document + '\0');
 }
 
@@ -300,7 +299,7 @@ TEST_F(ParameterCalls, WriteTheViewsIntoAFileOfAnyName)
 {
     const std::string name = testing::TempDir() + "views_\xC3\xA4\xE2\x82\xAC.xml";
     answer(11, {ZEL_OK, "<Views>\r\n</Views>"});
-    EXPECT_EQ(parameters::readViewsToFile(m_path, m_uuid, name.c_str()), ZEL_OK);
+    EXPECT_EQ(sendForFile(remote(), wire::ParameterMethod::getViews, {}, name.c_str()), ZEL_OK);
     const std::filesystem::path path(std::u8string(name.begin(), name.end()));
     std::ifstream file(path, std::ios::binary);
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "<Views>\r\n</Views>");

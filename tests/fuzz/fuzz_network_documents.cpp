@@ -137,7 +137,7 @@ void readSettings(const RequestPath& path, Way& alternative, std::string_view an
     std::vector<char> buffer(capacity);
     std::uint64_t length = 0;
     const std::int32_t result =
-        network::readNetSettings(path, {alternative}, kModule, network::NetSettings::section,
+        network::readNetSettings({path, kModule}, {alternative}, network::NetSettings::section,
                                  {buffer.data(), &length, capacity});
     require(!isWhole || result == (answer.size() < capacity ? ZEL_OK : ZEL_SRV_BUFFER_TOO_SMALL));
     require(!isWhole || length == answer.size());
@@ -150,7 +150,7 @@ void writeSettings(const RequestPath& path, Way& alternative, std::string_view s
     const auto header = MethodResponseHeader{1, 6, -7}.encode();
     const std::string answer{reinterpret_cast<const char*>(header.data()), header.size()};
     alternative.answer = &answer;
-    require(network::writeNetSettings(path, {alternative}, kModule, settings) == -7);
+    require(network::writeNetSettings({path, kModule}, {alternative}, settings) == -7);
     pugi::xml_document request;
     if (!isKept(settings))
         return;
