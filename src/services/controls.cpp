@@ -100,7 +100,7 @@ std::int32_t setCalibrationPoint(const RemoteModule& module, std::uint32_t conne
                                  std::uint32_t signal, std::int32_t point, double value)
 {
     return perform(module, "INITADJ", connector, signal, std::to_string(point),
-                   formatCalibrationDouble(value, kCalibrationDecimals, true));
+                   formatParameterDouble(value, kCalibrationDecimals));
 }
 
 std::int32_t setI2SToCalibration(const RemoteModule& module, std::uint32_t connector)

@@ -50,40 +50,6 @@ std::string_view withoutPlus(std::string_view text)
     return text;
 }
 
-template <class Number, class Format>
-std::int32_t convertWhole(std::string_view text, Format format, Number& value)
-{
-    Number converted{};
-    const char* const end = text.data() + text.size();
-    const auto parsed = std::from_chars(text.data(), end, converted, format);
-    if (parsed.ec != std::errc{} || parsed.ptr != end)
-        return ZEL_UTIL_STRING_CONVERSION;
-    value = converted;
-    return ZEL_OK;
-}
-
-template <class Number>
-std::int32_t parse(std::string_view text, Number& value)
-{
-    constexpr bool kIsReal = std::is_floating_point_v<Number>;
-    std::string_view number = trimmed(text);
-    if (number.starts_with("0x")) {
-        number.remove_prefix(2);
-        // Behind the prefix comes a digit: no sign, no name of an infinity.
-        if (number.find_first_of("0123456789abcdefABCDEF.") != 0)
-            return ZEL_UTIL_STRING_CONVERSION;
-        if constexpr (kIsReal)
-            return convertWhole(number, std::chars_format::hex, value);
-        else
-            return convertWhole(number, 16, value);
-    }
-    number = withoutPlus(number);
-    if constexpr (kIsReal)
-        return convertWhole(number, std::chars_format::general, value);
-    else
-        return convertWhole(number, 10, value);
-}
-
 } // namespace
 
 std::string formatFixed(double value, unsigned decimals)
@@ -127,47 +93,46 @@ std::string formatScientific(double value, unsigned decimals)
     return text;
 }
 
-std::string formatParameterDouble(double value)
+std::string formatParameterDouble(double value, unsigned decimals)
 {
     const double magnitude = std::fabs(value);
     const bool isPlain =
         magnitude <= kLargestPlain && (magnitude >= kSmallestPlain || magnitude == 0.0);
-    return isPlain ? formatFixed(value, kDefaultDecimals)
-                   : formatScientific(value, kDefaultDecimals);
+    return isPlain ? formatFixed(value, decimals) : formatScientific(value, decimals);
 }
 
-std::string formatCalibrationDouble(double value, unsigned decimals, bool mayBeScientific)
+template <class Number>
+std::int32_t parseNumber(std::string_view text, Number& value)
 {
-    const double magnitude = std::fabs(value);
-    const bool isExtreme =
-        magnitude > kLargestPlain || (magnitude < kSmallestPlain && magnitude != 0.0);
-    return mayBeScientific && isExtreme ? formatScientific(value, decimals)
-                                        : formatFixed(value, decimals);
+    text = trimmed(text);
+    const bool isHexadecimal = text.starts_with("0x");
+    if (isHexadecimal) {
+        text.remove_prefix(2);
+        // Behind the prefix comes a digit: no sign, no name of an infinity.
+        if (text.find_first_of("0123456789abcdefABCDEF.") != 0)
+            return ZEL_UTIL_STRING_CONVERSION;
+    } else {
+        text = withoutPlus(text);
+    }
+    Number converted{};
+    std::from_chars_result parsed;
+    const char* const end = text.data() + text.size();
+    if constexpr (std::is_floating_point_v<Number>)
+        parsed =
+            std::from_chars(text.data(), end, converted,
+                            isHexadecimal ? std::chars_format::hex : std::chars_format::general);
+    else
+        parsed = std::from_chars(text.data(), end, converted, isHexadecimal ? 16 : 10);
+    if (parsed.ec != std::errc{} || parsed.ptr != end)
+        return ZEL_UTIL_STRING_CONVERSION;
+    value = converted;
+    return ZEL_OK;
 }
 
-std::int32_t parseNumber(std::string_view text, double& value)
-{
-    return parse(text, value);
-}
-
-std::int32_t parseNumber(std::string_view text, std::int32_t& value)
-{
-    return parse(text, value);
-}
-
-std::int32_t parseNumber(std::string_view text, std::int64_t& value)
-{
-    return parse(text, value);
-}
-
-std::int32_t parseNumber(std::string_view text, std::uint32_t& value)
-{
-    return parse(text, value);
-}
-
-std::int32_t parseNumber(std::string_view text, std::uint64_t& value)
-{
-    return parse(text, value);
-}
+template std::int32_t parseNumber(std::string_view, double&);
+template std::int32_t parseNumber(std::string_view, std::int32_t&);
+template std::int32_t parseNumber(std::string_view, std::int64_t&);
+template std::int32_t parseNumber(std::string_view, std::uint32_t&);
+template std::int32_t parseNumber(std::string_view, std::uint64_t&);
 
 } // namespace zel

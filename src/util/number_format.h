@@ -17,23 +17,15 @@ std::string formatFixed(double value, unsigned decimals);
 /// As printf's "%.*e" in the "C" locale.
 std::string formatScientific(double value, unsigned decimals);
 
-/// A parameter value: fixed with 6 decimals where the magnitude is zero or from 0.1 to 100000, else
-/// scientific. At most 14 characters.
-std::string formatParameterDouble(double value);
+/// A parameter value: fixed where the magnitude is zero or from 0.1 to 100000, else scientific.
+/// With 6 decimals at most 14 characters.
+std::string formatParameterDouble(double value, unsigned decimals = 6);
 
-/// A calibration value: with `mayBeScientific` and a magnitude above 100000, or below 0.1 and not
-/// zero, scientific; else fixed; with `decimals` digits either way.
-std::string formatCalibrationDouble(double value, unsigned decimals, bool mayBeScientific);
-
-// Number texts of responses: "0x" and hexadecimal digits, else decimal, as the C library reads
-// them. White space may stand around the number and a zero byte behind it, which ends the text;
-// nothing else may, and the type must hold the number. All return 0 and set `value`, or return
-// ZEL_UTIL_STRING_CONVERSION and leave it alone.
-
-std::int32_t parseNumber(std::string_view text, double& value);
-std::int32_t parseNumber(std::string_view text, std::int32_t& value);
-std::int32_t parseNumber(std::string_view text, std::int64_t& value);
-std::int32_t parseNumber(std::string_view text, std::uint32_t& value);
-std::int32_t parseNumber(std::string_view text, std::uint64_t& value);
+/// Number texts of responses: "0x" and hexadecimal digits, else decimal, as the C library reads
+/// them. White space may stand around the number and a zero byte behind it, which ends the text;
+/// nothing else may, and the type, double or an integer of 32 or 64 bits, must hold the number. 0,
+/// or ZEL_UTIL_STRING_CONVERSION, which leaves `value` alone.
+template <class Number>
+std::int32_t parseNumber(std::string_view text, Number& value);
 
 } // namespace zel

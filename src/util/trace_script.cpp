@@ -40,7 +40,7 @@ clTraceScript::clTraceScript(const std::filesystem::path& folder) : m_file(folde
 
 bool clTraceScript::writeCall(std::string_view exportName, std::span<const TraceValue> arguments)
 {
-    const std::string name{traceName(exportName)};
+    const std::string name = traceName(exportName);
     if (name.empty())
         return false;
     const std::string call = name + "(" + argumentList(arguments) + ")";

@@ -87,12 +87,12 @@ void expectAllTexts()
         EXPECT_EQ(formatFixed(row.value, row.decimals), row.text)
             << row.value << " with " << row.decimals;
 
-    EXPECT_EQ(formatCalibrationDouble(100000.5, 8, true), "1.00000500e+05");
-    EXPECT_EQ(formatCalibrationDouble(100000.5, 8, false), "100000.50000000");
-    EXPECT_EQ(formatCalibrationDouble(-0.05, 3, true), "-5.000e-02");
-    EXPECT_EQ(formatCalibrationDouble(-0.05, 3, false), "-0.050");
-    EXPECT_EQ(formatCalibrationDouble(0.0, 8, true), "0.00000000");
-    EXPECT_EQ(formatCalibrationDouble(kNaN, 8, true), "nan");
+    EXPECT_EQ(formatParameterDouble(100000.5, 8), "1.00000500e+05");
+    EXPECT_EQ(formatFixed(100000.5, 8), "100000.50000000");
+    EXPECT_EQ(formatParameterDouble(-0.05, 3), "-5.000e-02");
+    EXPECT_EQ(formatFixed(-0.05, 3), "-0.050");
+    EXPECT_EQ(formatParameterDouble(0.0, 8), "0.00000000");
+    EXPECT_EQ(formatParameterDouble(kNaN, 8), "nan");
 
     double value = 0;
     EXPECT_EQ(parseNumber("2.5", value), ZEL_OK);
