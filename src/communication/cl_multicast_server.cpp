@@ -96,9 +96,7 @@ std::int32_t clMulticastServer::send(std::optional<std::uint32_t> interfaceIndex
         if (!m_isStarted || !hasAddress(adapter) ||
             (interfaceIndex && adapter.interfaceIndex != *interfaceIndex))
             continue;
-        hasLeft = m_server.sendOverInterface(adapter, telegram.data(), telegram.size(),
-                                             kTimeToLive) == 0 ||
-                  hasLeft;
+        hasLeft = m_server.sendOverInterface(adapter, telegram, kTimeToLive) == 0 || hasLeft;
     }
     return hasLeft ? ZEL_OK : ZEL_CONN_SEND_FAILED;
 }

@@ -19,16 +19,6 @@ int complain(const char* message)
     return -1;
 }
 
-// How messages name an adapter. They are composed when something has failed.
-std::string nameOf(std::uint32_t number)
-{
-    return std::to_string(static_cast<std::int32_t>(number));
-}
-const std::string& nameOf(const std::string& address)
-{
-    return address;
-}
-
 } // namespace
 
 MulticastServer::MulticastServer(sys::EventLoop& loop) : m_loop(loop) {}
@@ -59,8 +49,7 @@ int MulticastServer::start(const std::string& group, std::uint32_t port, DataHan
     }
     if (!native::setMulticastLoop(m_sendSocket, false))
         complain("Error setsockopt IP_MULTICAST_LOOP!");
-    std::uint32_t address = 0;
-    if (!resolveGroup(address))
+    if (!native::parseAddress(m_group, m_groupAddress))
         return complain("Not a valid multicast IP address!");
     return startReceiving(std::move(handler));
 }
@@ -94,11 +83,6 @@ int MulticastServer::startReceiving(DataHandler handler)
     return m_receiver->start(socket, std::move(handler)) ? 0 : -1;
 }
 
-bool MulticastServer::resolveGroup(std::uint32_t& address) const
-{
-    return native::parseAddress(m_group, address);
-}
-
 int MulticastServer::joinGroup(std::uint32_t interfaceAddress)
 {
     return changeMembership(interfaceAddress, true);
@@ -111,17 +95,9 @@ int MulticastServer::leaveGroup(std::uint32_t interfaceAddress)
 
 int MulticastServer::changeMembership(std::uint32_t interfaceAddress, bool isJoining)
 {
-    std::uint32_t group = 0;
-    if (!resolveGroup(group)) {
-        std::fprintf(stderr,
-                     native::isVersion6(m_group)
-                         ? "Only IPv4 multicast IP address currently supported (%s)!\n"
-                         : "Not a valid multicast IP address (%s)!\n",
-                     m_group.c_str());
-        return -1;
-    }
-    const bool isDone = isJoining ? native::joinGroup(m_receiveSocket, group, interfaceAddress)
-                                  : native::leaveGroup(m_receiveSocket, group, interfaceAddress);
+    const bool isDone = isJoining
+                            ? native::joinGroup(m_receiveSocket, m_groupAddress, interfaceAddress)
+                            : native::leaveGroup(m_receiveSocket, m_groupAddress, interfaceAddress);
     if (isDone)
         return 1;
     // errno on both platforms, whatever the socket's own error was.
@@ -134,45 +110,8 @@ int MulticastServer::changeMembership(std::uint32_t interfaceAddress, bool isJoi
     return -1;
 }
 
-template <class Adapter>
-int MulticastServer::sendLocked(const Adapter& adapter, bool isChosen, NamedBy namedBy,
-                                Bytes datagram, std::uint32_t timeToLive)
-{
-    if (!isChosen) {
-        std::fprintf(stderr, "Error setsockopt IP_MULTICAST_IF for interface %s!\n",
-                     nameOf(adapter).c_str());
-        return -2;
-    }
-    if (!native::setMulticastTtl(m_sendSocket, static_cast<int>(timeToLive))) {
-        std::fprintf(stderr,
-                     namedBy == NamedBy::address
-                         ? "%s: Error setsockopt IPV6_MULTICAST_HOPS to %u!\n"
-                         : "Error setsockopt IPV6_MULTICAST_HOPS for interface %s to %u!\n",
-                     nameOf(adapter).c_str(), timeToLive);
-        return -1;
-    }
-    std::uint32_t group = 0;
-    if (!resolveGroup(group))
-        return complain("Not a valid multicast IP address!");
-    if (native::sendTo(m_sendSocket, datagram, group, static_cast<std::uint16_t>(m_port)))
-        return 0;
-    std::fprintf(stderr, "error sending message over interface %s!\n", nameOf(adapter).c_str());
-    return -1;
-}
-
-int MulticastServer::sendOverInterface(std::uint32_t interfaceAddress, const void* data,
-                                       std::size_t length, std::uint32_t timeToLive)
-{
-    if (data == nullptr)
-        return length == 0 ? 0 : -1;
-    const std::lock_guard lock{m_sendMutex};
-    return sendLocked(interfaceAddress,
-                      native::setMulticastInterface(m_sendSocket, interfaceAddress),
-                      NamedBy::address, {static_cast<const std::byte*>(data), length}, timeToLive);
-}
-
-int MulticastServer::sendOverInterface(const sys::HostAdapter& adapter, const void* data,
-                                       std::size_t length, std::uint32_t timeToLive)
+int MulticastServer::sendOverInterface(const sys::HostAdapter& adapter, Bytes datagram,
+                                       std::uint32_t timeToLive)
 {
     std::uint32_t address = 0;
     if (adapter.addresses.empty() ||
@@ -182,33 +121,20 @@ int MulticastServer::sendOverInterface(const sys::HostAdapter& adapter, const vo
                      adapter.name.c_str());
         return -2;
     }
-    return sendOverInterface(address, data, length, timeToLive);
-}
-
-int MulticastServer::sendOverInterface(const std::string& interfaceAddress, const void* data,
-                                       std::size_t length, std::uint32_t timeToLive)
-{
-    if (data == nullptr)
-        return length == 0 ? 0 : -1;
-    std::uint32_t address = 0;
-    if (!native::parseAddress(interfaceAddress, address)) {
-        std::fprintf(stderr, "%s is not a valid interface IP address!\n", interfaceAddress.c_str());
+    const auto name = static_cast<int>(address); // as messages show it
+    const std::lock_guard lock{m_sendMutex};
+    if (!native::setMulticastInterface(m_sendSocket, address)) {
+        std::fprintf(stderr, "Error setsockopt IP_MULTICAST_IF for interface %d!\n", name);
+        return -2;
+    }
+    if (!native::setMulticastTtl(m_sendSocket, static_cast<int>(timeToLive))) {
+        std::fprintf(stderr, "%d: Error setsockopt IPV6_MULTICAST_HOPS to %u!\n", name, timeToLive);
         return -1;
     }
-    const std::lock_guard lock{m_sendMutex};
-    return sendLocked(interfaceAddress, native::setMulticastInterface(m_sendSocket, address),
-                      NamedBy::address, {static_cast<const std::byte*>(data), length}, timeToLive);
-}
-
-int MulticastServer::sendOverInterfaceIndex(std::uint32_t interfaceIndex, const void* data,
-                                            std::size_t length, std::uint32_t timeToLive)
-{
-    if (data == nullptr)
-        return length == 0 ? 0 : -1;
-    const std::lock_guard lock{m_sendMutex};
-    return sendLocked(interfaceIndex,
-                      native::setMulticastInterfaceIndex(m_sendSocket, interfaceIndex),
-                      NamedBy::index, {static_cast<const std::byte*>(data), length}, timeToLive);
+    if (native::sendTo(m_sendSocket, datagram, m_groupAddress, static_cast<std::uint16_t>(m_port)))
+        return 0;
+    std::fprintf(stderr, "error sending message over interface %d!\n", name);
+    return -1;
 }
 
 } // namespace zel::communication

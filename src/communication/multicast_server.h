@@ -35,29 +35,17 @@ public:
     int joinGroup(std::uint32_t interfaceAddress);
     int leaveGroup(std::uint32_t interfaceAddress);
 
-    // Any thread. 0; -2 when the adapter cannot be chosen; -1 for any other failure.
-    int sendOverInterface(std::uint32_t interfaceAddress, const void* data, std::size_t length,
+    /// Any thread. 0; -2 when the adapter cannot be chosen; -1 for any other failure.
+    int sendOverInterface(const sys::HostAdapter& adapter, Bytes datagram,
                           std::uint32_t timeToLive);
-    int sendOverInterface(const sys::HostAdapter& adapter, const void* data, std::size_t length,
-                          std::uint32_t timeToLive);
-    int sendOverInterface(const std::string& interfaceAddress, const void* data, std::size_t length,
-                          std::uint32_t timeToLive);
-    int sendOverInterfaceIndex(std::uint32_t interfaceIndex, const void* data, std::size_t length,
-                               std::uint32_t timeToLive);
 
 private:
-    enum class NamedBy { address, index };
-
-    /// `adapter` is what messages name; under m_sendMutex.
-    template <class Adapter>
-    int sendLocked(const Adapter& adapter, bool isChosen, NamedBy namedBy, Bytes datagram,
-                   std::uint32_t timeToLive);
     int startReceiving(DataHandler handler);
-    bool resolveGroup(std::uint32_t& address) const;
     int changeMembership(std::uint32_t interfaceAddress, bool isJoining);
 
     const sys::SocketLibraryUse m_library; // outlives the sockets
     std::string m_group;
+    std::uint32_t m_groupAddress = 0; // in the network's byte order
     std::uint32_t m_port = 0;
     sys::EventLoop& m_loop;
     std::unique_ptr<DatagramReceiver> m_receiver;

@@ -82,10 +82,4 @@ bool parseAddress(const std::string& text, std::uint32_t& address)
     return true;
 }
 
-bool isVersion6(const std::string& text)
-{
-    in6_addr parsed{};
-    return inet_pton(AF_INET6, text.c_str(), &parsed) == 1;
-}
-
 } // namespace zel::communication::native

@@ -25,8 +25,6 @@ bool bindToPort(NativeSocket socket, std::uint16_t port);
 
 bool setMulticastLoop(NativeSocket socket, bool isOn);
 bool setMulticastInterface(NativeSocket socket, std::uint32_t address);
-/// By the adapter's index.
-bool setMulticastInterfaceIndex(NativeSocket socket, std::uint32_t index);
 bool setMulticastTtl(NativeSocket socket, int ttl);
 bool joinGroup(NativeSocket socket, std::uint32_t group, std::uint32_t interfaceAddress);
 bool leaveGroup(NativeSocket socket, std::uint32_t group, std::uint32_t interfaceAddress);
@@ -38,7 +36,5 @@ bool sendTo(NativeSocket socket, Bytes data, std::uint32_t address, std::uint16_
 
 /// A dotted address; false for any other text.
 bool parseAddress(const std::string& text, std::uint32_t& address);
-/// Whether the text is an IPv6 address.
-bool isVersion6(const std::string& text);
 
 } // namespace zel::communication::native

@@ -1,7 +1,6 @@
 #include "socket_nonblocking.h"
 
 #include "address_list.h"
-#include "exception.h"
 
 #include <algorithm>
 #include <chrono>
@@ -22,19 +21,6 @@ using native::Wait;
 SocketNonblocking::SocketNonblocking(sys::EventLoop& loop)
     : m_readiness(loop), m_buffer(std::make_unique_for_overwrite<std::byte[]>(kReadAhead))
 {
-}
-
-SocketNonblocking::SocketNonblocking(sys::NativeSocket socket, sys::EventLoop& loop)
-    : SocketNonblocking(loop)
-{
-    m_socket = socket;
-    m_peerName = native::peerNameOf(socket);
-    m_readiness.setSocket(socket);
-    if (!native::setStreamOptions(socket)) {
-        // The handle stays the caller's when no object takes it over.
-        m_socket = sys::kNoSocket;
-        throw exception("error setting socket options");
-    }
 }
 
 SocketNonblocking::~SocketNonblocking()
@@ -103,12 +89,6 @@ bool SocketNonblocking::registerWithLoop()
 void SocketNonblocking::leaveLoop()
 {
     m_readiness.loop().eraseEvent(m_readiness.event());
-}
-
-void SocketNonblocking::clearDataCb()
-{
-    leaveLoop();
-    m_dataCallback = nullptr;
 }
 
 std::size_t SocketNonblocking::takeBuffered(MutableBytes buffer)
@@ -244,11 +224,6 @@ void SocketNonblocking::close()
     m_readiness.setSocket(sys::kNoSocket);
     m_isRegistered = false;
     m_filled = m_position = 0;
-}
-
-bool SocketNonblocking::checkSockAddr(const sockaddr* address, std::size_t length) const
-{
-    return !m_peerName.empty() && m_peerName == native::nameOf(address, length);
 }
 
 } // namespace zel::communication

@@ -26,8 +26,6 @@ public:
     static constexpr std::size_t kReadAhead = 8192;
 
     explicit SocketNonblocking(sys::EventLoop& loop);
-    /// Takes over a connected socket. Throws zel::exception when its options cannot be set.
-    SocketNonblocking(sys::NativeSocket socket, sys::EventLoop& loop);
     ~SocketNonblocking();
     SocketNonblocking(const SocketNonblocking&) = delete;
     SocketNonblocking& operator=(const SocketNonblocking&) = delete;
@@ -39,7 +37,6 @@ public:
     /// Registers the socket with the event loop; the handler may be called before this returns.
     /// False when the loop cannot watch it: nobody will ever be told of its input.
     bool setDataCb(DataCallback handler);
-    void clearDataCb();
 
     /// One buffered read: the count, which may be short; 0 when the peer has closed; or -1.
     int receive(MutableBytes buffer);
@@ -72,7 +69,6 @@ public:
     void countSilence() { native::countSilence(m_socket); }
     /// Numeric host and port of the other end, which are kept from the moment of the connection on.
     const std::string& peerName() const { return m_peerName; }
-    bool checkSockAddr(const sockaddr* address, std::size_t length) const;
 
 private:
     bool registerWithLoop();

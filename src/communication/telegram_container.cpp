@@ -24,13 +24,13 @@ std::byte* reallocate(std::byte* bytes, std::size_t size)
 } // namespace
 
 clRxTelContainer::clRxTelContainer(std::size_t size)
-    : clTelContainer(size), m_bytes(reallocate(nullptr, size)), m_isOwn(true)
+    : m_size(size), m_bytes(reallocate(nullptr, size)), m_isOwn(true)
 {
 }
 
 clRxTelContainer::clRxTelContainer(std::size_t frontSize, MutableBytes place)
-    : clTelContainer(frontSize + place.size()),
-      m_frontSize(frontSize),
+    : m_frontSize(frontSize),
+      m_size(frontSize + place.size()),
       m_bytes(place.data()),
       m_isOwn(false)
 {
@@ -80,10 +80,8 @@ void clRxTelContainer::resize(std::size_t size)
     m_consumed = std::min(m_consumed, size);
 }
 
-clTxTelContainer::clTxTelContainer(std::size_t size) : clTelContainer(size), m_data(size, '\0') {}
-
 clTxTelContainer::clTxTelContainer(Bytes front, std::string data)
-    : clTelContainer(front.size() + data.size()), m_frontSize(front.size()), m_data(std::move(data))
+    : m_frontSize(front.size()), m_data(std::move(data))
 {
     assert(front.size() <= kMaxFront);
     std::copy(front.begin(), front.end(), m_front.begin());

@@ -7,25 +7,8 @@
 
 namespace zel {
 
-/// A block of bytes that is sent or was received as the payload of a telegram.
-class clTelContainer {
-public:
-    virtual const std::byte* data() const = 0;
-    virtual ~clTelContainer() = default;
-
-    clTelContainer(const clTelContainer&) = delete;
-    clTelContainer& operator=(const clTelContainer&) = delete;
-
-    std::size_t size() const { return m_size; }
-
-protected:
-    explicit clTelContainer(std::size_t size) : m_size(size) {}
-
-    std::size_t m_size;
-};
-
 /// A received payload. Headers are taken off its front without moving the rest.
-class clRxTelContainer final : public clTelContainer {
+class clRxTelContainer {
 public:
     static constexpr std::size_t kMaxFront = 8;
 
@@ -34,10 +17,11 @@ public:
     /// What comes behind a header of `frontSize` bytes, at most kMaxFront, goes to `place`, which
     /// must outlive it.
     clRxTelContainer(std::size_t frontSize, MutableBytes place);
-    ~clRxTelContainer() override;
+    ~clRxTelContainer();
+    clRxTelContainer(const clRxTelContainer&) = delete;
+    clRxTelContainer& operator=(const clRxTelContainer&) = delete;
 
-    /// What is behind the front.
-    const std::byte* data() const override { return m_bytes; }
+    std::size_t size() const { return m_size; }
     /// Memory for what belongs at `offset`: all that is in one piece from there on.
     MutableBytes writable(std::size_t offset = 0);
     void write(std::size_t offset, Bytes bytes);
@@ -54,27 +38,21 @@ public:
 private:
     std::array<std::byte, kMaxFront> m_front{};
     const std::size_t m_frontSize = 0;
-    std::byte* m_bytes = nullptr;
+    std::size_t m_size;
+    std::byte* m_bytes; // behind the front
     const bool m_isOwn;
     std::size_t m_consumed = 0;
 };
 
 /// A payload to send: a few bytes of header in front of the data, which is taken over as it is.
-class clTxTelContainer final : public clTelContainer {
+class clTxTelContainer {
 public:
     static constexpr std::size_t kMaxFront = 8;
 
-    /// Zero-filled data without a header.
-    explicit clTxTelContainer(std::size_t size);
     /// `front` has at most kMaxFront bytes.
     clTxTelContainer(Bytes front, std::string data);
 
-    /// The data behind the header.
-    const std::byte* data() const override
-    {
-        return reinterpret_cast<const std::byte*>(m_data.data());
-    }
-    MutableBytes writable() { return {reinterpret_cast<std::byte*>(m_data.data()), m_data.size()}; }
+    std::size_t size() const { return m_frontSize + m_data.size(); }
     std::size_t dataSize() const { return m_data.size(); }
 
     /// A piece of header and data as they leave one after the other.
@@ -82,8 +60,8 @@ public:
 
 private:
     std::array<std::byte, kMaxFront> m_front{};
-    std::size_t m_frontSize = 0;
-    std::string m_data;
+    const std::size_t m_frontSize;
+    const std::string m_data;
 };
 
 } // namespace zel

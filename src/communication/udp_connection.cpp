@@ -21,7 +21,6 @@ constexpr std::uint16_t kModulePort = 1200;
 constexpr std::uint16_t kHostPort = 1201;
 constexpr std::uint32_t kBroadcastAddress = 0xFFFFFFFF;
 constexpr int kReceiveBuffer = 128000;
-constexpr std::uint32_t kAnyInterface = 0;
 
 template <class Text>
 void log(Text&& text)
@@ -96,13 +95,6 @@ int clUDPConnection::setSendInterface()
     if (m_sendSocket == sys::kNoSocket)
         return -1;
     return native::setBroadcast(m_sendSocket) ? 0 : failed("setSendInterface", ZEL_UDP_BROADCAST);
-}
-
-std::int32_t clUDPConnection::send(const void* data, std::size_t length)
-{
-    if (data == nullptr)
-        return ZEL_CONN_SEND_FAILED;
-    return sendOver(kAnyInterface, {static_cast<const std::byte*>(data), length});
 }
 
 std::int32_t clUDPConnection::sendOver(std::uint32_t interfaceIndex, Bytes data)

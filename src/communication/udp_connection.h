@@ -5,34 +5,25 @@
 #include "mutex.h"
 #include "socket_library.h"
 
-#include <cstddef>
 #include <cstdint>
 
 namespace zel {
 
-/// Sends one datagram to everybody.
-class iBroadcastSender {
-public:
-    virtual ~iBroadcastSender() = default;
-    /// 0 or ZEL_CONN_SEND_FAILED.
-    virtual std::int32_t send(const void* data, std::size_t length) = 0;
-};
-
 /// The broadcast path: telegrams go to port 1200 of everybody, answers come to port 1201. Where the
 /// ports cannot be had, the log says so and the path is dead: TCP goes on without it. Throws
 /// std::system_error where the host has no descriptors or memory left.
-class clUDPConnection final : public iBroadcastSender {
+class clUDPConnection {
 public:
     clUDPConnection(sys::EventLoop& loop, iDatagramHandler& handler);
-    ~clUDPConnection() override;
+    ~clUDPConnection();
     clUDPConnection(const clUDPConnection&) = delete;
     clUDPConnection& operator=(const clUDPConnection&) = delete;
 
     sys::EventLoop& loop() const { return m_receiver.loop(); }
 
-    /// Any thread. The system chooses the adapter.
-    std::int32_t send(const void* data, std::size_t length) override;
-    /// The same over one adapter; nothing leaves when that cannot be had.
+    static constexpr std::uint32_t kAnyInterface = 0;
+    /// Over one adapter, nothing leaves when that cannot be had, or the one that the system
+    /// chooses: 0 or ZEL_CONN_SEND_FAILED. Any thread.
     std::int32_t sendOver(std::uint32_t interfaceIndex, Bytes data);
 
 private:

@@ -23,7 +23,7 @@ std::int32_t clBroadcastContext::sendDatagram(Bytes telegram)
     for (const sys::HostAdapter& adapter : sys::listHostAdapters())
         if (sys::hasAddress(adapter))
             hasLeft = m_connection.sendOver(adapter.interfaceIndex, telegram) == ZEL_OK || hasLeft;
-    return hasLeft ? ZEL_OK : m_connection.send(telegram.data(), telegram.size());
+    return hasLeft ? ZEL_OK : m_connection.sendOver(clUDPConnection::kAnyInterface, telegram);
 }
 
 std::int32_t clDatagramWays::First::sendDatagram(Bytes telegram)

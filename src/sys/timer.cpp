@@ -19,12 +19,10 @@ void Timer::prepare(Callback callback)
     m_callback = std::make_shared<const Callback>(std::move(callback));
 }
 
-void Timer::set(std::uint32_t milliseconds, bool repeat, Callback callback,
-                std::shared_ptr<void> held)
+void Timer::set(std::uint32_t milliseconds, Callback callback, std::shared_ptr<void> held)
 {
     prepare(std::move(callback));
     m_held = std::move(held);
-    m_period = std::chrono::milliseconds{repeat ? milliseconds : 0};
     restart(milliseconds);
 }
 
@@ -36,13 +34,6 @@ void Timer::restart(std::uint32_t milliseconds)
 bool Timer::isArmed() const
 {
     return m_queue.isArmed(*this);
-}
-
-void Timer::cancel()
-{
-    stop();
-    if (m_callback && *m_callback)
-        (*m_callback)(false);
 }
 
 void Timer::stop()

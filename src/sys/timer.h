@@ -8,13 +8,12 @@ namespace zel::sys {
 
 class EventLoop;
 
-/// A one-shot or periodic timer whose expiry runs on the event loop's thread.
-/// One thread at a time may use a timer. After cancel() or the destructor has returned, the
+/// A one-shot timer whose expiry runs on the event loop's thread.
+/// One thread at a time may use a timer. After stop() or the destructor has returned, the
 /// callback is not running (unless the caller is that callback) and will not run again.
 class Timer {
 public:
-    /// true: the time ran out; false: the timer was cancelled.
-    using Callback = std::function<void(bool expired)>;
+    using Callback = TimerQueue::Callback;
 
     explicit Timer(EventLoop& loop);
     ~Timer();
@@ -24,16 +23,13 @@ public:
     /// Stops counting and makes what is needed to call back: nothing else of a timer needs memory.
     void prepare(Callback callback);
     /// `held` is kept while the timer is set, and longer while the callback runs.
-    void set(std::uint32_t milliseconds, bool repeat, Callback callback,
-             std::shared_ptr<void> held = {});
+    void set(std::uint32_t milliseconds, Callback callback, std::shared_ptr<void> held = {});
     /// Starts counting again with the callback as it is.
     void restart(std::uint32_t milliseconds);
     /// Whether it counts. For a callback that had to wait for a lock, under which the timer may
     /// have been restarted meanwhile.
     bool isArmed() const;
-    /// Stops counting and calls back with false, if a callback was ever set.
-    void cancel();
-    /// Stops counting, silently.
+    /// Stops counting.
     void stop();
     /// The same without waiting for the callback, which may be running on another thread, or about
     /// to: for callbacks that work on what the timer held. On any thread.
@@ -51,7 +47,6 @@ private:
     bool m_isArmed = false;
     bool m_isBeingStopped = false; // by a thread that waits for the callback
     TimerQueue::Clock::time_point m_deadline{};
-    std::chrono::milliseconds m_period{0};
 };
 
 } // namespace zel::sys

@@ -91,11 +91,6 @@ std::optional<TimerQueue::Due> TimerQueue::takeDue(Clock::time_point now)
     }
     Timer* const timer = *m_armed.begin();
     removeLocked(*timer);
-    if (timer->m_period.count() > 0) {
-        timer->m_deadline = now + timer->m_period;
-        m_armed.insert(std::move(timer->m_place));
-        timer->m_isArmed = true;
-    }
     m_firing = timer;
     m_firingThread = std::this_thread::get_id();
     return Due{timer->m_callback, timer->m_held};
@@ -115,8 +110,7 @@ void TimerQueue::runDue()
         if (!due)
             return;
         try {
-            if (*due->callback)
-                (*due->callback)(true);
+            (*due->callback)();
         } catch (const std::exception&) { // as with events
         }
         const std::lock_guard lock{m_mutex};

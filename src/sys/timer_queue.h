@@ -18,6 +18,7 @@ class Timer;
 class TimerQueue {
 public:
     using Clock = std::chrono::steady_clock;
+    using Callback = std::function<void()>;
 
     /// `wake` makes a waiting loop look at wakeAt() again.
     explicit TimerQueue(std::function<void()> wake);
@@ -31,7 +32,7 @@ private:
     friend class Timer;
 
     struct Due {
-        std::shared_ptr<const std::function<void(bool)>> callback;
+        std::shared_ptr<const Callback> callback;
         std::shared_ptr<void> held;
     };
     struct Earlier {

@@ -47,7 +47,7 @@ public:
 
     void prepare(std::shared_ptr<const clTxTelContainer> request);
 
-    /// Sends what was prepared: see iTransaction::send(). ZEL_SRV_NO_TELEGRAM when nothing was,
+    /// Sends what was prepared: see clRequestorBase::send(). ZEL_SRV_NO_TELEGRAM when nothing was,
     /// ZEL_SYS_NO_OBJECT where there is no memory to send it.
     std::int32_t sendRequest(std::shared_ptr<iTransactionOwner> owner);
     /// The same, and waits until `isOver` is set, as the owner must do when he is called back.

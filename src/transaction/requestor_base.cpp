@@ -50,7 +50,7 @@ std::int32_t clRequestorBase::beginLocked(std::shared_ptr<iTransactionOwner> own
         return ZEL_SYS_NO_OBJECT;
     try {
         m_timer.set(
-            milliseconds, false, [this](bool expired) { onTimeout(expired); }, shared_from_this());
+            milliseconds, [this] { onTimeout(); }, shared_from_this());
     } catch (const std::bad_alloc&) {
         closeLocked();
         return ZEL_SYS_NO_OBJECT;

@@ -18,11 +18,11 @@ namespace zel {
 ///
 /// Its lock guards what comes of it: a telegram is handled, a time-out told and the owner called
 /// back with it held. Whoever holds it takes leaf locks only, and sends nothing.
-class clRequestorBase : public iTransaction, public std::enable_shared_from_this<clRequestorBase> {
+class clRequestorBase : public std::enable_shared_from_this<clRequestorBase> {
 public:
     static constexpr std::uint32_t kAcknowledgeMs = 3000;
 
-    ~clRequestorBase() override;
+    virtual ~clRequestorBase();
     clRequestorBase(const clRequestorBase&) = delete;
     clRequestorBase& operator=(const clRequestorBase&) = delete;
 
@@ -31,6 +31,18 @@ public:
     std::optional<std::uint16_t> label() const { return m_label; }
     /// The connection that it was sent on, 0 when by datagram; fixed before anybody can find it.
     std::uint64_t connectionId() const { return m_connectionId; }
+
+    /// Does this received transaction belong here?
+    virtual bool matches(const TransactionSource& source,
+                         const TransactionHeader& header) const = 0;
+    /// Starts the transaction. ZEL_OK: its owner is called back with how it ends, perhaps before
+    /// this returns, but not from inside it. A code: it did not start, and he is not called.
+    virtual std::int32_t send(std::shared_ptr<const clTxTelContainer> payload,
+                              std::shared_ptr<iTransactionOwner> owner) = 0;
+    virtual void onTimeout() = 0;
+    /// Takes a received transaction that matched; its header is taken off already.
+    virtual void receive(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
+                         const TransactionSource& source) = 0;
 
     /// Sends, and waits until the owner, called back, has set the flag. The same codes as send().
     virtual std::int32_t sendAndWait(std::shared_ptr<const clTxTelContainer> payload,

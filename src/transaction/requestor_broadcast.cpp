@@ -65,10 +65,9 @@ std::int32_t clRequestorBroadcast::send(std::shared_ptr<const clTxTelContainer> 
     return endSending(m_way.sendDatagram(telegram) == ZEL_OK ? ZEL_OK : ZEL_CONN_SEND_FAILED);
 }
 
-void clRequestorBroadcast::onTimeout(bool expired)
+void clRequestorBroadcast::onTimeout()
 {
-    if (expired)
-        finish(isForAll() ? ZEL_OK : ZEL_TRANS_TIMEOUT_RESPONSE);
+    finish(isForAll() ? ZEL_OK : ZEL_TRANS_TIMEOUT_RESPONSE);
 }
 
 void clRequestorBroadcast::receive(TransactionType, std::unique_ptr<clRxTelContainer> telegram,

@@ -27,7 +27,7 @@ public:
     bool matches(const TransactionSource& source, const TransactionHeader& header) const override;
     std::int32_t send(std::shared_ptr<const clTxTelContainer> payload,
                       std::shared_ptr<iTransactionOwner> owner) override;
-    void onTimeout(bool expired) override;
+    void onTimeout() override;
     void receive(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
                  const TransactionSource& source) override;
 

@@ -102,10 +102,10 @@ void clRequestorTrans::closeLocked()
     m_response.reset();
 }
 
-void clRequestorTrans::onTimeout(bool expired)
+void clRequestorTrans::onTimeout()
 {
     const Lock locked = lock();
-    if (!expired || isTimeLeftLocked())
+    if (isTimeLeftLocked())
         return;
     switch (m_state) {
     case State::sendingSegments:

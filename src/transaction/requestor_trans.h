@@ -35,7 +35,7 @@ public:
     std::int32_t sendAndWait(std::shared_ptr<const clTxTelContainer> payload,
                              std::shared_ptr<iTransactionOwner> owner,
                              sys::EventFlag& isOver) override;
-    void onTimeout(bool expired) override;
+    void onTimeout() override;
     void receive(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
                  const TransactionSource& source) override;
     std::shared_ptr<iPayloadPlace> placeFor(TransactionType type, std::size_t size,

@@ -33,22 +33,4 @@ public:
     virtual ~iTransactionOwner() = default;
 };
 
-/// One request and its response, as the registry and the event loop see it.
-class iTransaction {
-public:
-    /// Does this received transaction belong here?
-    virtual bool matches(const TransactionSource& source,
-                         const TransactionHeader& header) const = 0;
-    virtual ~iTransaction() = default;
-    /// Starts the transaction. ZEL_OK: its owner is called back with how it ends, perhaps before
-    /// this returns, but not from inside it. A code: it did not start, and he is not called.
-    virtual std::int32_t send(std::shared_ptr<const clTxTelContainer> payload,
-                              std::shared_ptr<iTransactionOwner> owner) = 0;
-    /// Only an expired time counts, a cancelled one does not.
-    virtual void onTimeout(bool expired) = 0;
-    /// Takes a received transaction that matched; its header is taken off already.
-    virtual void receive(TransactionType type, std::unique_ptr<clRxTelContainer> telegram,
-                         const TransactionSource& source) = 0;
-};
-
 } // namespace zel

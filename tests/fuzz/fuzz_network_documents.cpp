@@ -52,7 +52,7 @@ public:
         owner->delivered(std::move(response), {kModule, 0, 0});
         return ZEL_OK;
     }
-    void onTimeout(bool) override {}
+    void onTimeout() override {}
     void receive(TransactionType, std::unique_ptr<clRxTelContainer>,
                  const TransactionSource&) override
     {

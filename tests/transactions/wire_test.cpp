@@ -411,7 +411,7 @@ protected:
     }
     std::int32_t send(clRequestorBase& requestor)
     {
-        return requestor.send(std::make_shared<const clTxTelContainer>(0), m_owner);
+        return requestor.send(std::make_shared<const clTxTelContainer>(Bytes{}, ""), m_owner);
     }
     static void answer(const clRequestorBase& requestor, std::uint64_t connection)
     {
@@ -488,7 +488,7 @@ TEST_F(Requests, GetNoMoreThanAnHourByAsking)
     ByteWriter{time->writable()}.u32(0xFFFFFFFFu);
     requestor->receive(TransactionType::responsePending, std::move(time), {});
     sys::Timer due{m_loop};
-    due.set(0, false, [](bool) {});
+    due.set(0, [] {});
     std::this_thread::sleep_for(1ms);
     m_loop.timers().runDue();
     ASSERT_TRUE(m_loop.timers().wakeAt());
@@ -496,7 +496,7 @@ TEST_F(Requests, GetNoMoreThanAnHourByAsking)
     EXPECT_GT(left, 59min);
     EXPECT_LE(left, 60min);
     // The time that was over before may have come too late for the lock.
-    requestor->onTimeout(true);
+    requestor->onTimeout();
     EXPECT_EQ(m_owner->outcomes, Outcomes{});
     requestor->detach();
 }

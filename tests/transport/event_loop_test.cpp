@@ -53,7 +53,7 @@ TEST_F(EventLoopTest, LeavesTimersAndOtherEventsTheirTurnHoweverMuchOneHas)
     EXPECT_TRUE(eventually([&] { return m_calls > 0; }));
     std::promise<bool> expired;
     sys::Timer timer{m_loop};
-    timer.set(20, false, [&](bool isExpired) { expired.set_value(isExpired); });
+    timer.set(20, [&] { expired.set_value(true); });
     EXPECT_EQ(expired.get_future().wait_for(5s), std::future_status::ready);
     settle();
     m_socket.erase();
@@ -153,7 +153,7 @@ TEST_F(EventLoopTest, StopsWithEventsRegisteredAndTimersRunning)
 {
     m_socket.watch([] { return 0; });
     sys::Timer timer{m_loop};
-    timer.set(60000, false, [&](bool) { ++m_calls; });
+    timer.set(60000, [&] { ++m_calls; });
     EXPECT_EQ(m_running.stop(), 0);
     EXPECT_TRUE(m_loop.canRun());
     EXPECT_EQ(m_calls, 0);

@@ -54,7 +54,7 @@ TEST_F(SocketTest, ReadsAheadAndGivesShortReadsFromWhatItHolds)
         m_peer.write("abcdefghij");
         got.push_back(socket.receiveComplete(into(text, 10, 4), 2000));
         got.push_back(socket.receiveComplete(into(text, 14, 6), 2000));
-        socket.clearDataCb();
+        socket.retire();
         counts.set_value(got);
         return 1;
     });
@@ -165,16 +165,6 @@ TEST_F(SocketTest, LeavesABrokenSendToTheReceivingSide)
     EXPECT_EQ(stuck.wait_for(50ms), std::future_status::timeout);
     m_peer.reset();
     EXPECT_EQ(stuck.get(), static_cast<int>(large.size()));
-}
-
-TEST_F(SocketTest, TakesOverAConnectedSocketOnly)
-{
-    try {
-        SocketNonblocking none{sys::kNoSocket, m_running.loop()};
-        FAIL() << "took a socket that is none";
-    } catch (const exception& error) {
-        EXPECT_STREQ(error.what(), "error setting socket options");
-    }
 }
 
 } // namespace

@@ -134,7 +134,7 @@ TEST_F(TelegramHandler, MakesCallersWaitForRoomAndCallbacksNever)
 
     std::promise<std::pair<int, Milliseconds>> inCallback;
     sys::Timer timer{m_running.loop()};
-    timer.set(1, false, [&](bool) {
+    timer.set(1, [&] {
         const Stopwatch own;
         const int result = m_handler->send(parts);
         inCallback.set_value({result, own.elapsed()});

@@ -25,9 +25,9 @@ TEST_F(TimerTest, ExpiresOnceOnTheLoopThreadAndNotEarly)
 {
     std::promise<bool> expired;
     const Stopwatch watch;
-    m_timer->set(60, false, [&](bool byTime) {
+    m_timer->set(60, [&] {
         ++m_calls;
-        expired.set_value(byTime && m_loop.isLoopThread());
+        expired.set_value(m_loop.isLoopThread());
     });
     EXPECT_TRUE(expired.get_future().get());
     EXPECT_GE(watch.elapsed(), 60ms);
@@ -43,15 +43,15 @@ TEST_F(TimerTest, ExpiresInTheOrderOfDeadlines)
     sys::Timer late{m_loop};
     sys::Timer early{m_loop};
     const auto note = [&](int which) {
-        return [&, which](bool) {
+        return [&, which] {
             const std::lock_guard lock{mutex};
             order.push_back(which);
         };
     };
-    late.set(600, false, note(2));
+    late.set(600, note(2));
     // The loop sleeps for the longer time already.
     std::this_thread::sleep_for(20ms);
-    early.set(30, false, note(1));
+    early.set(30, note(1));
     EXPECT_TRUE(eventually([&] {
         const std::lock_guard lock{mutex};
         return order.size() == 2;
@@ -59,22 +59,11 @@ TEST_F(TimerTest, ExpiresInTheOrderOfDeadlines)
     EXPECT_EQ(order, (std::vector{1, 2}));
 }
 
-TEST_F(TimerTest, RepeatsUntilItIsStoppedFromItsOwnCallback)
-{
-    m_timer->set(5, true, [&](bool) {
-        if (++m_calls == 4)
-            m_timer->stop();
-    });
-    EXPECT_TRUE(eventually([&] { return m_calls == 4; }));
-    std::this_thread::sleep_for(40ms);
-    EXPECT_EQ(m_calls, 4);
-}
-
 TEST_F(TimerTest, MayBeSetAnewOrDestroyedByItsOwnCallback)
 {
-    m_timer->set(5, false, [&](bool) {
+    m_timer->set(5, [&] {
         ++m_calls;
-        m_timer->set(5, false, [&](bool) {
+        m_timer->set(5, [&] {
             m_timer.reset();
             ++m_calls;
         });
@@ -83,26 +72,20 @@ TEST_F(TimerTest, MayBeSetAnewOrDestroyedByItsOwnCallback)
     EXPECT_FALSE(m_timer);
 }
 
-TEST_F(TimerTest, CallsBackWithFalseWhenItIsCancelled)
+TEST_F(TimerTest, IsSilentWhenItIsStopped)
 {
-    m_timer->cancel();
-    bool expired = true;
-    m_timer->set(60000, false, [&](bool byTime) {
-        expired = byTime;
-        ++m_calls;
-    });
-    m_timer->cancel();
-    EXPECT_EQ(m_calls, 1) << "and nothing before a callback was set";
-    EXPECT_FALSE(expired);
     m_timer->stop();
-    EXPECT_EQ(m_calls, 1) << "stopping is silent";
+    m_timer->set(5, [&] { ++m_calls; });
+    m_timer->stop();
+    std::this_thread::sleep_for(40ms);
+    EXPECT_EQ(m_calls, 0);
 }
 
 TEST_F(TimerTest, CountsAnewWhenItIsRestarted)
 {
     const Stopwatch watch;
     std::promise<void> expired;
-    m_timer->set(400, false, [&](bool) { expired.set_value(); });
+    m_timer->set(400, [&] { expired.set_value(); });
     std::this_thread::sleep_for(50ms);
     m_timer->restart(400);
     expired.get_future().wait();
@@ -113,7 +96,7 @@ TEST_F(TimerTest, WaitsInStopForTheCallbackThatIsRunningAlsoWhenThatSetsItAnew)
 {
     std::promise<void> entered;
     std::promise<void> released;
-    m_timer->set(1, false, [&](bool) {
+    m_timer->set(1, [&] {
         if (++m_calls == 1) {
             entered.set_value();
             released.get_future().wait();
@@ -135,7 +118,7 @@ TEST_F(TimerTest, IsNotCalledAfterItsDestructionWhateverTheLoopIsDoing)
     for (std::uint32_t round = 0; round < 400; ++round) {
         auto alive = std::make_unique<std::atomic<bool>>(true);
         auto timer = std::make_unique<sys::Timer>(m_loop);
-        timer->set(round % 3, round % 2 == 0, [&](bool) { EXPECT_TRUE(*alive); });
+        timer->set(round % 3, [&] { EXPECT_TRUE(*alive); });
         if (round % 4 == 0)
             std::this_thread::sleep_for(1ms);
         timer.reset();

@@ -16,13 +16,6 @@ void closeDatagram(NativeSocket socket)
     sys::closeOwn(socket);
 }
 
-bool setMulticastInterfaceIndex(NativeSocket socket, std::uint32_t index)
-{
-    ip_mreqn request{};
-    request.imr_ifindex = static_cast<int>(index);
-    return setOption(socket, IPPROTO_IP, IP_MULTICAST_IF, request);
-}
-
 bool sendTo(NativeSocket socket, Bytes data, std::uint32_t address, std::uint16_t port)
 {
     const sockaddr_in to = endpoint(address, port);

@@ -19,12 +19,6 @@ void closeDatagram(NativeSocket socket)
     closesocket(socket);
 }
 
-bool setMulticastInterfaceIndex(NativeSocket socket, std::uint32_t index)
-{
-    // An address of the form 0.x.x.x is taken as an index.
-    return setOption(socket, IPPROTO_IP, IP_MULTICAST_IF, htonl(index));
-}
-
 bool sendTo(NativeSocket socket, Bytes data, std::uint32_t address, std::uint16_t port)
 {
     const sockaddr_in to = endpoint(address, port);

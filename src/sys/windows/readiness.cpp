@@ -156,10 +156,7 @@ int postDatagram(ReadinessBlock& block, SOCKET socket, PortTwin& port,
 void Readiness::expectDatagrams()
 {
     m_block->retry = std::make_unique<Timer>(m_loop);
-    m_block->retry->prepare([this](bool expired) {
-        if (expired)
-            arm();
-    });
+    m_block->retry->prepare([this] { arm(); });
 }
 
 bool Readiness::canReceiveDatagrams(NativeSocket socket)
