@@ -1,14 +1,14 @@
 #pragma once
 
 #include "event_loop.h"
+#include "port_system.h"
 
 #include <optional>
-#include <system_error>
 
 namespace zel::sys {
 
 /// What the operating system gives the event loop to wait on.
-class PortTwin {
+class PortTwin : public PortSystem {
 public:
     /// Why a wait came back. `event`: an event has input. `last`: the same, but its peer vanished:
     /// one call, no repetition. `again`: nothing to do but to wait again.
@@ -19,13 +19,6 @@ public:
         int error = 0; // of the system, where it failed
     };
 
-    PortTwin();
-    ~PortTwin();
-    PortTwin(const PortTwin&) = delete;
-    PortTwin& operator=(const PortTwin&) = delete;
-
-    /// Why there is nothing to wait on; empty where there is.
-    std::error_code failure() const { return m_failure; }
     /// Watches the event's socket; nothing when that worked, else the system's error.
     std::optional<int> watch(const Event& event);
     void unwatch(const Event& event);
@@ -38,43 +31,6 @@ public:
     WakeUp wait(int limitMs, EventLog& log);
     void postStop();
     void postWake();
-
-#ifdef _WIN32
-    /// Lets the event's callback be called.
-    void postEvent(EventId id);
-    void* handle() const
-    {
-        return m_port;
-    }
-    /// Overlapped operations whose completion has not come out of the port yet.
-    std::atomic<int>& operationsUnderWay()
-    {
-        return m_operationsUnderWay;
-    }
-
-private:
-    std::error_code m_failure;
-    void* m_port = nullptr;
-    std::atomic<int> m_operationsUnderWay = 0;
-#else
-    /// Reports the event once when its socket takes bytes again, whether its input is ignored or
-    /// not.
-    bool watchRoom(const Event& event);
-
-private:
-    static constexpr int kBatch = 64;
-
-    // loop thread only: what one epoll_wait brought and is not handed out yet
-    struct Batch;
-    std::unique_ptr<Batch> m_batch; // first: without memory for it there is nothing to close
-    std::unique_ptr<Batch> m_roomBatch;
-
-    std::error_code m_failure;
-    int m_epoll = -1;
-    int m_wakeUp = -1;
-    int m_roomEpoll = -1; // watched by the other one
-    std::atomic<bool> m_mustStop = false;
-#endif
 };
 
 } // namespace zel::sys

@@ -24,7 +24,7 @@ constexpr std::uint32_t kWatched = EPOLLIN | EPOLLRDHUP | EPOLLET;
 
 } // namespace
 
-struct PortTwin::Batch {
+struct PortSystem::Batch {
     std::array<epoll_event, kBatch> events;
     int count = 0;
     int next = 0;
@@ -42,7 +42,7 @@ struct PortTwin::Batch {
     }
 };
 
-PortTwin::PortTwin()
+PortSystem::PortSystem()
     : m_batch(std::make_unique<Batch>()),
       m_roomBatch(std::make_unique<Batch>()),
       m_epoll(closedInChild(epoll_create1(EPOLL_CLOEXEC))),
@@ -61,7 +61,7 @@ PortTwin::PortTwin()
         m_failure = {errno, std::system_category()};
 }
 
-PortTwin::~PortTwin()
+PortSystem::~PortSystem()
 {
     closeOwn(m_wakeUp);
     closeOwn(m_roomEpoll);
@@ -88,7 +88,7 @@ void PortTwin::unwatch(const Event& event)
     epoll_ctl(m_roomEpoll, EPOLL_CTL_DEL, event.socket, nullptr);
 }
 
-bool PortTwin::watchRoom(const Event& event)
+bool PortSystem::watchRoom(const Event& event)
 {
     epoll_event watched{};
     watched.events = EPOLLOUT | EPOLLONESHOT;

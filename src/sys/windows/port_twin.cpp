@@ -33,13 +33,13 @@ bool tellsOfALostPeer(DWORD error)
 
 } // namespace
 
-PortTwin::PortTwin() : m_port(CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 1))
+PortSystem::PortSystem() : m_port(CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 1))
 {
     if (!m_port)
         m_failure = {static_cast<int>(GetLastError()), std::system_category()};
 }
 
-PortTwin::~PortTwin()
+PortSystem::~PortSystem()
 {
     if (!m_port)
         return;
@@ -124,7 +124,7 @@ void PortTwin::postStop()
     PostQueuedCompletionStatus(m_port, 0, kStopKey, nullptr);
 }
 
-void PortTwin::postEvent(EventId id)
+void PortSystem::postEvent(std::uint64_t id)
 {
     PostQueuedCompletionStatus(m_port, 0, static_cast<ULONG_PTR>(id), nullptr);
 }

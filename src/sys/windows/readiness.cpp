@@ -2,6 +2,7 @@
 
 #include "exception.h"
 #include "logger.h"
+#include "port_twin.h"
 #include "readiness_block.h"
 
 #include <cstring>
@@ -122,7 +123,7 @@ std::uint32_t interfaceOf(WSAMSG& message)
 }
 
 /// 0 when a notification will come, also for what is there already; else the error.
-int postDatagram(ReadinessBlock& block, SOCKET socket, PortTwin& port,
+int postDatagram(ReadinessBlock& block, SOCKET socket, PortSystem& port,
                  const std::shared_ptr<DatagramBuffer>& buffer)
 {
     const LPFN_WSARECVMSG receive = receiveMessage(socket);

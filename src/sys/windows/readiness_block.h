@@ -1,7 +1,7 @@
 #pragma once
 
 #include "datagram_buffer.h"
-#include "port_twin.h"
+#include "port_system.h"
 #include "timer.h"
 
 #include <winsock2.h>
@@ -42,12 +42,12 @@ struct ReadinessBlock {
     }
 
     bool isPending() const { return overlapped.Internal == static_cast<ULONG_PTR>(STATUS_PENDING); }
-    void begin(PortTwin& port)
+    void begin(PortSystem& port)
     {
         ++references;
         ++port.operationsUnderWay();
     }
-    void takeBack(PortTwin& port)
+    void takeBack(PortSystem& port)
     {
         --port.operationsUnderWay();
         release();
@@ -58,7 +58,7 @@ struct ReadinessBlock {
         bool isDeparture = false;
     };
     /// A completion has come out of the port.
-    static Completion completed(OVERLAPPED* overlapped, PortTwin& port)
+    static Completion completed(OVERLAPPED* overlapped, PortSystem& port)
     {
         auto* const block = reinterpret_cast<ReadinessBlock*>(overlapped);
         const Completion completion{block->isAbandoned.load(), block->event == WSA_INVALID_EVENT};
