@@ -26,6 +26,16 @@ target_link_libraries(zel_asio INTERFACE ws2_32 mswsock)
 target_include_directories(zel_cli11 SYSTEM INTERFACE ${borrowed})
 target_include_directories(zel_json SYSTEM INTERFACE ${borrowed})
 
+# Built by a script of its own, once for each version: it takes minutes.
+file(GLOB hdf5_folders ${PROJECT_SOURCE_DIR}/build/deps/windows-hdf5-*)
+if(NOT hdf5_folders)
+  message(FATAL_ERROR "HDF5 is missing: run scripts/build-hdf5.sh")
+endif()
+list(SORT hdf5_folders COMPARE NATURAL)
+list(GET hdf5_folders -1 hdf5)
+target_include_directories(zel_hdf5 SYSTEM INTERFACE ${hdf5}/include)
+target_link_libraries(zel_hdf5 INTERFACE ${hdf5}/lib/libhdf5_hl.a ${hdf5}/lib/libhdf5.a z)
+
 if(ZEL_BUILD_TESTS)
   if(NOT EXISTS /usr/src/googletest/CMakeLists.txt)
     message(FATAL_ERROR "The source of GoogleTest is missing: run scripts/install-packages.sh")

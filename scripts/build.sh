@@ -20,6 +20,7 @@ case $preset in
 windows)
     scripts/install-packages.sh all
     scripts/fetch-sources.sh
+    scripts/build-hdf5.sh
     ;;
 fuzz) scripts/install-packages.sh all ;;
 *) scripts/install-packages.sh ;;

@@ -5,9 +5,14 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 deps=$root/build/deps
 
-if compgen -G "$deps/pugixml-*/src/pugixml.cpp" >/dev/null; then
-    exit 0
-fi
+# A package, and a file by which its source is known.
+declare -A wanted=([pugixml]=src/pugixml.cpp [hdf5]=src/H5public.h)
+for package in "${!wanted[@]}"; do
+    if compgen -G "$deps/$package-*/${wanted[$package]}" >/dev/null; then
+        unset "wanted[$package]"
+    fi
+done
+[ "${#wanted[@]}" -gt 0 ] || exit 0
 
 export LC_ALL=C DEBIAN_FRONTEND=noninteractive
 work=$(mktemp -d)
@@ -29,13 +34,15 @@ apt_with_sources() {
         -o Dir::State::lists="$work/lists" -o APT::Sandbox::User=root "$@"
 }
 apt_with_sources update
-(cd "$work/source" && apt_with_sources source pugixml)
+(cd "$work/source" && apt_with_sources source "${!wanted[@]}")
 
-unpacked=$(find "$work/source" -mindepth 1 -maxdepth 1 -type d -name 'pugixml-*' | head -n 1)
-if [ -z "$unpacked" ] || [ ! -f "$unpacked/src/pugixml.cpp" ]; then
-    echo "fetch-sources: the source package of pugixml came without src/pugixml.cpp" >&2
-    exit 1
-fi
-# Into place in one step, so that an interrupted run leaves nothing half done.
-mv "$unpacked" "$deps/.$(basename "$unpacked").new"
-mv -T "$deps/.$(basename "$unpacked").new" "$deps/$(basename "$unpacked")"
+for package in "${!wanted[@]}"; do
+    unpacked=$(find "$work/source" -mindepth 1 -maxdepth 1 -type d -name "$package-*" | head -n 1)
+    if [ -z "$unpacked" ] || [ ! -f "$unpacked/${wanted[$package]}" ]; then
+        echo "fetch-sources: the source package of $package came without ${wanted[$package]}" >&2
+        exit 1
+    fi
+    # Into place in one step, so that an interrupted run leaves nothing half done.
+    mv "$unpacked" "$deps/.$(basename "$unpacked").new"
+    mv -T "$deps/.$(basename "$unpacked").new" "$deps/$(basename "$unpacked")"
+done

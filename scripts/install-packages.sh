@@ -9,8 +9,9 @@ export LC_ALL=C DEBIAN_FRONTEND=noninteractive
 
 packages=(
     g++ cmake ninja-build ccache
-    libpugixml-dev libcli11-dev nlohmann-json3-dev libasio-dev
+    libpugixml-dev libcli11-dev nlohmann-json3-dev libasio-dev libhdf5-dev zlib1g-dev
     libgtest-dev libgmock-dev libbenchmark-dev
+    hdf5-tools python3-h5py python3-pandas
     iproute2 util-linux
 )
 if [ -n "${1:-}" ]; then
@@ -20,7 +21,7 @@ if [ "${1:-}" = all ]; then
     packages+=(
         clang-14 libclang-rt-14-dev clang-format-14
         g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
-        wine wine64 googletest dpkg-dev ca-certificates python3-cffi
+        wine wine64 googletest dpkg-dev ca-certificates libz-mingw-w64-dev python3-cffi
     )
 fi
 
