@@ -83,7 +83,7 @@ void Recorder::begin()
 {
     for (const auto& source : m_sources)
         source->begin();
-    if (!m_trigger) {
+    if (!isTriggered()) {
         openPart(Windows(m_setup.modules.size()), m_plan.startAt.value_or(m_setup.begin),
                  Clock::time_point::max());
         if (m_plan.splitTime != 0)
@@ -105,21 +105,29 @@ void Recorder::take(SharedBatch batch)
         if (part.recording->totals().samples != before)
             part.progress = now;
     }
-    if (!m_trigger)
+    if (!isTriggered())
         return;
     keepLocked(batch);
-    if (batch->module != m_setup.signals[m_plan.triggerSignal].module)
+    if (!m_trigger || batch->module != m_setup.signals[m_plan.triggerSignal].module)
         return;
-    const auto found = m_trigger->find(*batch, m_triggerFrom);
-    if (found && !m_triggeredAt)
-        m_triggeredAt = found;
+    const auto found = m_trigger->find(*batch, m_quietUntil);
+    if (found && !m_triggered)
+        m_triggered = {*found, batch->module};
+}
+
+void Recorder::trigger()
+{
+    const std::uint64_t now = hostTime();
+    const std::lock_guard lock{m_mutex};
+    if (!m_triggered && now >= m_quietUntil)
+        m_triggered = {now, std::nullopt};
 }
 
 /// Where a module's recording begins and ends is known with its first sample.
 void Recorder::noteFirstLocked(const Batch& batch)
 {
     std::uint64_t& first = m_firstTimes[batch.module];
-    if (first != 0 || batch.chunks.empty() || m_parts.empty() || m_trigger)
+    if (first != 0 || batch.chunks.empty() || m_parts.empty() || isTriggered())
         return;
     first = RecordingPart::kOpen;
     for (const Chunk& chunk : batch.chunks)
@@ -227,27 +235,28 @@ bool Recorder::poll()
     compareClocks();
     const std::lock_guard lock{m_mutex};
     const bool isMoreToTrigger =
-        m_trigger && (m_plan.repeats == 0 || m_done.parts < m_plan.repeats);
+        isTriggered() && (m_plan.repeats == 0 || m_done.parts < m_plan.repeats);
     return !m_parts.empty() || isMoreToTrigger;
 }
 
 void Recorder::openTriggered()
 {
-    std::uint64_t time = 0;
+    Event event;
     {
         const std::lock_guard lock{m_mutex};
-        if (!m_triggeredAt || (m_plan.repeats != 0 && m_done.parts >= m_plan.repeats))
+        if (!m_triggered || (m_plan.repeats != 0 && m_done.parts >= m_plan.repeats))
             return;
+        event = *std::exchange(m_triggered, std::nullopt);
         // One recording at a time: the next trigger counts behind this one's end.
-        m_triggerFrom = m_plan.duration == 0 ? RecordingPart::kOpen
-                                             : endOf(*m_triggeredAt, m_plan.duration);
-        time = *std::exchange(m_triggeredAt, std::nullopt);
+        m_quietUntil = m_plan.duration == 0 ? RecordingPart::kOpen
+                                            : endOf(event.time, m_plan.duration);
     }
-    const std::size_t own = m_setup.signals[m_plan.triggerSignal].module;
-    const std::uint64_t host = time + static_cast<std::uint64_t>(offsetOf(own));
+    const std::uint64_t host =
+        event.module ? event.time + static_cast<std::uint64_t>(offsetOf(*event.module))
+                     : event.time;
     Windows windows;
     for (std::size_t i = 0; i < m_sources.size(); ++i) {
-        const std::uint64_t at = i == own ? time : moduleTime(i, host);
+        const std::uint64_t at = i == event.module ? event.time : moduleTime(i, host);
         windows.push_back({earlier(at, m_plan.preTrigger),
                            m_plan.duration == 0 ? RecordingPart::kOpen
                                                 : endOf(at, m_plan.duration)});
@@ -266,7 +275,7 @@ void Recorder::split()
     std::uint64_t bytes = 0;
     {
         const std::lock_guard lock{m_mutex};
-        if (m_parts.size() != 1 || m_trigger)
+        if (m_parts.size() != 1 || isTriggered())
             return;
         for (const auto& sink : m_parts.front().recording->sinks())
             bytes = std::max(bytes, sink->state().bytes);
@@ -467,7 +476,7 @@ Recorder::Status Recorder::status() const
         status = m_done;
         for (const Part& part : m_parts)
             add(*part.recording, status);
-        status.isWaitingForTrigger = m_trigger && m_parts.empty();
+        status.isWaitingForTrigger = isTriggered() && m_parts.empty();
     }
     const auto now = static_cast<std::int64_t>(hostTime());
     for (const auto& source : m_sources) {

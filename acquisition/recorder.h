@@ -23,6 +23,8 @@ struct RecordingPlan {
 
     std::optional<TriggerCondition> trigger;
     std::size_t triggerSignal = 0; ///< position in Setup::signals
+    /// Recordings begin when trigger() is called.
+    bool isTriggeredByCall = false;
     std::uint64_t preTrigger = 0;
     std::uint64_t repeats = 1; ///< recordings that triggers start; 0 without end
 
@@ -61,6 +63,9 @@ public:
     /// be.
     std::string finish(const std::string& cause = {});
 
+    /// Something outside has happened just now. Any thread.
+    void trigger();
+
     struct Status {
         std::uint64_t samples = 0;
         std::uint64_t missing = 0; ///< samples in gaps: of the modules and of the slowest sink
@@ -96,6 +101,7 @@ private:
 
     void openPart(Windows windows, std::uint64_t begin, Clock::time_point due);
     void openTriggered();
+    bool isTriggered() const { return m_plan.trigger || m_plan.isTriggeredByCall; }
     void split();
     void closePassed();
     bool isPassed(const Part& part, Clock::time_point now) const;
@@ -127,8 +133,12 @@ private:
     std::vector<std::uint64_t> m_firstTimes;           // of each module's samples; 0 before
     std::vector<std::optional<std::int64_t>> m_shifts; // to the host's time, where it is wanted
     std::optional<Trigger> m_trigger;
-    std::optional<std::uint64_t> m_triggeredAt; // by its module's clock; not yet begun
-    std::uint64_t m_triggerFrom = 0;            // no other trigger before
+    struct Event {
+        std::uint64_t time = 0;
+        std::optional<std::size_t> module; ///< by whose clock; else the host's
+    };
+    std::optional<Event> m_triggered; // recording has not begun yet
+    std::uint64_t m_quietUntil = 0;   // no other trigger before, by the same clock
     std::deque<SharedBatch> m_kept;             // for the time before a trigger
     std::size_t m_keptBytes = 0;
 };

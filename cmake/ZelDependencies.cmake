@@ -9,6 +9,7 @@ add_library(zel_pugixml_headers INTERFACE)
 add_library(zel_asio INTERFACE)
 add_library(zel_cli11 INTERFACE)
 add_library(zel_json INTERFACE)
+add_library(zel_toml INTERFACE)
 add_library(zel_hdf5 INTERFACE)
 
 target_compile_definitions(zel_asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)

@@ -4,6 +4,7 @@ find_package(pugixml REQUIRED)
 find_package(CLI11 REQUIRED)
 find_package(nlohmann_json REQUIRED)
 find_path(ZEL_ASIO_INCLUDE asio.hpp REQUIRED)
+find_path(ZEL_TOML_INCLUDE toml++/toml.h REQUIRED)
 
 # The library carries its XML parser with it. The parser's names stay inside.
 if(TARGET pugixml::static)
@@ -20,6 +21,7 @@ endif()
 target_include_directories(zel_asio SYSTEM INTERFACE ${ZEL_ASIO_INCLUDE})
 target_link_libraries(zel_cli11 INTERFACE CLI11::CLI11)
 target_link_libraries(zel_json INTERFACE nlohmann_json::nlohmann_json)
+target_include_directories(zel_toml SYSTEM INTERFACE ${ZEL_TOML_INCLUDE})
 
 if(ZEL_BUILD_TOOLS)
   find_package(ZLIB REQUIRED)

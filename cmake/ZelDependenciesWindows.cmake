@@ -3,7 +3,7 @@
 
 set(borrowed ${PROJECT_BINARY_DIR}/deps/include)
 file(MAKE_DIRECTORY ${borrowed})
-foreach(name asio asio.hpp CLI nlohmann)
+foreach(name asio asio.hpp CLI nlohmann toml++)
   if(NOT EXISTS /usr/include/${name})
     message(FATAL_ERROR "/usr/include/${name} is missing: run scripts/install-packages.sh")
   endif()
@@ -25,6 +25,7 @@ target_include_directories(zel_asio SYSTEM INTERFACE ${borrowed})
 target_link_libraries(zel_asio INTERFACE ws2_32 mswsock)
 target_include_directories(zel_cli11 SYSTEM INTERFACE ${borrowed})
 target_include_directories(zel_json SYSTEM INTERFACE ${borrowed})
+target_include_directories(zel_toml SYSTEM INTERFACE ${borrowed})
 
 # Built by a script of its own, once for each version: it takes minutes.
 file(GLOB hdf5_folders ${PROJECT_SOURCE_DIR}/build/deps/windows-hdf5-*)

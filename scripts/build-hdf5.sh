@@ -30,6 +30,8 @@ if command -v ccache >/dev/null; then
     launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache)
 fi
 echo "Building HDF5 for Windows"
+# Its configuration leaves a file wherever it runs.
+cd "$work/build"
 run() {
     if ! "$@" >>"$log" 2>&1; then
         tail -n 40 "$log" >&2

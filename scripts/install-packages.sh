@@ -9,7 +9,7 @@ export LC_ALL=C DEBIAN_FRONTEND=noninteractive
 
 packages=(
     g++ cmake ninja-build ccache
-    libpugixml-dev libcli11-dev nlohmann-json3-dev libasio-dev libhdf5-dev zlib1g-dev
+    libpugixml-dev libcli11-dev nlohmann-json3-dev libasio-dev libtomlplusplus-dev libhdf5-dev zlib1g-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     hdf5-tools python3-h5py python3-pandas
     iproute2 util-linux

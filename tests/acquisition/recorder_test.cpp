@@ -160,6 +160,87 @@ TEST_F(Recordings, OfATimeHoldAsManySamplesAsItHas)
     }
 }
 
+TEST_F(Recordings, AreSplitWithoutLosingASample)
+{
+    RecordingPlan plan;
+    plan.splitTime = 700'000'000;
+    begin({request(addModule()), request(addModule())}, plan);
+    EXPECT_TRUE(record([&] { return m_recorder->status().parts >= 4; }));
+    EXPECT_EQ(m_recorder->finish(), "");
+    const std::size_t parts = m_recorder->status().parts;
+    for (std::size_t part = 1; part <= parts; ++part)
+        for (auto& [number, signal] : m_collected[part].signals) {
+            EXPECT_EQ(signal.misplaced, 0U);
+            if (part == 1)
+                continue;
+            ASSERT_FALSE(signal.samples.empty()) << part;
+            EXPECT_EQ(signal.samples.begin()->first, m_collected[part - 1].signals[number].next);
+            EXPECT_TRUE(m_collected[part - 1].isFinished);
+        }
+    EXPECT_EQ(m_recorder->status().missing, 0U);
+}
+
+TEST_F(Recordings, ByTriggerBeginBeforeItInEveryModule)
+{
+    RecordingPlan plan;
+    plan.trigger = TriggerCondition::parse("rising 1000");
+    plan.preTrigger = 300'000'000;
+    plan.duration = 200'000'000;
+    begin({request(addModule()), request(addModule())}, plan);
+    EXPECT_TRUE(eventually([&] { return !m_recorder->poll(); }));
+    EXPECT_EQ(m_recorder->finish(), "");
+    ASSERT_EQ(m_recorder->status().parts, 1U);
+    for (auto& [number, signal] : m_collected[1].signals) {
+        const std::uint64_t rate = m_setup.signals[number].rate / 1000;
+        EXPECT_EQ(signal.misplaced, 0U);
+        EXPECT_TRUE(signal.gaps.empty());
+        // The modules did not begin at the same moment, and their clocks are known to some
+        // milliseconds.
+        EXPECT_NEAR(static_cast<double>(signal.samples.size()), 0.5 * static_cast<double>(rate),
+                    1 + 0.02 * static_cast<double>(rate));
+    }
+    const auto& own = m_collected[1].signals.at(0).samples;
+    EXPECT_EQ(own.begin()->second.value, 1001 - 0.3 * kRate);
+    EXPECT_EQ(own.size(), kRate / 2);
+}
+
+TEST_F(Recordings, ByTriggerAreRepeatedAndCanBeCalledFor)
+{
+    RecordingPlan plan;
+    plan.isTriggeredByCall = true;
+    plan.preTrigger = 50'000'000;
+    plan.duration = 50'000'000;
+    plan.repeats = 3;
+    begin({request(addModule())}, plan);
+    EXPECT_TRUE(recordFor(200ms));
+    EXPECT_EQ(m_recorder->status().parts, 0U);
+    EXPECT_TRUE(eventually([&] {
+        m_recorder->trigger();
+        return !m_recorder->poll();
+    }));
+    EXPECT_EQ(m_recorder->finish(), "");
+    for (std::size_t part = 1; part <= 3; ++part)
+        EXPECT_NEAR(static_cast<double>(m_collected[part].signals[0].samples.size()), kRate / 10,
+                    2);
+}
+
+TEST_F(Recordings, CanBeginAtATime)
+{
+    RecordingPlan plan;
+    const auto begins = std::chrono::system_clock::now() + 400ms;
+    plan.startAt =
+        static_cast<std::uint64_t>(std::chrono::nanoseconds(begins.time_since_epoch()).count());
+    plan.duration = 100'000'000;
+    begin({request(addModule()), request(addModule())}, plan);
+    EXPECT_TRUE(eventually([&] { return !m_recorder->poll(); }));
+    EXPECT_EQ(m_recorder->finish(), "");
+    for (const auto& [number, signal] : m_collected[1].signals) {
+        EXPECT_EQ(signal.samples.size(), m_setup.signals[number].rate / 10000);
+        EXPECT_NEAR(static_cast<double>(signal.samples.begin()->second.time),
+                    static_cast<double>(*plan.startAt), 30e6);
+    }
+}
+
 struct FaultCase {
     const char* name;
     std::function<void(simulator::Module&)> strike;
