@@ -31,6 +31,17 @@ private:
     std::array<char, 32> m_text{};
 };
 
+/// The text, or an empty one where there is no memory for it.
+template <class Text>
+const char* textOrNothing(Text&& text)
+{
+    try {
+        return text();
+    } catch (...) {
+        return "";
+    }
+}
+
 } // namespace
 
 int32_t ZEL_XUTIL_GetUnitCodeFromName(const char* name)
@@ -40,30 +51,22 @@ int32_t ZEL_XUTIL_GetUnitCodeFromName(const char* name)
 
 const char* ZEL_XUTIL_GetUnitNameFromCode(uint32_t code)
 {
-    try {
+    return textOrNothing([&] {
         static constinit ProcessWide<UnitNameBuffer> buffer;
         const UnitRow* const unit = findUnit(code);
         return buffer->hold(unit == nullptr ? "" : unit->name);
-    } catch (...) {
-        return "";
-    }
+    });
 }
 
 const char* ZEL_XUTIL_GetLastXmlError()
 {
-    try {
-        return lastXmlError();
-    } catch (...) {
-        return "";
-    }
+    return textOrNothing(lastXmlError);
 }
 
 const char* ZEL_XUTIL_GetDllVersion()
 {
-    try {
+    return textOrNothing([] {
         static constinit ProcessWide<std::string, InChild::kept> version;
         return version.get(libraryVersion).c_str();
-    } catch (...) {
-        return "";
-    }
+    });
 }

@@ -57,29 +57,29 @@ int32_t ZEL_XUTIL_ComposeAmplifierPath(uint32_t connector, char* buffer, uint64_
 
 int32_t ZEL_XUTIL_ComposeAlarmPath(char* buffer, uint64_t size, uint64_t* length)
 {
-    return compose(buffer, size, length, signals::alarmPath);
+    return compose(buffer, size, length, [] { return signals::functionPath("Alarm"); });
 }
 
 int32_t ZEL_XUTIL_ComposeGatePath(char* buffer, uint64_t size, uint64_t* length)
 {
-    return compose(buffer, size, length, signals::gatePath);
+    return compose(buffer, size, length, [] { return signals::functionPath("Gate"); });
 }
 
 int32_t ZEL_XUTIL_ComposePeakPath(char* buffer, uint64_t size, uint64_t* length)
 {
-    return compose(buffer, size, length, signals::peakPath);
+    return compose(buffer, size, length, [] { return signals::functionPath("Peak"); });
 }
 
 int32_t ZEL_XUTIL_ComposeMathIndexPath(char* buffer, uint64_t size, uint64_t* length,
                                        uint32_t index)
 {
-    return compose(buffer, size, length, [&] { return signals::mathIndexPath(index); });
+    return compose(buffer, size, length, [&] { return signals::functionPath("Math", index); });
 }
 
 int32_t ZEL_XUTIL_ComposePeakIndexPath(char* buffer, uint64_t size, uint64_t* length,
                                        uint32_t index)
 {
-    return compose(buffer, size, length, [&] { return signals::peakIndexPath(index); });
+    return compose(buffer, size, length, [&] { return signals::functionPath("Peak", index); });
 }
 
 int32_t ZEL_XUTIL_ParseSignalPath(const char* path, uint32_t, uint32_t* connector,

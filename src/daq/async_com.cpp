@@ -42,16 +42,6 @@ std::int32_t clAsyncCom::startBlock(std::uint64_t uuid, const AsyncBuffer& buffe
 
 std::int32_t clAsyncCom::read(std::uint32_t handle, std::uint32_t milliseconds)
 {
-    return take(handle, milliseconds);
-}
-
-std::int32_t clAsyncCom::read(std::uint32_t handle)
-{
-    return take(handle, std::nullopt);
-}
-
-std::int32_t clAsyncCom::take(std::uint32_t handle, std::optional<std::uint32_t> milliseconds)
-{
     const auto name = [&] {
         return "ZEL_XCOM_Async_ReadData (Handle=" + std::to_string(handle) + ")";
     };
@@ -61,7 +51,7 @@ std::int32_t clAsyncCom::take(std::uint32_t handle, std::optional<std::uint32_t>
         const std::lock_guard lock{m_mutex};
         if (const auto found = m_pending.find(handle); found != m_pending.end()) {
             clAsyncMthdReqrSrv& request = *found->second;
-            result = milliseconds ? request.wait(*milliseconds) : request.wait();
+            result = request.wait(milliseconds);
             request.giveUp();
             m_pending.erase(found);
         }

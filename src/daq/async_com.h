@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <optional>
 
 namespace zel {
 
@@ -26,12 +25,8 @@ public:
     /// The result of a read, whose handle is used up, also when the time was over first and the
     /// read is given up: ZEL_UTIL_WAIT_TIMEOUT. ZEL_INDEX_OUT_OF_RANGE for an unknown handle.
     std::int32_t read(std::uint32_t handle, std::uint32_t milliseconds);
-    /// The same without a limit of its own.
-    std::int32_t read(std::uint32_t handle);
 
 private:
-    std::int32_t take(std::uint32_t handle, std::optional<std::uint32_t> milliseconds);
-
     using Pending = std::map<std::uint32_t, std::shared_ptr<clAsyncMthdReqrSrv>>;
 
     iRequestorContext& m_context;

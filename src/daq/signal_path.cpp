@@ -19,7 +19,6 @@ constexpr std::string_view kNext = R"("]/)";
 constexpr std::string_view kChoice = R"([@choice=")";
 constexpr std::string_view kAmplifier = "Amplifier";
 constexpr std::string_view kAdditional = "AdditionalConnector";
-constexpr std::string_view kFunction = "AdditionalFunction/";
 
 std::string join(std::initializer_list<std::string_view> parts)
 {
@@ -37,11 +36,6 @@ bool isAdditional(std::uint32_t type)
 bool isCan(std::uint32_t type)
 {
     return type == ZEL_CONNECTOR_CAN || type == ZEL_CONNECTOR_CAN_ADDITIONAL;
-}
-
-std::string indexPath(std::string_view unit, std::string_view element, std::uint32_t index)
-{
-    return join({kFunction, unit, "/", element, kAddress, std::to_string(index), kEnd});
 }
 
 /// The path of a CAN signal on an additional connector.
@@ -239,39 +233,14 @@ std::string amplifierPath(std::uint32_t connector)
     return join({"/Amplifier/Connector", std::to_string(connector), "/Mode/AnalogInChannel"});
 }
 
-std::string alarmPath()
+std::string functionPath(std::string_view kind)
 {
-    return join({kFunction, "Alarm"});
+    return join({"AdditionalFunction/", kind});
 }
 
-std::string gatePath()
+std::string functionPath(std::string_view kind, std::uint32_t index)
 {
-    return join({kFunction, "Gate"});
-}
-
-std::string peakPath()
-{
-    return join({kFunction, "Peak"});
-}
-
-std::string alarmIndexPath(std::uint32_t index)
-{
-    return indexPath("Alarm", "AlarmIndex", index);
-}
-
-std::string gateIndexPath(std::uint32_t index)
-{
-    return indexPath("Gate", "GateIndex", index);
-}
-
-std::string mathIndexPath(std::uint32_t index)
-{
-    return indexPath("Math", "MathIndex", index);
-}
-
-std::string peakIndexPath(std::uint32_t index)
-{
-    return indexPath("Peak", "PeakIndex", index);
+    return join({functionPath(kind), "/", kind, "Index", kAddress, std::to_string(index), kEnd});
 }
 
 std::optional<SignalNumbers> parseSignalPath(std::string_view text)

@@ -33,13 +33,9 @@ std::string sensorPath(const SignalNumbers& numbers);
 /// Additional CAN connectors have one form only.
 std::string signalPath(const SignalNumbers& numbers, PathForm form);
 std::string amplifierPath(std::uint32_t connector);
-std::string alarmPath();
-std::string gatePath();
-std::string peakPath();
-std::string alarmIndexPath(std::uint32_t index);
-std::string gateIndexPath(std::uint32_t index);
-std::string mathIndexPath(std::uint32_t index);
-std::string peakIndexPath(std::uint32_t index);
+/// "Alarm", "Gate", "Math" or "Peak": the functions of one kind, or one of them.
+std::string functionPath(std::string_view kind);
+std::string functionPath(std::string_view kind, std::uint32_t index);
 
 /// Takes an analog or CAN signal's path or reference apart. What the text says counts from 0, the
 /// result from 1, whichever of the two it was: a path's own numbers come out one too high, which

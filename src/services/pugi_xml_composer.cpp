@@ -1,6 +1,5 @@
 #include "pugi_xml_composer.h"
 
-#include "number_format.h"
 #include "xml_building.h"
 #include "xml_characters.h"
 #include "ZEL_VR_Framework.h"
@@ -8,8 +7,6 @@
 namespace zel {
 
 namespace {
-
-constexpr unsigned kTextDecimals = 9;
 
 bool isEmpty(const char* name)
 {
@@ -42,31 +39,6 @@ std::int32_t PugiXmlComposer::reset()
     return ZEL_OK;
 }
 
-std::int32_t PugiXmlComposer::addText(const std::string& text)
-{
-    return addText(text.c_str());
-}
-
-std::int32_t PugiXmlComposer::addText(double value)
-{
-    return addText(formatFixed(value, kTextDecimals));
-}
-
-std::int32_t PugiXmlComposer::addText(std::uint64_t value)
-{
-    return addText(std::to_string(value));
-}
-
-std::int32_t PugiXmlComposer::addText(std::uint32_t value)
-{
-    return addText(std::to_string(value));
-}
-
-std::int32_t PugiXmlComposer::addText(std::int32_t value)
-{
-    return addText(std::to_string(value));
-}
-
 std::int32_t PugiXmlComposer::addText(const char* text)
 {
     if (text == nullptr)
@@ -77,52 +49,12 @@ std::int32_t PugiXmlComposer::addText(const char* text)
     return added();
 }
 
-std::int32_t PugiXmlComposer::addAttribute(const char* name, const std::string& value)
-{
-    return addAttribute(name, value.c_str());
-}
-
-std::int32_t PugiXmlComposer::addAttribute(const char* name, std::uint64_t value)
-{
-    return addAttribute(name, std::to_string(value));
-}
-
-std::int32_t PugiXmlComposer::addAttribute(const char* name, std::uint32_t value)
-{
-    return addAttribute(name, std::to_string(value));
-}
-
-std::int32_t PugiXmlComposer::addAttribute(const char* name, std::int32_t value)
-{
-    return addAttribute(name, std::to_string(value));
-}
-
-std::int32_t PugiXmlComposer::addAttribute(const char* name, double value)
-{
-    return addAttribute(name, formatParameterDouble(value));
-}
-
 std::int32_t PugiXmlComposer::addAttribute(const char* name, const char* value)
 {
     if (name == nullptr || value == nullptr || isOutside())
         return ZEL_FAILED;
     appendAttribute(m_current, name, xmlText(value).c_str());
     return added();
-}
-
-std::int32_t PugiXmlComposer::addElement(const char* name, std::uint32_t value)
-{
-    return addElement(name, std::to_string(value));
-}
-
-std::int32_t PugiXmlComposer::addElement(const char* name, std::int32_t value)
-{
-    return addElement(name, std::to_string(value));
-}
-
-std::int32_t PugiXmlComposer::addElement(const char* name, const std::string& value)
-{
-    return addElement(name, value.c_str());
 }
 
 std::int32_t PugiXmlComposer::addElement(const char* name, const char* value)

@@ -1,12 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <filesystem>
 #include <string>
 
 namespace zel {
 
 std::uint32_t processId();
+
+/// The broken-down local time of this moment; safe to ask on any thread.
+std::tm localTime();
 
 /// What the process's environment says now, whichever C library the host has changed it with; empty
 /// where it says nothing.

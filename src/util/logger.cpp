@@ -1,7 +1,6 @@
 #include "logger.h"
 
 #include "host_facts.h"
-#include "local_time.h"
 #include "process_wide.h"
 
 #include <algorithm>

@@ -86,11 +86,4 @@ void appendXmlEscaped(std::string& out, std::string_view text)
     }
 }
 
-std::string xmlEscaped(std::string_view text)
-{
-    std::string out;
-    appendXmlEscaped(out, text);
-    return out;
-}
-
 } // namespace zel

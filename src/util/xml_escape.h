@@ -9,6 +9,4 @@ namespace zel {
 /// passes unchanged, so UTF-8 stays UTF-8. Makes room for twice the text's length once.
 void appendXmlEscaped(std::string& out, std::string_view text);
 
-std::string xmlEscaped(std::string_view text);
-
 } // namespace zel

@@ -15,11 +15,35 @@ inline Bytes asBytes(const void* data, std::size_t size)
     return {static_cast<const std::byte*>(data), size};
 }
 
-/// Reads big-endian fields from a bounded range. The first read past the end makes every further
-/// read yield zero and good() false, so that a decoder needs one test at its end.
-class ByteReader {
+/// Takes one piece after the other from a bounded range. The first that is too long, and all behind
+/// it, are empty, and good() is false: so that a decoder needs one test at its end.
+template <class Byte>
+class ByteCursor {
 public:
-    explicit ByteReader(Bytes bytes) : m_rest(bytes) {}
+    std::size_t remaining() const { return m_rest.size(); }
+    bool good() const { return m_good; }
+
+protected:
+    explicit ByteCursor(std::span<Byte> bytes) : m_rest(bytes) {}
+
+    std::span<Byte> take(std::size_t size)
+    {
+        m_good = m_good && size <= m_rest.size();
+        const std::span<Byte> taken = m_rest.first(m_good ? size : 0);
+        m_rest = m_good ? m_rest.subspan(size) : taken;
+        return taken;
+    }
+
+    std::span<Byte> m_rest;
+
+private:
+    bool m_good = true;
+};
+
+/// Reads big-endian fields. What is read past the end is zero.
+class ByteReader : public ByteCursor<const std::byte> {
+public:
+    explicit ByteReader(Bytes bytes) : ByteCursor(bytes) {}
 
     template <class T = std::uint8_t>
     T u8()
@@ -44,49 +68,27 @@ public:
     std::int32_t i32() { return read<std::int32_t, std::uint32_t>(); }
 
     /// The next `size` bytes, or nothing when fewer are left.
-    Bytes bytes(std::size_t size)
-    {
-        if (!take(size))
-            return {};
-        const Bytes taken = m_rest.first(size);
-        m_rest = m_rest.subspan(size);
-        return taken;
-    }
-    void skip(std::size_t size) { bytes(size); }
+    Bytes bytes(std::size_t size) { return take(size); }
+    void skip(std::size_t size) { take(size); }
 
     Bytes rest() const { return m_rest; }
-    std::size_t remaining() const { return m_rest.size(); }
-    bool good() const { return m_good; }
 
 private:
-    bool take(std::size_t size)
-    {
-        if (m_good && size <= m_rest.size())
-            return true;
-        m_good = false;
-        m_rest = {};
-        return false;
-    }
-
     template <class T, class Raw>
     T read()
     {
-        const Bytes field = bytes(sizeof(Raw));
         Raw value = 0;
-        for (const std::byte byte : field)
+        for (const std::byte byte : take(sizeof(Raw)))
             value =
                 static_cast<Raw>((value << (sizeof(Raw) > 1 ? 8 : 0)) | std::to_integer<Raw>(byte));
         return static_cast<T>(value);
     }
-
-    Bytes m_rest;
-    bool m_good = true;
 };
 
-/// Writes big-endian fields into a bounded range; a write past the end is dropped and sticks.
-class ByteWriter {
+/// Writes big-endian fields. What is written past the end is dropped.
+class ByteWriter : public ByteCursor<std::byte> {
 public:
-    explicit ByteWriter(MutableBytes bytes) : m_rest(bytes) {}
+    explicit ByteWriter(MutableBytes bytes) : ByteCursor(bytes) {}
 
     template <class T>
     void u8(T value)
@@ -110,39 +112,20 @@ public:
     }
     void bytes(Bytes data)
     {
-        if (!take(data.size()))
-            return;
-        if (!data.empty())
-            std::memcpy(m_rest.data(), data.data(), data.size());
-        m_rest = m_rest.subspan(data.size());
+        const MutableBytes field = take(data.size());
+        if (!field.empty())
+            std::memcpy(field.data(), data.data(), field.size());
     }
-
-    std::size_t remaining() const { return m_rest.size(); }
-    bool good() const { return m_good; }
 
 private:
-    bool take(std::size_t size)
-    {
-        if (m_good && size <= m_rest.size())
-            return true;
-        m_good = false;
-        m_rest = {};
-        return false;
-    }
-
     template <class Raw, class T>
     void write(T value)
     {
-        if (!take(sizeof(Raw)))
-            return;
+        const MutableBytes field = take(sizeof(Raw));
         const auto raw = static_cast<Raw>(value);
-        for (std::size_t i = 0; i < sizeof(Raw); ++i)
-            m_rest[i] = static_cast<std::byte>((raw >> (8 * (sizeof(Raw) - 1 - i))) & 0xFF);
-        m_rest = m_rest.subspan(sizeof(Raw));
+        for (std::size_t i = 0; i < field.size(); ++i)
+            field[i] = static_cast<std::byte>((raw >> (8 * (sizeof(Raw) - 1 - i))) & 0xFF);
     }
-
-    MutableBytes m_rest;
-    bool m_good = true;
 };
 
 } // namespace zel

@@ -78,31 +78,6 @@ enum class Service : std::uint16_t {
     system = 6,
 };
 
-constexpr Service serviceOf(ParameterMethod)
-{
-    return Service::parameters;
-}
-
-constexpr Service serviceOf(StatusMethod)
-{
-    return Service::status;
-}
-
-constexpr Service serviceOf(ControlMethod)
-{
-    return Service::control;
-}
-
-constexpr Service serviceOf(MeasurementMethod)
-{
-    return Service::measurement;
-}
-
-constexpr Service serviceOf(SystemMethod)
-{
-    return Service::system;
-}
-
 /// A method as its requests and their answers name it. Numbers outside the lists come off the wire.
 struct MethodId {
     std::uint16_t service = 0;
@@ -113,14 +88,20 @@ struct MethodId {
         : service(serviceNumber), method(methodNumber)
     {
     }
-    template <class Method>
-    requires requires(Method known) { serviceOf(known); }
-    constexpr MethodId(Method known)
-        : MethodId(static_cast<std::uint16_t>(serviceOf(known)), static_cast<std::uint16_t>(known))
-    {
-    }
+    constexpr MethodId(ParameterMethod known) : MethodId(Service::parameters, known) {}
+    constexpr MethodId(StatusMethod known) : MethodId(Service::status, known) {}
+    constexpr MethodId(ControlMethod known) : MethodId(Service::control, known) {}
+    constexpr MethodId(MeasurementMethod known) : MethodId(Service::measurement, known) {}
+    constexpr MethodId(SystemMethod known) : MethodId(Service::system, known) {}
 
     auto operator<=>(const MethodId&) const = default;
+
+private:
+    template <class Method>
+    constexpr MethodId(Service its, Method known)
+        : MethodId(static_cast<std::uint16_t>(its), static_cast<std::uint16_t>(known))
+    {
+    }
 };
 
 /// How the log names a method: "Srv: PARAM Mthd: readPar"; numbers stand where there is no name.

@@ -48,6 +48,13 @@ TEST(ControlRequests, LeaveOutParametersThatAreNotThere)
                                          "</SrvParams>\n");
 }
 
+std::string xmlEscaped(std::string_view text)
+{
+    std::string escaped;
+    appendXmlEscaped(escaped, text);
+    return escaped;
+}
+
 TEST(XmlEscaping, ReplacesFiveCharactersAndNoOtherByte)
 {
     // Every byte at every place of the words that the escaper looks at together.

@@ -11,6 +11,14 @@ std::uint32_t processId()
     return static_cast<std::uint32_t>(getpid());
 }
 
+std::tm localTime()
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    localtime_r(&now, &parts);
+    return parts;
+}
+
 std::string environmentText(const char* name)
 {
     const char* const text = std::getenv(name);

@@ -11,6 +11,14 @@ std::uint32_t processId()
     return GetCurrentProcessId();
 }
 
+std::tm localTime()
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    localtime_s(&parts, &now);
+    return parts;
+}
+
 std::string environmentText(const char* name)
 {
     std::string text(GetEnvironmentVariableA(name, nullptr, 0), '\0');
