@@ -28,15 +28,8 @@ public:
     RemoteModule module(std::uint64_t uuid) { return {modules(), uuid}; }
 
     // The ways to modules that are not connected.
-    clMulticastContext byMulticast(std::optional<std::uint32_t> interfaceIndex = {})
-    {
-        return clMulticastContext{m_client.multicasts(), interfaceIndex};
-    }
-    clBroadcastContext byBroadcast(std::optional<std::uint32_t> interfaceIndex = {})
-    {
-        return clBroadcastContext{m_client.broadcasts(), interfaceIndex};
-    }
-
+    clMulticastServer& multicasts() { return m_client.multicasts(); }
+    clUDPConnection& broadcasts() { return m_client.broadcasts(); }
     clDatagramWays byDatagram() { return {m_client.multicasts(), m_client.broadcasts()}; }
 
     const std::shared_ptr<clPhonebook>& phonebook() { return m_phonebook; }

@@ -63,8 +63,8 @@ std::int32_t scanAndList(clSystemMgr& mgr, std::uint32_t adapter, List&& list)
     std::optional<std::uint32_t> interfaceIndex;
     if (adapter < adapters.size())
         interfaceIndex = adapters[adapter].interfaceIndex;
-    clMulticastContext multicast = mgr.byMulticast(interfaceIndex);
-    clBroadcastContext broadcast = mgr.byBroadcast(interfaceIndex);
+    clDatagramContext multicast = byMulticast(mgr.multicasts(), interfaceIndex);
+    clDatagramContext broadcast = byBroadcast(mgr.broadcasts(), interfaceIndex);
     const clPhonebook::Scan found{mgr.phonebook(), interfaceIndex};
     network::scan(found, {multicast, broadcast});
     return list(found);

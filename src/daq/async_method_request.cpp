@@ -27,8 +27,7 @@ clAsyncMthdReqrSrv::clAsyncMthdReqrSrv(const MethodAddress& address, const Async
 
 void clAsyncMthdReqrSrv::send(std::shared_ptr<const clTxTelContainer> request)
 {
-    m_call.prepare(std::move(request));
-    const std::int32_t result = m_call.sendRequest(shared_from_this());
+    const std::int32_t result = m_call.sendRequest(std::move(request), shared_from_this());
     if (result != ZEL_OK)
         completed(result);
 }
@@ -36,21 +35,16 @@ void clAsyncMthdReqrSrv::send(std::shared_ptr<const clTxTelContainer> request)
 void clAsyncMthdReqrSrv::delivered(std::unique_ptr<clRxTelContainer> response,
                                    const TransactionSource&)
 {
-    std::uint64_t length = 0;
-    m_result = ZEL_POINTER_NULL;
-    if (response) {
-        m_result = m_call.evalRespHeader(*response);
-        const Bytes data = response->payload();
-        length = data.size();
-        *m_buffer.received = length;
-        if (length > m_buffer.size)
-            m_result = ZEL_SRV_BUFFER_TOO_SMALL;
-        else if (length > 0 && data.data() != m_buffer.data)
-            std::memcpy(m_buffer.data, data.data(), data.size());
-    }
+    m_result = m_call.evalRespHeader(*response);
+    const Bytes data = response->payload();
+    *m_buffer.received = data.size();
+    if (data.size() > m_buffer.size)
+        m_result = ZEL_SRV_BUFFER_TOO_SMALL;
+    else if (!data.empty() && data.data() != m_buffer.data)
+        std::memcpy(m_buffer.data, data.data(), data.size());
     log([&] {
-        return "(Response): Result=" + std::to_string(m_result) + ", " + std::to_string(length) +
-               " bytes of data";
+        return "(Response): Result=" + std::to_string(m_result) + ", " +
+               std::to_string(data.size()) + " bytes of data";
     });
     m_isOver.set();
 }
@@ -71,12 +65,6 @@ void clAsyncMthdReqrSrv::completed(std::int32_t result)
 std::int32_t clAsyncMthdReqrSrv::wait(std::uint32_t milliseconds)
 {
     return m_isOver.waitFor(milliseconds) ? m_result : ZEL_UTIL_WAIT_TIMEOUT;
-}
-
-std::int32_t clAsyncMthdReqrSrv::wait()
-{
-    m_isOver.wait();
-    return m_result;
 }
 
 } // namespace zel

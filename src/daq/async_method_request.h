@@ -37,8 +37,6 @@ public:
 
     /// The result, or ZEL_UTIL_WAIT_TIMEOUT.
     std::int32_t wait(std::uint32_t milliseconds);
-    /// Without a limit: the transaction's own ones end it.
-    std::int32_t wait();
 
 private:
     clMthdReqrSrv m_call;

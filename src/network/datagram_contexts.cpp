@@ -4,32 +4,47 @@
 
 namespace zel {
 
-std::shared_ptr<clRequestorBase> clDatagramContext::createRequestor(std::uint64_t target)
-{
-    return std::make_shared<clRequestorBroadcast>(target, *this);
-}
+namespace {
 
-std::int32_t clMulticastContext::sendDatagram(Bytes telegram)
+std::int32_t broadcast(clUDPConnection& connection, std::optional<std::uint32_t> interfaceIndex,
+                       Bytes telegram)
 {
-    return m_server.send(m_interfaceIndex, telegram);
-}
-
-std::int32_t clBroadcastContext::sendDatagram(Bytes telegram)
-{
-    if (m_interfaceIndex)
-        return m_connection.sendOver(*m_interfaceIndex, telegram);
+    if (interfaceIndex)
+        return connection.sendOver(*interfaceIndex, telegram);
     // The system would send it over one adapter of its choice only.
     bool hasLeft = false;
     for (const sys::HostAdapter& adapter : sys::listHostAdapters())
         if (sys::hasAddress(adapter))
-            hasLeft = m_connection.sendOver(adapter.interfaceIndex, telegram) == ZEL_OK || hasLeft;
-    return hasLeft ? ZEL_OK : m_connection.sendOver(clUDPConnection::kAnyInterface, telegram);
+            hasLeft = connection.sendOver(adapter.interfaceIndex, telegram) == ZEL_OK || hasLeft;
+    return hasLeft ? ZEL_OK : connection.sendOver(clUDPConnection::kAnyInterface, telegram);
 }
 
-std::int32_t clDatagramWays::First::sendDatagram(Bytes telegram)
+} // namespace
+
+clDatagramContext byMulticast(clMulticastServer& server,
+                              std::optional<std::uint32_t> interfaceIndex)
 {
-    const std::int32_t result = m_multicast.sendDatagram(telegram);
-    return result == ZEL_OK ? result : m_broadcast.sendDatagram(telegram);
+    return {server.loop(), [&server, interfaceIndex](Bytes telegram) {
+                return server.send(interfaceIndex, telegram);
+            }};
+}
+
+clDatagramContext byBroadcast(clUDPConnection& connection,
+                              std::optional<std::uint32_t> interfaceIndex)
+{
+    return {connection.loop(), [&connection, interfaceIndex](Bytes telegram) {
+                return broadcast(connection, interfaceIndex, telegram);
+            }};
+}
+
+clDatagramWays::clDatagramWays(clMulticastServer& multicasts, clUDPConnection& broadcasts)
+    : m_first(multicasts.loop(),
+              [&](Bytes telegram) {
+                  const std::int32_t result = multicasts.send({}, telegram);
+                  return result == ZEL_OK ? result : broadcast(broadcasts, {}, telegram);
+              }),
+      m_second(byBroadcast(broadcasts))
+{
 }
 
 } // namespace zel

@@ -10,76 +10,42 @@
 
 namespace zel {
 
-// Two of the ways to modules that are not connected. Without an index they go over every adapter.
-
-/// What the two share: each request is one transaction by datagrams.
-class clDatagramContext : public iRequestorContext, public iDatagramSender {
+/// One of the ways to modules that are not connected: each request is one transaction by datagrams.
+class clDatagramContext final : public iRequestorContext {
 public:
-    std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t target) final;
-};
-
-class clMulticastContext final : public clDatagramContext {
-public:
-    explicit clMulticastContext(clMulticastServer& server,
-                                std::optional<std::uint32_t> interfaceIndex = {})
-        : m_server(server), m_interfaceIndex(interfaceIndex)
+    clDatagramContext(sys::EventLoop& loop, SendDatagram send)
+        : m_loop(loop), m_send(std::move(send))
     {
     }
 
-    sys::EventLoop& loop() const override { return m_server.loop(); }
-    std::int32_t sendDatagram(Bytes telegram) override;
-
-private:
-    clMulticastServer& m_server;
-    const std::optional<std::uint32_t> m_interfaceIndex;
-};
-
-class clBroadcastContext final : public clDatagramContext {
-public:
-    explicit clBroadcastContext(clUDPConnection& connection,
-                                std::optional<std::uint32_t> interfaceIndex = {})
-        : m_connection(connection), m_interfaceIndex(interfaceIndex)
+    std::shared_ptr<clRequestorBase> createRequestor(std::uint64_t target) override
     {
+        return std::make_shared<clRequestorBroadcast>(target, m_loop, m_send);
     }
 
-    sys::EventLoop& loop() const override { return m_connection.loop(); }
-    std::int32_t sendDatagram(Bytes telegram) override;
-
 private:
-    clUDPConnection& m_connection;
-    const std::optional<std::uint32_t> m_interfaceIndex;
+    sys::EventLoop& m_loop;
+    const SendDatagram m_send;
 };
+
+// Without an index they go over every adapter.
+clDatagramContext byMulticast(clMulticastServer& server,
+                              std::optional<std::uint32_t> interfaceIndex = {});
+clDatagramContext byBroadcast(clUDPConnection& connection,
+                              std::optional<std::uint32_t> interfaceIndex = {});
 
 /// How a request reaches one module without a connection: by multicast, or at once by broadcast
 /// where no multicast could leave; the second attempt goes by broadcast.
 class clDatagramWays {
 public:
-    clDatagramWays(clMulticastServer& multicasts, clUDPConnection& broadcasts)
-        : m_first(multicasts, broadcasts), m_second(broadcasts)
-    {
-    }
+    clDatagramWays(clMulticastServer& multicasts, clUDPConnection& broadcasts);
 
     /// Valid as long as this object.
     RequestPath path() { return {m_first, &m_second}; }
 
 private:
-    class First final : public clDatagramContext {
-    public:
-        First(clMulticastServer& multicasts, clUDPConnection& broadcasts)
-            : m_multicast(multicasts), m_broadcast(broadcasts)
-        {
-        }
-
-        sys::EventLoop& loop() const override { return m_multicast.loop(); }
-        std::int32_t sendDatagram(Bytes telegram) override;
-
-    private:
-        clMulticastContext m_multicast;
-        clBroadcastContext m_broadcast;
-    };
-
-    First m_first;
-    clBroadcastContext m_second;
+    clDatagramContext m_first;
+    clDatagramContext m_second;
 };
 
 } // namespace zel

@@ -45,7 +45,6 @@ public:
         Scan& operator=(const Scan&) = delete;
 
         const std::shared_ptr<clPhonebook>& phonebook() const { return m_phonebook; }
-        const std::optional<std::uint32_t>& interfaceIndex() const { return m_interfaceIndex; }
         /// Calls for each module that was heard since the scan began, in the order of the table.
         /// Under the lock.
         void list(const std::function<void(const ModuleRecord&)>& take) const;

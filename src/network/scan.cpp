@@ -32,34 +32,19 @@ std::chrono::milliseconds waitTime()
                                                                                  : kLongestWait);
 }
 
-/// Enters what comes in into the phonebook, on the event loop's thread.
-class Enter final : public iMultiMthdFunctor {
-public:
-    explicit Enter(std::shared_ptr<clPhonebook> phonebook) : m_phonebook(std::move(phonebook)) {}
-
-    void responded(std::int32_t result, Bytes data, std::uint32_t,
-                   const TransactionSource& source) override
-    {
-        if (hasFailed(result))
-            return;
-        auto record = readModuleRecord(data);
+/// Enters what comes in into the phonebook. Where one way fails, the scan has what comes by the
+/// others.
+void ask(const std::shared_ptr<clPhonebook>& phonebook, iRequestorContext& way)
+{
+    const auto enter = [phonebook](std::int32_t result, Bytes data,
+                                   const TransactionSource& source) {
+        auto record = hasFailed(result) ? std::nullopt : readModuleRecord(data);
         // Nobody speaks for another module.
         if (record && record->uuid == source.uuid)
-            m_phonebook->enter(source.interfaceIndex, std::move(*record));
-    }
-    void failed(std::int32_t, const TransactionSource&) override {}
-
-private:
-    const std::shared_ptr<clPhonebook> m_phonebook;
-};
-
-/// Where one way fails, the scan has what comes by the others.
-void ask(const std::shared_ptr<clPhonebook>& phonebook, iRequestorContext& way,
-         std::uint32_t context)
-{
+            phonebook->enter(source.interfaceIndex, std::move(*record));
+    };
     try {
-        clMultiMthdReqrSrv::start(kScan, clRequestDocument{}.take(),
-                                  std::make_unique<Enter>(phonebook), context, way);
+        clMultiMthdReqrSrv::start(kScan, clRequestDocument{}.take(), enter, way);
     } catch (const std::exception&) {
     }
 }
@@ -84,9 +69,8 @@ void addModule(PugiXmlBufferComposer& document, std::uint32_t address, const Mod
 
 void scan(const clPhonebook::Scan& scan, const ScanPaths& paths)
 {
-    const std::uint32_t context = scan.interfaceIndex().value_or(0);
-    ask(scan.phonebook(), paths.multicast, context);
-    ask(scan.phonebook(), paths.broadcast, context);
+    ask(scan.phonebook(), paths.multicast);
+    ask(scan.phonebook(), paths.broadcast);
     std::this_thread::sleep_until(std::chrono::steady_clock::now() + waitTime());
 }
 

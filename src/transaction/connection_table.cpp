@@ -46,47 +46,41 @@ clConHndlr::Connection clConHndlr::findByAddress(const sockaddr* address, std::s
     return found == m_table.end() ? nullptr : found->second;
 }
 
-std::uint64_t clConHndlr::eraseByAddress(const sockaddr* address, std::size_t length)
+template <class Find>
+clConHndlr::Connection clConHndlr::takeOut(Find&& findLocked)
 {
-    const std::string peerName = communication::native::nameOf(address, length);
     Connection taken;
     {
         const std::lock_guard lock{m_mutex};
-        const auto found = connectedToLocked(peerName);
+        const Table::const_iterator found = findLocked();
         if (found == m_table.end())
-            return kNoUuid;
+            return nullptr;
         taken = found->second;
         m_table.erase(found);
     }
     drop(taken);
-    return taken->peer();
+    return taken;
+}
+
+std::uint64_t clConHndlr::eraseByAddress(const sockaddr* address, std::size_t length)
+{
+    const std::string peerName = communication::native::nameOf(address, length);
+    const Connection taken = takeOut([&] { return connectedToLocked(peerName); });
+    return taken ? taken->peer() : kNoUuid;
 }
 
 bool clConHndlr::erase(std::uint64_t uuid)
 {
-    Table::node_type taken;
-    {
-        const std::lock_guard lock{m_mutex};
-        taken = m_table.extract(uuid);
-    }
-    if (taken.empty())
-        return false;
-    drop(taken.mapped());
-    return true;
+    return takeOut([&] { return m_table.find(uuid); }) != nullptr;
 }
 
 void clConHndlr::erase(const clTcpTelHndlr& connection)
 {
-    Connection taken;
-    {
-        const std::lock_guard lock{m_mutex};
+    takeOut([&] {
         const auto found = m_table.find(connection.peer());
-        if (found == m_table.end() || found->second.get() != &connection)
-            return;
-        taken = std::move(found->second);
-        m_table.erase(found);
-    }
-    drop(taken);
+        const bool isIt = found != m_table.end() && found->second.get() == &connection;
+        return isIt ? found : m_table.end();
+    });
 }
 
 void clConHndlr::eraseAll()

@@ -50,6 +50,10 @@ private:
     using Table = std::map<std::uint64_t, Connection>;
 
     Table::const_iterator connectedToLocked(const std::string& peerName) const;
+    /// Takes the connection that `findLocked` finds out of the table and closes it; null when it
+    /// finds none.
+    template <class Find>
+    Connection takeOut(Find&& findLocked);
     static void drop(const Connection& connection);
     /// Null when the module is not connected.
     Connection connectionTo(std::uint64_t uuid) const;

@@ -32,49 +32,40 @@ clMthdReqrSrv::clMthdReqrSrv(const MethodAddress& address, iRequestorContext& co
 {
 }
 
-void clMthdReqrSrv::prepare(std::shared_ptr<const clTxTelContainer> request)
+std::int32_t clMthdReqrSrv::sendRequest(std::shared_ptr<const clTxTelContainer> request,
+                                        std::shared_ptr<iTransactionOwner> owner)
 {
-    m_request = std::move(request);
+    return sending(request.get(),
+                   [&] { return m_requestor->send(std::move(request), std::move(owner)); });
 }
 
-std::int32_t clMthdReqrSrv::sendRequest(std::shared_ptr<iTransactionOwner> owner)
-{
-    if (!logRequest())
-        return ZEL_SRV_NO_TELEGRAM;
-    return sending([&] { return m_requestor->send(std::move(m_request), std::move(owner)); });
-}
-
-std::int32_t clMthdReqrSrv::sendRequestAndWait(std::shared_ptr<iTransactionOwner> owner,
+std::int32_t clMthdReqrSrv::sendRequestAndWait(std::shared_ptr<const clTxTelContainer> request,
+                                               std::shared_ptr<iTransactionOwner> owner,
                                                sys::EventFlag& isOver)
 {
-    if (!logRequest())
-        return ZEL_SRV_NO_TELEGRAM;
-    return sending(
-        [&] { return m_requestor->sendAndWait(std::move(m_request), std::move(owner), isOver); });
+    return sending(request.get(), [&] {
+        return m_requestor->sendAndWait(std::move(request), std::move(owner), isOver);
+    });
 }
 
 template <class Send>
-std::int32_t clMthdReqrSrv::sending(Send&& send) const
+std::int32_t clMthdReqrSrv::sending(const clTxTelContainer* request, Send&& send) const
 {
+    if (!request) {
+        logTransaction(LogLevel::warning, [] {
+            return std::string{"clMthdReqrSrv::sendRequest(): "} + logText(ZEL_SRV_NO_TELEGRAM);
+        });
+        return ZEL_SRV_NO_TELEGRAM;
+    }
+    logTransaction(LogLevel::info, [&] {
+        return logName("tx: REQ", "to") + " DatLen: " + std::to_string(request->dataSize());
+    });
     try {
         return send();
     } catch (const std::exception&) {
         m_requestor->detach();
         return ZEL_SYS_NO_OBJECT;
     }
-}
-
-bool clMthdReqrSrv::logRequest() const
-{
-    if (m_request)
-        logTransaction(LogLevel::info, [&] {
-            return logName("tx: REQ", "to") + " DatLen: " + std::to_string(m_request->dataSize());
-        });
-    else
-        logTransaction(LogLevel::warning, [] {
-            return std::string{"clMthdReqrSrv::sendRequest(): "} + logText(ZEL_SRV_NO_TELEGRAM);
-        });
-    return m_request != nullptr;
 }
 
 std::string clMthdReqrSrv::logName(const char* direction, const char* preposition) const

@@ -45,13 +45,13 @@ public:
     clMthdReqrSrv(const clMthdReqrSrv&) = delete;
     clMthdReqrSrv& operator=(const clMthdReqrSrv&) = delete;
 
-    void prepare(std::shared_ptr<const clTxTelContainer> request);
-
-    /// Sends what was prepared: see clRequestorBase::send(). ZEL_SRV_NO_TELEGRAM when nothing was,
-    /// ZEL_SYS_NO_OBJECT where there is no memory to send it.
-    std::int32_t sendRequest(std::shared_ptr<iTransactionOwner> owner);
+    /// See clRequestorBase::send(). ZEL_SRV_NO_TELEGRAM without a request, ZEL_SYS_NO_OBJECT where
+    /// there is no memory to send it.
+    std::int32_t sendRequest(std::shared_ptr<const clTxTelContainer> request,
+                             std::shared_ptr<iTransactionOwner> owner);
     /// The same, and waits until `isOver` is set, as the owner must do when he is called back.
-    std::int32_t sendRequestAndWait(std::shared_ptr<iTransactionOwner> owner,
+    std::int32_t sendRequestAndWait(std::shared_ptr<const clTxTelContainer> request,
+                                    std::shared_ptr<iTransactionOwner> owner,
                                     sys::EventFlag& isOver);
     /// The owner leaves: see clRequestorBase::detach().
     void giveUp() { m_requestor->detach(); }
@@ -64,18 +64,13 @@ public:
     void logFailure(std::int32_t result) const;
 
 private:
-    /// False when there is none.
-    bool logRequest() const;
     /// What throws has not been sent.
     template <class Send>
-    std::int32_t sending(Send&& send) const;
+    std::int32_t sending(const clTxTelContainer* request, Send&& send) const;
     std::string logName(const char* direction, const char* preposition) const;
 
     const MethodAddress m_address;
     const std::shared_ptr<clRequestorBase> m_requestor;
-
-    // sending thread only
-    std::shared_ptr<const clTxTelContainer> m_request;
 };
 
 } // namespace zel

@@ -7,21 +7,18 @@
 namespace zel {
 
 void clMultiMthdReqrSrv::start(const MethodAddress& address, std::string requestData,
-                               std::unique_ptr<iMultiMthdFunctor> functor, std::uint32_t context,
-                               iRequestorContext& way)
+                               TakeAnswer take, iRequestorContext& way)
 {
-    const auto request =
-        std::make_shared<clMultiMthdReqrSrv>(address, std::move(functor), context, way);
-    request->m_call.prepare(makeMethodRequest(address, std::move(requestData)));
-    const std::int32_t result = request->m_call.sendRequest(request);
+    const auto request = std::make_shared<clMultiMthdReqrSrv>(address, std::move(take), way);
+    const std::int32_t result =
+        request->m_call.sendRequest(makeMethodRequest(address, std::move(requestData)), request);
     if (result != ZEL_OK)
         request->completed(result);
 }
 
-clMultiMthdReqrSrv::clMultiMthdReqrSrv(const MethodAddress& address,
-                                       std::unique_ptr<iMultiMthdFunctor> functor,
-                                       std::uint32_t context, iRequestorContext& way)
-    : m_call(address, way), m_functor(std::move(functor)), m_context(context)
+clMultiMthdReqrSrv::clMultiMthdReqrSrv(const MethodAddress& address, TakeAnswer take,
+                                       iRequestorContext& way)
+    : m_call(address, way), m_take(std::move(take))
 {
 }
 
@@ -29,21 +26,13 @@ void clMultiMthdReqrSrv::completed(std::int32_t result)
 {
     if (result != ZEL_OK)
         m_call.logFailure(result);
-    if (m_functor)
-        m_functor->failed(result, {});
 }
 
 void clMultiMthdReqrSrv::delivered(std::unique_ptr<clRxTelContainer> response,
                                    const TransactionSource& source)
 {
-    std::int32_t result = ZEL_POINTER_NULL;
-    if (response) {
-        result = m_call.evalRespHeader(*response);
-        if (m_functor)
-            m_functor->responded(result, response->payload(), m_context, source);
-    } else if (m_functor) {
-        m_functor->failed(result, source);
-    }
+    const std::int32_t result = m_call.evalRespHeader(*response);
+    m_take(result, response->payload(), source);
     if (result != ZEL_OK)
         logTransaction(LogLevel::info, [&] {
             return std::string{"clMultiMthdReqrSrv::receiveResponse(): "} + logText(result);

@@ -36,8 +36,9 @@ std::vector<std::byte> requestTelegram(const TransactionHeader& transaction,
 
 } // namespace
 
-clRequestorBroadcast::clRequestorBroadcast(std::uint64_t target, iDatagramSender& way)
-    : clRequestorBase(target, way.loop()), m_way(way)
+clRequestorBroadcast::clRequestorBroadcast(std::uint64_t target, sys::EventLoop& loop,
+                                           const SendDatagram& way)
+    : clRequestorBase(target, loop), m_way(way)
 {
 }
 
@@ -62,7 +63,7 @@ std::int32_t clRequestorBroadcast::send(std::shared_ptr<const clTxTelContainer> 
             return result;
     }
     logSent(TransactionType::request);
-    return endSending(m_way.sendDatagram(telegram) == ZEL_OK ? ZEL_OK : ZEL_CONN_SEND_FAILED);
+    return endSending(m_way(telegram) == ZEL_OK ? ZEL_OK : ZEL_CONN_SEND_FAILED);
 }
 
 void clRequestorBroadcast::onTimeout()

@@ -1,17 +1,15 @@
 #pragma once
 
+#include "byte_cursor.h"
 #include "requestor_base.h"
+
+#include <functional>
 
 namespace zel {
 
-/// A way for one datagram to leave, with one whole telegram in it.
-class iDatagramSender {
-public:
-    virtual ~iDatagramSender() = default;
-    virtual sys::EventLoop& loop() const = 0;
-    /// 0, or a result code when it did not leave.
-    virtual std::int32_t sendDatagram(Bytes telegram) = 0;
-};
+/// Lets one datagram leave, with one whole telegram in it: 0, or a result code when it did not
+/// leave.
+using SendDatagram = std::function<std::int32_t(Bytes telegram)>;
 
 /// A transaction by datagrams, with one module or with all of them. It takes every answer of the
 /// broadcast node's, and ends well when its time is over; one module answers once, and not
@@ -22,7 +20,7 @@ public:
     static constexpr std::size_t kLargestDatagram = 65507;
 
     /// `way` is used until send() has returned.
-    clRequestorBroadcast(std::uint64_t target, iDatagramSender& way);
+    clRequestorBroadcast(std::uint64_t target, sys::EventLoop& loop, const SendDatagram& way);
 
     bool matches(const TransactionSource& source, const TransactionHeader& header) const override;
     std::int32_t send(std::shared_ptr<const clTxTelContainer> payload,
@@ -35,7 +33,7 @@ private:
     bool isForAll() const { return target() == kBroadcastNode; }
 
     // sending thread only
-    iDatagramSender& m_way;
+    const SendDatagram& m_way;
 };
 
 } // namespace zel

@@ -39,8 +39,8 @@ public:
 
     std::int32_t execute(std::shared_ptr<const clTxTelContainer> request)
     {
-        m_call.prepare(std::move(request));
-        const std::int32_t result = m_call.sendRequestAndWait(shared_from_this(), m_isOver);
+        const std::int32_t result =
+            m_call.sendRequestAndWait(std::move(request), shared_from_this(), m_isOver);
         if (result != ZEL_OK)
             completed(result);
         return m_result;

@@ -139,12 +139,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Context context{loop};
     const auto call = std::make_shared<Call>(MethodAddress{kModule, {1, 10}}, context);
     clMthdReqrSrv& request = call->request;
-    request.prepare(makeMethodRequest({kModule, {1, 10}}, std::string(isLong ? 200000 : 10, 'x')));
-    if (request.sendRequest(call) != 0)
+    auto telegram = makeMethodRequest({kModule, {1, 10}}, std::string(isLong ? 200000 : 10, 'x'));
+    if (request.sendRequest(std::move(telegram), call) != 0)
         std::abort();
     // On the loop's thread, as telegrams come.
     sys::Timer arrival{loop};
-    arrival.set(0, false, [&](bool) {
+    arrival.set(0, [&] {
         feed(in, request.label().value());
         // As it is, without the header that feed() puts in front.
         auto raw = std::make_unique<clRxTelContainer>(in.remaining());

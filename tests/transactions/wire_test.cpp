@@ -371,11 +371,8 @@ TEST(RequestLabels, AreNeverSharedByRequestsUnderWay)
 
 constexpr std::uint64_t kConnection = 7;
 
-/// A connection and a datagram way that lead nowhere.
-struct Nowhere final : iDatagramSender, iTelegramSender {
-    explicit Nowhere(sys::EventLoop& used) : usedLoop(used) {}
-    sys::EventLoop& loop() const override { return usedLoop; }
-    std::int32_t sendDatagram(Bytes) override { return ZEL_OK; }
+/// A connection that leads nowhere.
+struct Nowhere final : iTelegramSender {
     int send(std::span<const Bytes>) override
     {
         whileSending();
@@ -387,7 +384,6 @@ struct Nowhere final : iDatagramSender, iTelegramSender {
     }
     std::uint64_t connectionId() const override { return kConnection; }
 
-    sys::EventLoop& usedLoop;
     std::function<void()> whileSending = [] {};
     int result = 0;
 };
@@ -424,7 +420,7 @@ protected:
     }
 
     sys::EventLoop m_loop;
-    const std::shared_ptr<Nowhere> m_way = std::make_shared<Nowhere>(m_loop);
+    const std::shared_ptr<Nowhere> m_way = std::make_shared<Nowhere>();
     const std::shared_ptr<Owner> m_owner = std::make_shared<Owner>();
 };
 
@@ -443,7 +439,8 @@ TEST_F(Requests, TakeNoAnswerBeforeTheyAreSentAndNoneByAnotherWay)
         EXPECT_EQ(m_owner->outcomes, Outcomes{ZEL_OK});
     };
     check(*overConnection(), kConnection, 0);
-    const auto toAll = std::make_shared<clRequestorBroadcast>(kBroadcastNode, *m_way);
+    const SendDatagram leave = [](Bytes) { return ZEL_OK; };
+    const auto toAll = std::make_shared<clRequestorBroadcast>(kBroadcastNode, m_loop, leave);
     check(*toAll, 0, kConnection);
     toAll->finish(ZEL_OK);
 }
