@@ -82,10 +82,11 @@ RowType totalsRows(std::size_t signalLength)
                     {"check", 8, kUnsigned}});
 }
 
-std::uint64_t Totals::check() const
+std::uint64_t checkOf(const SignalTotals& totals)
 {
     std::uint64_t sum = 0x7a656c;
-    for (const std::uint64_t part : {firstIndex, endIndex, samples, missing, gaps})
+    for (const std::uint64_t part : {totals.firstIndex, totals.endIndex, totals.samples,
+                                     totals.missing, totals.gaps})
         sum = (sum ^ part) * 0x9e3779b97f4a7c15U + (sum >> 29U);
     return sum;
 }

@@ -3,6 +3,7 @@
 #include "batch.h"
 #include "hdf5_library.h"
 #include "setup.h"
+#include "signal_totals.h"
 
 #include <array>
 #include <cstring>
@@ -112,18 +113,8 @@ private:
 
 inline constexpr std::size_t kCauseColumn = 16;
 
-/// How much of a signal there is.
-struct Totals {
-    std::uint64_t firstIndex = 0;
-    std::uint64_t endIndex = 0; ///< behind the last sample, recorded or missing
-    std::uint64_t samples = 0;  ///< recorded
-    std::uint64_t missing = 0;
-    std::uint64_t gaps = 0;
-
-    /// Tells a row that was written in part from a whole one.
-    std::uint64_t check() const;
-    bool operator==(const Totals&) const = default;
-};
+/// Tells a row of totals that was written in part from a whole one.
+std::uint64_t checkOf(const SignalTotals& totals);
 
 /// What stands where nothing was recorded.
 std::vector<std::byte> fillerOf(ValueType type);

@@ -195,6 +195,16 @@ Handle openDataset(const Handle& in, const std::string& name)
             [&] { return H5Dopen2(in.id(), name.c_str(), H5P_DEFAULT); }};
 }
 
+std::string pathOf(const Handle& object)
+{
+    const Turn turn;
+    const auto length = call("tell a name", [&] { return H5Iget_name(object.id(), nullptr, 0); });
+    std::string path(static_cast<std::size_t>(length) + 1, '\0');
+    call("tell a name", [&] { return H5Iget_name(object.id(), path.data(), path.size()); });
+    path.pop_back();
+    return path;
+}
+
 std::vector<std::string> namesIn(const Handle& group)
 {
     std::vector<std::string> names;
@@ -202,8 +212,9 @@ std::vector<std::string> namesIn(const Handle& group)
     call("list a group", [&] {
         return H5Literate(
             group.id(), H5_INDEX_NAME, H5_ITER_INC, &next,
-            [](hid_t, const char* name, const H5L_info_t*, void* data) -> herr_t {
-                static_cast<std::vector<std::string>*>(data)->emplace_back(name);
+            [](hid_t, const char* name, const H5L_info_t* link, void* data) -> herr_t {
+                if (link->type == H5L_TYPE_HARD)
+                    static_cast<std::vector<std::string>*>(data)->emplace_back(name);
                 return 0;
             },
             &names);

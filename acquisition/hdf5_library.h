@@ -96,7 +96,9 @@ Handle openFile(const std::string& name, Access access);
 Handle createGroup(const Handle& in, const std::string& name);
 Handle openGroup(const Handle& in, const std::string& name);
 Handle openDataset(const Handle& in, const std::string& name);
-/// Names of what is in a group, in the order of their characters.
+/// Where in its file an object is.
+std::string pathOf(const Handle& object);
+/// Names of what is in a group itself, not what it refers to, in the order of their characters.
 std::vector<std::string> namesIn(const Handle& group);
 
 /// The library's number for a type of values, in this host's byte order.

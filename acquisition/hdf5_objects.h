@@ -21,7 +21,7 @@ struct SignalObjects {
 
     std::uint64_t rate = 0; ///< as its attribute tells it
     TimeLine line{};
-    Totals totals{};
+    SignalTotals totals{};
     bool hasBegun = false;
     std::uint64_t start = 0;
     bool isStartTold = false;

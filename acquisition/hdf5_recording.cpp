@@ -142,7 +142,7 @@ void Recording::take(const Batch& batch, const Chunk& chunk)
         else
             begin(signal, chunk.index, batch.timeOf(chunk, 0));
     }
-    Totals& totals = signal.totals;
+    SignalTotals& totals = signal.totals;
     if (chunk.index < totals.endIndex)
         throw Failure("samples of " + signal.name + " came twice", false);
     const std::span bytes(batch.bytes);
@@ -198,7 +198,7 @@ void Recording::take(const Gap& gap)
     module.gaps.append(m_row.bytes());
     module.hasChanged = true;
 
-    Totals& totals = signal.totals;
+    SignalTotals& totals = signal.totals;
     ++totals.gaps;
     totals.missing += gap.count;
     const std::uint64_t end = gap.index + gap.count;
@@ -280,14 +280,14 @@ void Recording::writeTotals(ModuleObjects& module)
     m_row.clear();
     for (const std::size_t index : module.signals) {
         const SignalObjects& signal = m_objects.signals[index];
-        const Totals& totals = signal.totals;
+        const SignalTotals& totals = signal.totals;
         m_row.text(signal.name, module.nameLength)
             .number(totals.firstIndex)
             .number(totals.endIndex)
             .number(totals.samples)
             .number(totals.missing)
             .number(totals.gaps)
-            .number(totals.check());
+            .number(checkOf(totals));
     }
     const hsize_t begin = 0;
     const auto& rows = m_row.bytes();

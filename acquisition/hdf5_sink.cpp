@@ -1,6 +1,6 @@
 #include "hdf5_sink.h"
 
-#include "guarded_file.h"
+#include "hdf5_failures.h"
 #include "hdf5_recording.h"
 
 namespace zel::acquisition {
@@ -8,13 +8,7 @@ namespace zel::acquisition {
 template <class Work>
 auto Hdf5Sink::guarded(Work work)
 {
-    try {
-        return work();
-    } catch (const hdf5::Failure& failure) {
-        throw SinkFailure(m_name + ": " + failure.what());
-    } catch (const GuardedFile::Failure& failure) {
-        throw SinkFailure(failure.what());
-    }
+    return hdf5::guarded<SinkFailure>(m_name, work);
 }
 
 Hdf5Sink::Hdf5Sink(const Hdf5Options& options, const Setup& setup)

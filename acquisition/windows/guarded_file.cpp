@@ -118,8 +118,7 @@ GuardedFile::Room GuardedFile::reserve(std::uint64_t end)
             return Room::enough;
         }
         const DWORD error = GetLastError();
-        if (error == ERROR_DISK_FULL || error == ERROR_HANDLE_DISK_FULL ||
-            error == ERROR_DISK_QUOTA_EXCEEDED)
+        if (error == ERROR_DISK_FULL || error == ERROR_HANDLE_DISK_FULL)
             return Room::none;
         m_canReserve = false;
     }
