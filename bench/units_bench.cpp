@@ -1,6 +1,6 @@
 // Looking units up, beside a search of the table from its start.
 
-#include "unit_table.h"
+#include "zel/units.hpp"
 #include "ZEL_VR_Framework.h"
 
 #include <algorithm>
@@ -12,8 +12,8 @@ namespace {
 
 const char* nextName(std::size_t& at)
 {
-    at = (at + 61) % unitTable().size();
-    return unitTable()[at].name;
+    at = (at + 61) % units().size();
+    return units()[at].name;
 }
 
 void BM_UnitByName(benchmark::State& state)
@@ -29,7 +29,7 @@ void BM_UnitByNameSearched(benchmark::State& state)
     std::size_t at = 0;
     for (auto _ : state)
         benchmark::DoNotOptimize(
-            std::ranges::find(unitTable(), std::string_view{nextName(at)}, &UnitRow::name));
+            std::ranges::find(units(), std::string_view{nextName(at)}, &Unit::name));
 }
 BENCHMARK(BM_UnitByNameSearched);
 
@@ -37,8 +37,8 @@ void BM_UnitByCode(benchmark::State& state)
 {
     std::size_t at = 0;
     for (auto _ : state) {
-        at = (at + 61) % unitTable().size();
-        benchmark::DoNotOptimize(ZEL_XUTIL_GetUnitNameFromCode(unitTable()[at].code));
+        at = (at + 61) % units().size();
+        benchmark::DoNotOptimize(ZEL_XUTIL_GetUnitNameFromCode(units()[at].code));
     }
 }
 BENCHMARK(BM_UnitByCode);

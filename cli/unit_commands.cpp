@@ -3,7 +3,7 @@
 #include "application.h"
 #include "number_text.h"
 #include "suggestions.h"
-#include "units.h"
+#include "ZEL_VR_Framework.hpp"
 
 #include <array>
 #include <charconv>
@@ -25,14 +25,13 @@ struct ConvertArguments {
     std::string to;
 };
 
-const UnitRow& requireUnit(const std::string& text)
+const Unit& requireUnit(const std::string& text)
 {
     const auto code = wholeNumber<std::uint32_t>(text);
-    const std::int32_t named = code ? 0 : unitCode(text);
-    const UnitRow* const unit = findUnit(code ? *code : static_cast<std::uint32_t>(named));
+    const Unit* const unit = code ? unitOf(*code) : unitNamed(text);
     if (unit == nullptr) {
         std::vector<std::string> names;
-        for (const UnitRow& row : unitTable())
+        for (const Unit& row : zel::units())
             names.emplace_back(row.name);
         const std::string closest = closestTo(text, names);
         throw CommandFailure(
@@ -52,7 +51,7 @@ std::string realText(double value)
     return {digits.data(), end.ptr};
 }
 
-nlohmann::json described(const UnitRow& unit)
+nlohmann::json described(const Unit& unit)
 {
     return {{"code", unit.code},
             {"name", unit.name},
@@ -61,7 +60,7 @@ nlohmann::json described(const UnitRow& unit)
             {"encoded", unit.encoded}};
 }
 
-std::string encodedText(const UnitRow& unit)
+std::string encodedText(const Unit& unit)
 {
     return unit.encoded == 0 ? "" : hexadecimal(static_cast<std::int32_t>(unit.encoded));
 }
@@ -74,13 +73,13 @@ void units(CommandOutput& output, const UnitsArguments& arguments)
                      {.heading = "OFFSET", .align = Align::right},
                      {.heading = "ENCODED"}});
     nlohmann::json list = nlohmann::json::array();
-    const auto add = [&](const UnitRow& unit) {
+    const auto add = [&](const Unit& unit) {
         table.addRow({std::to_string(unit.code), unit.name, realText(unit.factor),
                       realText(unit.offset), encodedText(unit)});
         list.push_back(described(unit));
     };
     if (arguments.unit.empty())
-        for (const UnitRow& unit : unitTable())
+        for (const Unit& unit : zel::units())
             add(unit);
     else
         add(requireUnit(arguments.unit));
@@ -96,9 +95,9 @@ void convert(CommandOutput& output, const ConvertArguments& arguments)
     if (!value)
         throw CommandFailure({.problem = "'" + arguments.value + "' is no number",
                               .advice = "a value looks like 20, -0.5 or 1e-3"});
-    const UnitRow& from = requireUnit(arguments.from);
-    const UnitRow& to = requireUnit(arguments.to);
-    auto converted = convertUnit(*value, from, to);
+    const Unit& from = requireUnit(arguments.from);
+    const Unit& to = requireUnit(arguments.to);
+    auto converted = zel::convert(*value, from, to);
     if (!converted)
         throw CommandFailure({.problem = std::string("'") + from.name + "' and '" + to.name +
                                          "' are units of different quantities",

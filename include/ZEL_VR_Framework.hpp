@@ -38,5 +38,6 @@
 #include "zel/network.hpp"
 #include "zel/signal.hpp"
 #include "zel/subscription.hpp"
+#include "zel/units.hpp"
 
 #endif

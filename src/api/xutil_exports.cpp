@@ -53,7 +53,7 @@ const char* ZEL_XUTIL_GetUnitNameFromCode(uint32_t code)
 {
     return textOrNothing([&] {
         static constinit ProcessWide<UnitNameBuffer> buffer;
-        const UnitRow* const unit = findUnit(code);
+        const Unit* const unit = findUnit(code);
         return buffer->hold(unit == nullptr ? "" : unit->name);
     });
 }

@@ -67,7 +67,7 @@ std::int32_t addUnit(XmlComposer& composer, const char* name, std::uint32_t code
 {
     if (code == 0)
         return ZEL_OK;
-    const UnitRow* const unit = findUnit(code);
+    const Unit* const unit = findUnit(code);
     return unit == nullptr ? ZEL_UNIT_NOT_FOUND : composer.addElement(name, unit->name);
 }
 
@@ -157,7 +157,7 @@ std::int32_t readUnit(std::string_view name, std::uint32_t& code)
 {
     if (name.empty())
         return ZEL_OK;
-    const UnitRow* const unit = findUnit(name);
+    const Unit* const unit = findUnit(name);
     if (unit == nullptr)
         return ZEL_UNIT_NOT_FOUND;
     code = unit->code;

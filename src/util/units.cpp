@@ -19,18 +19,18 @@ class Index {
     std::pmr::monotonic_buffer_resource m_memory{m_storage, sizeof m_storage};
 
 public:
-    std::pmr::unordered_map<std::string_view, const UnitRow*> byName{&m_memory};
-    std::pmr::unordered_map<std::uint32_t, const UnitRow*> byCode{&m_memory};
-    std::pmr::unordered_map<std::uint32_t, const UnitRow*> byEncoded{&m_memory};
+    std::pmr::unordered_map<std::string_view, const Unit*> byName{&m_memory};
+    std::pmr::unordered_map<std::uint32_t, const Unit*> byCode{&m_memory};
+    std::pmr::unordered_map<std::uint32_t, const Unit*> byEncoded{&m_memory};
 
     Index()
     {
-        const std::size_t most = unitTable().size();
+        const std::size_t most = units().size();
         byName.reserve(most);
         byCode.reserve(most);
         byEncoded.reserve(most);
         // The first of several rows stays.
-        for (const UnitRow& row : unitTable()) {
+        for (const Unit& row : units()) {
             byName.try_emplace(row.name, &row);
             byCode.try_emplace(row.code, &row);
             if (row.encoded != 0)
@@ -46,13 +46,13 @@ const Index& index()
 }
 
 template <class Map, class Key>
-const UnitRow* found(const Map& map, const Key& key)
+const Unit* found(const Map& map, const Key& key)
 {
     const auto entry = map.find(key);
     return entry == map.end() ? nullptr : entry->second;
 }
 
-std::int32_t codeOf(const UnitRow* row)
+std::int32_t codeOf(const Unit* row)
 {
     return row == nullptr ? ZEL_UNIT_NOT_FOUND : static_cast<std::int32_t>(row->code);
 }
@@ -94,24 +94,14 @@ std::optional<std::string> expandReferences(std::string_view name)
     return expanded;
 }
 
-/// Units of one quantity share a hundred; among the miscellaneous ones the two volume fractions
-/// and the two concentrations belong together.
-std::uint32_t quantity(const UnitRow& unit)
-{
-    constexpr std::uint32_t kMiscellaneous = 50;
-    if (unit.code / 100 != kMiscellaneous)
-        return unit.code / 100;
-    return unit.code == 5004 || unit.code == 5009 ? unit.code - 1 : unit.code;
-}
-
 } // namespace
 
-const UnitRow* findUnit(std::uint32_t code)
+const Unit* findUnit(std::uint32_t code)
 {
     return found(index().byCode, code);
 }
 
-const UnitRow* findUnit(std::string_view name)
+const Unit* findUnit(std::string_view name)
 {
     return found(index().byName, name);
 }
@@ -127,20 +117,6 @@ std::int32_t unitCode(std::string_view name)
 std::int32_t unitCodeOfEncoded(std::uint32_t encoded)
 {
     return codeOf(found(index().byEncoded, encoded));
-}
-
-bool areOfOneQuantity(const UnitRow& one, const UnitRow& other)
-{
-    return quantity(one) == quantity(other);
-}
-
-std::optional<double> convertUnit(double value, const UnitRow& from, const UnitRow& to)
-{
-    if (!areOfOneQuantity(from, to))
-        return std::nullopt;
-    if (from.factor == to.factor && from.offset == to.offset)
-        return value;
-    return (value * from.factor - from.offset + to.offset) / to.factor;
 }
 
 } // namespace zel

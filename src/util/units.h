@@ -1,8 +1,7 @@
 #pragma once
 
-#include "unit_table.h"
+#include "zel/units.hpp"
 
-#include <optional>
 #include <string_view>
 
 namespace zel {
@@ -11,20 +10,14 @@ namespace zel {
 // first look-up and lives for the whole process. Any thread.
 
 /// Null for a code that is not in the table.
-const UnitRow* findUnit(std::uint32_t code);
+const Unit* findUnit(std::uint32_t code);
 /// As it is written in the table, byte for byte.
-const UnitRow* findUnit(std::string_view name);
+const Unit* findUnit(std::string_view name);
 
 /// The code of a name in which "&#181;" or "&#xB5;" may stand for a character; ZEL_UNIT_NOT_FOUND.
 std::int32_t unitCode(std::string_view name);
 
 /// The code of a unit in SI exponents; ZEL_UNIT_NOT_FOUND, also for 0.
 std::int32_t unitCodeOfEncoded(std::uint32_t encoded);
-
-/// Whether values in one unit can be expressed in the other.
-bool areOfOneQuantity(const UnitRow& one, const UnitRow& other);
-
-/// The value in another unit of the same quantity; nothing for units of different quantities.
-std::optional<double> convertUnit(double value, const UnitRow& from, const UnitRow& to);
 
 } // namespace zel

@@ -14,7 +14,7 @@ namespace {
 TEST(Units, HaveTheirCodesFactorsAndEncodedForms)
 {
     // Rows that modules and other hosts rely on, to the last bit.
-    constexpr UnitRow kRows[] = {
+    constexpr Unit kRows[] = {
         {100, 1, 0, "rad", 0x100000},
         {102, 0.017453292519943295, 0, "°", 0x410000},
         {103, 0.017453292519943295, 0, "%degrees", 0},
@@ -40,8 +40,8 @@ TEST(Units, HaveTheirCodesFactorsAndEncodedForms)
         {5018, 0.05, 0, "dBV", 0},
         {100000, 1, 0, "UserDefined", 0},
     };
-    for (const UnitRow& row : kRows) {
-        const UnitRow* const found = findUnit(row.code);
+    for (const Unit& row : kRows) {
+        const Unit* const found = findUnit(row.code);
         ASSERT_NE(found, nullptr) << row.code;
         EXPECT_STREQ(found->name, row.name);
         EXPECT_EQ(found->factor, row.factor) << row.name;
@@ -53,9 +53,9 @@ TEST(Units, HaveTheirCodesFactorsAndEncodedForms)
 
 TEST(Units, AreNumberedWithoutGapsWithinTheirHundred)
 {
-    EXPECT_EQ(unitTable().size(), 167U);
+    EXPECT_EQ(units().size(), 167U);
     std::uint32_t last = 99;
-    for (const UnitRow& row : unitTable()) {
+    for (const Unit& row : units()) {
         EXPECT_EQ(findUnit(row.code), &row) << row.name;
         EXPECT_EQ(findUnit(row.name), &row);
         if (row.encoded != 0) {
@@ -89,13 +89,13 @@ TEST(Units, AreConvertedWithinOneQuantity)
         {1, "mole/l", "mole/m³", 1000},  {0.1, "l/l", "m³/m³", 0.1},
     };
     for (const Case& row : kCases) {
-        const auto converted = convertUnit(row.value, *findUnit(row.from), *findUnit(row.to));
+        const auto converted = convert(row.value, *findUnit(row.from), *findUnit(row.to));
         ASSERT_TRUE(converted) << row.from << row.to;
         EXPECT_NEAR(*converted, row.expected, 1e-9 * (1 + std::abs(row.expected))) << row.from;
     }
-    EXPECT_FALSE(convertUnit(1, *findUnit("m"), *findUnit("kg")));
-    EXPECT_FALSE(convertUnit(1, *findUnit("dB"), *findUnit("dBV")));
-    EXPECT_EQ(convertUnit(0.1, *findUnit("hPa"), *findUnit("mbar")), 0.1);
+    EXPECT_FALSE(convert(1, *findUnit("m"), *findUnit("kg")));
+    EXPECT_FALSE(convert(1, *findUnit("dB"), *findUnit("dBV")));
+    EXPECT_EQ(convert(0.1, *findUnit("hPa"), *findUnit("mbar")), 0.1);
 }
 
 TEST(Units, AreFoundByManyThreadsAtOnce)
@@ -103,7 +103,7 @@ TEST(Units, AreFoundByManyThreadsAtOnce)
     std::vector<std::thread> threads;
     for (int i = 0; i < 8; ++i)
         threads.emplace_back([] {
-            for (const UnitRow& row : unitTable())
+            for (const Unit& row : units())
                 EXPECT_EQ(ZEL_XUTIL_GetUnitCodeFromName(row.name),
                           static_cast<std::int32_t>(row.code));
         });

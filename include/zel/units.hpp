@@ -1,36 +1,62 @@
-#include "unit_table.h"
+/**
+ * @file units.hpp
+ * The physical units that modules number. Included by ZEL_VR_Framework.hpp. Nothing in here needs a
+ * started library or asks a module; all of it returns at once, on any thread.
+ */
+#ifndef ZEL_UNITS_HPP
+#define ZEL_UNITS_HPP
+
+#include "../ZEL_VR_Framework.h"
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
 
 namespace zel {
 
-namespace {
+/// A physical unit as modules number it. A value in this unit becomes one in the base unit of its
+/// quantity by: base value = value * factor - offset.
+struct Unit {
+    std::uint32_t code;
+    double factor;
+    double offset;
+    const char* name; ///< UTF-8, unique
+    /// In SI exponents: the top byte is a signed power of ten, the next one the unit above the
+    /// fraction bar, the next one the unit below it; 0 where the unit has no such form.
+    std::uint32_t encoded;
+};
+
+namespace detail {
 
 // Exact by definition: the international yard and pound (1959), the standard acceleration of free
 // fall (3rd CGPM, 1901), the US liquid gallon (231 cubic inches), the standard atmosphere (10th
 // CGPM, 1954).
-constexpr double kFoot = 0.3048;
-constexpr double kInch = 0.0254;
-constexpr double kPound = 0.45359237;
-constexpr double kFreeFall = 9.80665;
-constexpr double kPoundForce = kPound * kFreeFall;
-constexpr double kGallon = 231 * kInch * kInch * kInch;
-constexpr double kAtmosphere = 101325;
+inline constexpr double kFoot = 0.3048;
+inline constexpr double kInch = 0.0254;
+inline constexpr double kPound = 0.45359237;
+inline constexpr double kFreeFall = 9.80665;
+inline constexpr double kPoundForce = kPound * kFreeFall;
+inline constexpr double kGallon = 231 * kInch * kInch * kInch;
+inline constexpr double kAtmosphere = 101325;
 // The millimetre of mercury: a column of 13595.1 kg/m3 under standard free fall (ISO 80000-4).
-constexpr double kMercury = 13595.1 * kFreeFall * 1e-3;
+inline constexpr double kMercury = 13595.1 * kFreeFall * 1e-3;
 
-constexpr double kPi = 3.14159265358979323846;
-constexpr double kDegree = kPi / 180;
-constexpr double kPerMinute = 2 * kPi / 60; // one revolution
-constexpr double kMinute = 60;
-constexpr double kHour = 3600;
-constexpr double kLitre = 1e-3;
+inline constexpr double kPi = 3.14159265358979323846;
+inline constexpr double kDegree = kPi / 180;
+inline constexpr double kPerMinute = 2 * kPi / 60; // one revolution
+inline constexpr double kMinute = 60;
+inline constexpr double kHour = 3600;
+inline constexpr double kLitre = 1e-3;
 
-constexpr double kFahrenheit = 5.0 / 9;
-constexpr double kIcePoint = 273.15;
-constexpr double kFahrenheitZero = 255.37222222222223; // 459.67 * 5 / 9
+inline constexpr double kFahrenheit = 5.0 / 9;
+inline constexpr double kIcePoint = 273.15;
+inline constexpr double kFahrenheitZero = 255.37222222222223; // 459.67 * 5 / 9
 
 // The values that modules work with stand as such where they differ from the definition in the last
 // digits (psi, torr), and where they follow no definition (the levels in decibels).
-constexpr UnitRow kTable[] = {
+// The order is part of the table: searches take the first row that fits.
+inline constexpr Unit kUnits[] = {
     // angle
     {100, 1, 0, "rad", 0x00100000},
     {101, 1, 0, "radian", 0},
@@ -227,11 +253,52 @@ constexpr UnitRow kTable[] = {
     {100000, 1, 0, "UserDefined", 0},
 };
 
-} // namespace
-
-std::span<const UnitRow> unitTable()
+/// Units of one quantity share a hundred; among the miscellaneous ones the two volume fractions and
+/// the two concentrations belong together.
+constexpr std::uint32_t quantityOf(const Unit& unit) noexcept
 {
-    return kTable;
+    constexpr std::uint32_t kMiscellaneous = 50;
+    if (unit.code / 100 != kMiscellaneous)
+        return unit.code / 100;
+    return unit.code == 5004 || unit.code == 5009 ? unit.code - 1 : unit.code;
+}
+
+} // namespace detail
+
+/// All units.
+constexpr std::span<const Unit> units() noexcept
+{
+    return detail::kUnits;
+}
+
+/// The unit of a code; null where there is none.
+constexpr const Unit* unitOf(std::uint32_t code) noexcept
+{
+    for (const Unit& unit : detail::kUnits)
+        if (unit.code == code)
+            return &unit;
+    return nullptr;
+}
+
+/// The unit of this name, upper and lower case as they are (ZEL_XUTIL_GetUnitCodeFromName); null
+/// where there is none.
+inline const Unit* unitNamed(const std::string& name)
+{
+    const std::int32_t code = ZEL_XUTIL_GetUnitCodeFromName(name.c_str());
+    return code < ZEL_OK ? nullptr : unitOf(static_cast<std::uint32_t>(code));
+}
+
+/// The value in another unit of the same quantity; nothing for units of different quantities. "No
+/// value" (see noValue) is a number here: test before.
+constexpr std::optional<double> convert(double value, const Unit& from, const Unit& to) noexcept
+{
+    if (detail::quantityOf(from) != detail::quantityOf(to))
+        return std::nullopt;
+    if (from.factor == to.factor && from.offset == to.offset)
+        return value;
+    return (value * from.factor - from.offset + to.offset) / to.factor;
 }
 
 } // namespace zel
+
+#endif
