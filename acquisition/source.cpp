@@ -189,7 +189,7 @@ void Source::nameOverruns(Batch& batch)
 Source::Clock::time_point Source::fetchFailed(const Error& error)
 {
     if (error.isConnectionLost() || ++m_failures >= kMostFailures)
-        return lose(error.what());
+        return lose(error);
     // A module that has nothing subscribed has begun anew behind a link that held.
     if (!isTransactionCode(error.code())) {
         try {
@@ -199,13 +199,13 @@ Source::Clock::time_point Source::fetchFailed(const Error& error)
                      std::string{error.what()});
             return Clock::now() + m_options.pause;
         } catch (const Error& again) {
-            return lose(again.what());
+            return lose(again);
         }
     }
     return Clock::now() + m_options.pause;
 }
 
-Source::Clock::time_point Source::lose(const std::string& why)
+Source::Clock::time_point Source::lose(const Error& why)
 {
     m_lostAt = Clock::now();
     m_failures = 0;
@@ -216,10 +216,11 @@ Source::Clock::time_point Source::lose(const std::string& why)
     {
         const std::lock_guard lock{m_mutex};
         m_state.link = m_options.mayReconnect ? Link::lost : Link::ended;
-        m_state.problem = why;
+        m_state.problem = why.what();
+        m_state.code = why.code();
         ++m_state.outages;
     }
-    m_notice("the link is lost: " + why);
+    m_notice("the link is lost: " + std::string{why.what()});
     m_delay = kFirstDelay;
     return m_options.mayReconnect ? m_lostAt + m_delay : Clock::time_point::max();
 }

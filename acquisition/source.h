@@ -52,6 +52,7 @@ public:
         std::uint64_t newest = 0; ///< time of the newest sample, by the module's clock
         std::optional<ClockEstimator::Estimate> clock;
         std::string problem; ///< why the link is not up
+        std::int32_t code = 0; ///< of the library, where that was its answer
     };
     State state() const;
 
@@ -62,7 +63,7 @@ private:
     void lookAtClock(Batch& batch, std::uint64_t roundTrip);
     void nameOverruns(Batch& batch);
     Clock::time_point fetchFailed(const Error& error);
-    Clock::time_point lose(const std::string& why);
+    Clock::time_point lose(const Error& why);
     Clock::time_point dial();
     void subscribe(std::uint64_t start);
     std::uint64_t startTime() const;

@@ -23,8 +23,9 @@ struct RecordRequest {
     double sync = 0; ///< seconds
 
     acquisition::RecordingPlan plan;
-    std::string triggerModule; ///< label or address; empty: the first one
-    std::string triggerSignal; ///< reference, name or column
+    std::string triggerModule;  ///< label or address; empty: the first one
+    std::string triggerSignal;  ///< reference, name or column
+    std::string libraryTrigger; ///< text of a trigger of the library
     bool mayReconnect = true;
     bool isOnHostTime = false;
 };
