@@ -383,8 +383,10 @@ void read(const Handle& dataset, hid_t type, std::uint64_t begin, std::size_t co
                         [&] { return H5Screate_simple(1, &size, nullptr); }};
     const Handle file{"read a dataset", H5Sclose, [&] { return H5Dget_space(dataset.id()); }};
     call("read a dataset", [&] {
-        return std::min(H5Sselect_hyperslab(file.id(), H5S_SELECT_SET, &from, nullptr, &size, nullptr),
-                        H5Dread(dataset.id(), type, memory.id(), file.id(), H5P_DEFAULT, into));
+        return H5Sselect_hyperslab(file.id(), H5S_SELECT_SET, &from, nullptr, &size, nullptr);
+    });
+    call("read a dataset", [&] {
+        return H5Dread(dataset.id(), type, memory.id(), file.id(), H5P_DEFAULT, into);
     });
 }
 

@@ -89,8 +89,8 @@ Series makeTimes(const Handle& data, const std::string& name, const Series& valu
     setText(times.dataset(), "calendar", "proleptic_gregorian");
     setText(times.dataset(), "long_name", "time");
     call("make a dataset", [&] {
-        return std::min(H5DSset_scale(times.dataset().id(), name.c_str()),
-                        H5DSattach_scale(values.dataset().id(), times.dataset().id(), 0));
+        return std::min({H5DSset_scale(times.dataset().id(), name.c_str()),
+                         H5DSattach_scale(values.dataset().id(), times.dataset().id(), 0)});
     });
     return times;
 }

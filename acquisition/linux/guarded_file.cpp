@@ -46,6 +46,8 @@ GuardedFile::GuardedFile(const std::string& name, Opening opening)
     }
     if (file < 0 && (opening == Opening::existing || (opening == Opening::replace && errno == EEXIST)))
         file = open(m_path.c_str(), kFlags);
+    if (file < 0 && errno == EISDIR)
+        throw Failure(name + " is a folder");
     if (file < 0 && errno == EEXIST)
         throw Failure(name + " is there already");
     if (file < 0 && errno == ENOENT && opening != Opening::existing)
