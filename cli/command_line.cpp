@@ -185,7 +185,7 @@ void addAddressArgument(CLI::App& command, std::string& address)
 {
     command
         .add_option("ADDRESS", address,
-                    "Module: HOST or HOST:PORT (port " + std::to_string(kDefaultModulePort) +
+                    "Module: HOST or HOST:PORT (port " + std::to_string(kModulePort) +
                         " when left out, an IPv6 address in brackets); or its name or UUID, which "
                         "a scan looks for")
         ->required();

@@ -8,7 +8,6 @@
 #include "printable.h"
 #include "schema_table.h"
 #include "signal_numbers.h"
-#include "text_reading.h"
 #include "xml_layout.h"
 
 #include <vector>
@@ -56,17 +55,14 @@ std::string controlsHint(const std::string& address)
            " NAME' shows the parameters of one";
 }
 
-using ReadControl = std::int32_t(std::uint64_t, const char*, char*, std::uint64_t*, std::uint64_t);
+using ReadControl = std::string (Module::*)(const std::string&) const;
 
 std::string readControl(const ModuleSession& session, const std::string& name,
-                        const std::string& what, ReadControl* read)
+                        const std::string& what, ReadControl read)
 {
-    return readText(session,
-                    {.tried = "read the " + what + " of the control " + name,
-                     .advice = controlsHint(session.address())},
-                    [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-                        return read(session.uuid(), name.c_str(), buffer, length, capacity);
-                    });
+    return session.ask({.tried = "read the " + what + " of the control " + name,
+                        .advice = controlsHint(session.address())},
+                       [&](const Module& module) { return (module.*read)(name); });
 }
 
 void showDocument(CommandOutput& output, const ModuleSession& session, const std::string& control,
@@ -81,10 +77,8 @@ void showDocument(CommandOutput& output, const ModuleSession& session, const std
 void listControls(CommandOutput& output, const ModuleSession& session, bool isXml)
 {
     const std::string document =
-        readText(session, {.tried = "read the list of controls"},
-                 [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-                     return ZEL_XCTRL_GetControlsString(session.uuid(), buffer, length, capacity);
-                 });
+        session.ask({.tried = "read the list of controls"},
+                    [](const Module& module) { return module.controls(); });
     pugi::xml_document parsed;
     const bool isList = bool(parsed.load_buffer(document.data(), document.size()));
     TextTable table({{"Control"}, {"Parameters", Align::right}, {"Description"}});
@@ -110,7 +104,7 @@ void listControls(CommandOutput& output, const ModuleSession& session, bool isXm
 void describeControl(CommandOutput& output, const ModuleSession& session, const std::string& name,
                      const std::string& presentValues)
 {
-    const std::string schema = readControl(session, name, "schema", ZEL_XCTRL_ReadXSD);
+    const std::string schema = readControl(session, name, "schema", &Module::controlSchema);
     pugi::xml_document present;
     present.load_buffer(presentValues.data(), presentValues.size());
     const auto parameters = schemaEntries(schema, "");
@@ -141,9 +135,10 @@ void controls(CommandOutput& output, const ControlsArguments& arguments)
         return;
     }
     const std::string document =
-        arguments.isSchema       ? readControl(session, name, "schema", ZEL_XCTRL_ReadXSD)
-        : arguments.isStyleSheet ? readControl(session, name, "style sheet", ZEL_XCTRL_ReadXSLT)
-                                 : readControl(session, name, "description", ZEL_XCTRL_ReadXML);
+        arguments.isSchema ? readControl(session, name, "schema", &Module::controlSchema)
+        : arguments.isStyleSheet
+            ? readControl(session, name, "style sheet", &Module::controlStyleSheet)
+            : readControl(session, name, "description", &Module::controlDocument);
     if (arguments.isXml || arguments.isSchema || arguments.isStyleSheet)
         showDocument(output, session, name, document);
     else
@@ -160,45 +155,15 @@ std::string readParameters(const std::string& file)
     return document;
 }
 
-/// The answer that was too long for the buffer; the library keeps it.
-std::string keptAnswer(const ModuleSession& session, const std::string& control,
-                       std::uint64_t length)
-{
-    const char* data = nullptr;
-    std::uint64_t kept = 0;
-    ZEL_XCOM_GetSyncReqrSrvLastErrDatByUuid(session.uuid(), &data, &kept);
-    if (data == nullptr || kept != length) {
-        throw CommandFailure({.problem = session.address() + " executed " + control +
-                                         ", but its answer of " + byteCount(length) + " is lost"});
-    }
-    return {data, kept};
-}
-
-std::string execute(const ModuleSession& session, const std::string& control,
-                    const std::string& document)
-{
-    // Not by the growing reader: asking again would execute the control again.
-    std::string answer(std::size_t{1} << 20U, '\0');
-    std::uint64_t length = 0;
-    const std::int32_t code =
-        ZEL_XCTRL_ExecuteXMLPars(session.uuid(), control.c_str(), 0, document.c_str(),
-                                 answer.data(), &length, answer.size());
-    // With words of the module, of whatever length, it is a refusal that did not fit.
-    if (code == ZEL_SRV_BUFFER_TOO_SMALL && lastModuleText(session.uuid()).empty())
-        return keptAnswer(session, control, length);
-    stopIfInterrupted();
-    // The library does not look into the answer: what is no XML is what the module was sent.
-    session.judge(code, "execute " + control, controlsHint(session.address()),
-                  code < ZEL_OK ? Answer::words : Answer::data);
-    answer.resize(length);
-    return answer;
-}
-
 void executeDocument(CommandOutput& output, const ControlArguments& arguments)
 {
     const std::string document = readParameters(arguments.file);
     const ModuleSession session(arguments.address);
-    const std::string answer = execute(session, arguments.name, document);
+    const std::string answer = session.ask(
+        {.tried = "execute " + arguments.name,
+         .advice = controlsHint(session.address()),
+         .answer = Answer::words},
+        [&](Module& module) { return module.executeDocument(arguments.name, document); });
     if (output.isJson)
         output.json(session.identity(), {{"control", arguments.name}, {"answer", answer}});
     else
@@ -211,14 +176,11 @@ void control(CommandOutput& output, const ControlArguments& arguments)
         executeDocument(output, arguments);
         return;
     }
-    std::vector<const char*> parameters;
-    for (const auto& parameter : arguments.parameters)
-        parameters.push_back(parameter.c_str());
     const ModuleSession session(arguments.address);
-    const std::int32_t code =
-        ZEL_XCTRL_Execute(session.uuid(), arguments.name.c_str(), 0,
-                          static_cast<std::uint32_t>(parameters.size()), parameters.data());
-    session.check(code, "execute " + arguments.name, controlsHint(arguments.address));
+    session.ask({.tried = "execute " + arguments.name,
+                 .advice = controlsHint(arguments.address),
+                 .answer = Answer::words},
+                [&](Module& module) { module.execute(arguments.name, arguments.parameters); });
     if (output.isJson) {
         output.json(session.identity(),
                     {{"control", arguments.name}, {"parameters", arguments.parameters}});
@@ -233,14 +195,12 @@ void zero(CommandOutput& output, const ZeroArguments& arguments)
     const SignalNumbers numbers = signalNumbers(session, arguments.signal);
     const std::string signal = "signal " + std::to_string(numbers.signal) + " of connector " +
                                std::to_string(numbers.connector);
-    // The control counts from 0.
-    const std::uint32_t connector = numbers.connector - 1;
-    const std::uint32_t index = numbers.signal - 1;
-    const std::int32_t code =
-        arguments.target
-            ? ZEL_XCTRL_SetZeroWithTarget(session.uuid(), connector, index, *arguments.target)
-            : ZEL_XCTRL_SetZero(session.uuid(), connector, index);
-    session.check(code, "zero " + signal, controlsHint(arguments.address));
+    session.ask({.tried = "zero " + signal,
+                 .advice = controlsHint(arguments.address),
+                 .answer = Answer::words},
+                [&](Module& module) {
+                    module.setZero(numbers.connector, numbers.signal, arguments.target);
+                });
     if (output.isJson) {
         output.json(session.identity(), {{"connector", numbers.connector},
                                          {"signal", numbers.signal},
@@ -253,10 +213,11 @@ void zero(CommandOutput& output, const ZeroArguments& arguments)
 void led(CommandOutput& output, const LedArguments& arguments)
 {
     const ModuleSession session(arguments.address);
-    session.check(ZEL_XCTRL_SetLedMode(session.uuid(), arguments.led, arguments.mode),
-                  "set LED " + std::to_string(arguments.led) + " to mode " +
-                      std::to_string(arguments.mode),
-                  controlsHint(arguments.address));
+    session.ask({.tried = "set LED " + std::to_string(arguments.led) + " to mode " +
+                          std::to_string(arguments.mode),
+                 .advice = controlsHint(arguments.address),
+                 .answer = Answer::words},
+                [&](Module& module) { module.setLed(arguments.led, arguments.mode); });
     if (output.isJson) {
         output.json(session.identity(), {{"led", arguments.led}, {"mode", arguments.mode}});
     } else {

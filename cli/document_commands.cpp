@@ -5,7 +5,6 @@
 #include "module_session.h"
 #include "number_text.h"
 #include "schema_table.h"
-#include "text_reading.h"
 
 #include <nlohmann/json.hpp>
 #include <pugixml.hpp>
@@ -58,17 +57,11 @@ void print(CommandOutput& output, const ModuleSession& session, const nlohmann::
 void readXml(CommandOutput& output, const XmlArguments& arguments)
 {
     const ModuleSession session(arguments.address);
-    const std::int32_t choicesOnly = arguments.isChoicesOnly ? 1 : 0;
-    const std::string document = readText(
-        session,
+    const std::string document = session.ask(
         {.tried = "read " + documentName(arguments.section, arguments.view),
          .advice = viewsHint(arguments.address)},
-        [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-            return arguments.section.empty()
-                       ? ZEL_XPAR_ReadXML(session.uuid(), arguments.view, choicesOnly, buffer,
-                                          length, capacity)
-                       : ZEL_XPAR_ReadXMLSect(session.uuid(), arguments.view, choicesOnly,
-                                              arguments.section.c_str(), buffer, length, capacity);
+        [&](const Module& module) {
+            return module.document(arguments.view, arguments.section, arguments.isChoicesOnly);
         });
     print(output, session, {{"view", arguments.view}, {"section", arguments.section}}, document);
 }
@@ -77,14 +70,12 @@ void writeXml(CommandOutput& output, const XmlArguments& arguments)
 {
     const std::string document = readHostFile(arguments.file);
     const ModuleSession session(arguments.address);
-    const std::int32_t code =
-        arguments.section.empty()
-            ? ZEL_XPAR_WriteXML(session.uuid(), arguments.view, document.data(), document.size())
-            : ZEL_XPAR_WriteXMLSect(session.uuid(), arguments.view, arguments.section.c_str(),
-                                    document.data(), document.size());
     const std::string name = documentName(arguments.section, arguments.view);
-    session.check(code, "write " + arguments.file + " to " + name,
-                  schemaHint(arguments.address, arguments.view, arguments.section));
+    session.ask(
+        {.tried = "write " + arguments.file + " to " + name,
+         .advice = schemaHint(arguments.address, arguments.view, arguments.section),
+         .answer = Answer::words},
+        [&](Module& module) { module.writeDocument(arguments.view, document, arguments.section); });
     if (output.isJson) {
         output.json(session.identity(), {{"view", arguments.view},
                                          {"section", arguments.section},
@@ -106,17 +97,12 @@ void schema(CommandOutput& output, const SchemaArguments& arguments)
 {
     const ModuleSession session(arguments.address);
     const std::string kind = arguments.isStyleSheet ? "style sheet" : "schema";
-    const std::string document = readText(
-        session,
+    const std::string document = session.ask(
         {.tried = "read the " + kind + " of " + documentName(arguments.section, arguments.view),
          .advice = viewsHint(arguments.address)},
-        [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-            if (arguments.isStyleSheet)
-                return ZEL_XPAR_ReadXSLT(session.uuid(), arguments.view, buffer, length, capacity);
-            return arguments.section.empty()
-                       ? ZEL_XPAR_ReadXSD(session.uuid(), arguments.view, buffer, length, capacity)
-                       : ZEL_XPAR_ReadXSDSect(session.uuid(), arguments.view,
-                                              arguments.section.c_str(), buffer, length, capacity);
+        [&](const Module& module) {
+            return arguments.isStyleSheet ? module.styleSheet(arguments.view)
+                                          : module.schema(arguments.view, arguments.section);
         });
     const auto entries = schemaEntries(document, arguments.section);
     if (arguments.isStyleSheet || arguments.isXml || entries.empty()) {
@@ -141,11 +127,8 @@ void schema(CommandOutput& output, const SchemaArguments& arguments)
 void views(CommandOutput& output, const ViewsArguments& arguments)
 {
     const ModuleSession session(arguments.address);
-    const std::string document =
-        readText(session, {.tried = "read the list of views"},
-                 [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-                     return ZEL_XPAR_GetParViewsString(session.uuid(), buffer, length, capacity);
-                 });
+    const std::string document = session.ask({.tried = "read the list of views"},
+                                             [](const Module& module) { return module.views(); });
     pugi::xml_document parsed;
     const bool isList = bool(parsed.load_buffer(document.data(), document.size()));
     TextTable table({{"View", Align::right}, {"Name"}});

@@ -6,7 +6,6 @@
 #include "module_session.h"
 #include "number_text.h"
 #include "progress_bar.h"
-#include "ZEL_VR_Framework.h"
 
 #include <chrono>
 #include <future>
@@ -94,37 +93,35 @@ std::uint64_t transfer(const ModuleSession& session, const std::vector<FirmwareI
         stopIfInterrupted();
         const SingleImageFolder folder(images[i]);
         progress.beginImage(images[i], i + 1, images.size());
-        auto result = std::async(std::launch::async, [&session, name = folder.name()] {
-            return ZEL_XSYS_WriteFirmware(session.uuid(), name.c_str());
-        });
-        do {
-            progress.draw();
-        } while (result.wait_for(kRedraw) != std::future_status::ready);
-        session.check(result.get(), "write the firmware image " + images[i].name,
-                      "nothing was flashed: the module goes on with the firmware that it has");
+        session.ask(
+            {.tried = "write the firmware image " + images[i].name,
+             .advice = "nothing was flashed: the module goes on with the firmware that it has",
+             .answer = Answer::words},
+            [&](Module& module) {
+                auto result =
+                    std::async(std::launch::async, [&] { module.writeFirmware(folder.name()); });
+                do {
+                    progress.draw();
+                } while (result.wait_for(kRedraw) != std::future_status::ready);
+                result.get();
+            });
         progress.endImage();
     }
     return progress.total();
 }
 
-struct FlashStatus {
-    std::uint32_t status = 0;
-    std::uint32_t progress = 0;
-};
-
 FlashStatus flashStatus(const ModuleConnection& module)
 {
-    FlashStatus flash;
-    module.checkReading(ZEL_XSYS_GetFlashStatus(module.uuid(), &flash.status, &flash.progress),
-                        "read the flashing status");
-    return flash;
+    return module.ask({"read the flashing status"},
+                      [](const Module& one) { return one.flashStatus(); });
 }
 
 FlashStatus flashUntilDone(const ModuleSession& session, std::uint32_t stallSeconds)
 {
     constexpr std::chrono::milliseconds kPause{250};
     constexpr std::uint32_t kDone = 100;
-    session.check(ZEL_XSYS_StartFlashing(session.uuid()), "start flashing");
+    session.ask({.tried = "start flashing", .answer = Answer::words},
+                [](Module& module) { module.startFlashing(); });
     ProgressBar bar;
     bar.beginStep("flashing");
     const auto start = Clock::now();

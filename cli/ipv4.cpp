@@ -1,27 +1,8 @@
 #include "ipv4.h"
 
 #include <bit>
-#include <charconv>
 
 namespace zel::cli {
-
-std::optional<std::uint32_t> ipv4(const std::string& text)
-{
-    std::uint32_t address = 0;
-    const char* position = text.data();
-    const char* const end = position + text.size();
-    for (int part = 0; part < 4; ++part) {
-        if (part > 0 && (position == end || *position++ != '.'))
-            return {};
-        std::uint32_t value = 0;
-        const auto read = std::from_chars(position, end, value);
-        if (read.ec != std::errc{} || value > 255)
-            return {};
-        position = read.ptr;
-        address = address << 8U | value;
-    }
-    return position == end ? std::optional{address} : std::nullopt;
-}
 
 std::string dotted(std::uint32_t address)
 {

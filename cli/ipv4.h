@@ -1,13 +1,11 @@
 #pragma once
 
+#include "zel/address.hpp"
+
 #include <cstdint>
-#include <optional>
 #include <string>
 
 namespace zel::cli {
-
-/// A dotted IPv4 address as a number, or nothing.
-std::optional<std::uint32_t> ipv4(const std::string& text);
 
 std::string dotted(std::uint32_t address);
 

@@ -5,7 +5,6 @@
 #include "module_session.h"
 #include "number_text.h"
 #include "printable.h"
-#include "text_reading.h"
 
 #include <algorithm>
 #include <chrono>
@@ -37,7 +36,7 @@ ModuleProbe probe(const FoundModule& module)
     ModuleProbe result;
     try {
         const auto start = Clock::now();
-        const ModuleConnection connection(module.tcpAddress());
+        const ModuleConnection connection(addressOf(module));
         result.connectMs = millisecondsSince(start);
         if (connection.uuid() != module.uuid) {
             result.problem = "another module, " + hexadecimal(connection.uuid()) +
@@ -45,14 +44,14 @@ ModuleProbe probe(const FoundModule& module)
             return result;
         }
         const auto connected = Clock::now();
-        std::string name;
-        const std::int32_t code = readName(connection, name);
-        result.readMs = millisecondsSince(connected);
-        if (code < ZEL_OK) {
-            result.problem =
-                "could not read System/Name over TCP: " + trimmed(StartedLibrary::textOf(code)) +
-                " (" + hexadecimal(code) + ")";
+        try {
+            connection.module().get("System/Name");
+        } catch (const Error& error) {
+            result.problem = "could not read System/Name over TCP: " +
+                             trimmed(StartedLibrary::textOf(error.code())) + " (" +
+                             hexadecimal(error.code()) + ")";
         }
+        result.readMs = millisecondsSince(connected);
     } catch (const CommandFailure& failure) {
         result.problem = problemText(failure);
     } catch (const Interrupted&) {

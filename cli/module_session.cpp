@@ -4,10 +4,8 @@
 #include "interrupt.h"
 #include "network_scan.h"
 #include "number_text.h"
-#include "ZEL_VR_Framework.h"
 
 #include <cstdio>
-#include <exception>
 
 #include <nlohmann/json.hpp>
 
@@ -15,23 +13,35 @@ namespace zel::cli {
 
 namespace {
 
-/// What the library answers instead of a null pointer when it has no text.
-constexpr std::string_view kNoText = "## text missing ##";
-
-std::string knownText(const char* text)
+std::unique_ptr<Module> connected(const Address& address, const std::string& advice = {})
 {
-    return text == nullptr || text == kNoText ? std::string{} : std::string(text);
+    try {
+        auto module = std::make_unique<Module>(address);
+        stopIfInterrupted();
+        return module;
+    } catch (const Error& error) {
+        stopIfInterrupted();
+        throw CommandFailure({.problem = "could not " + error.tried(),
+                              .code = error.code(),
+                              .codeText = error.codeText(),
+                              .advice = advice});
+    }
+}
+
+std::unique_ptr<Module> connected(const ModuleTarget& target)
+{
+    try {
+        if (target.address)
+            return connected(*target.address);
+    } catch (const CommandFailure& failure) {
+        if (failure.report().code != ZEL_TCP_CONNECT_FAILED || !target.mayBeName)
+            throw;
+    }
+    const FoundModule found = findModule(target);
+    return connected(addressOf(found), found.fits() ? "" : misfitText(found));
 }
 
 } // namespace
-
-std::string lastModuleText(std::uint64_t uuid)
-{
-    const char* text = nullptr;
-    std::uint64_t length = 0;
-    const bool isKnown = ZEL_XPAR_GetLastErrMsgByUuid(uuid, &text, &length) == ZEL_OK;
-    return isKnown && text != nullptr ? std::string(text, length) : std::string{};
-}
 
 bool isSilence(std::int32_t code)
 {
@@ -40,111 +50,81 @@ bool isSilence(std::int32_t code)
 }
 
 StartedLibrary::StartedLibrary()
-{
-    try {
-        ZEL_Init();
-    } catch (const std::exception& error) {
-        throw CommandFailure(
-            {.problem = std::string{"the library could not be started: "} + error.what(),
-             .advice = "it needs a thread and some descriptors of its own: is this host out of "
-                       "them or of memory (on Linux 'ulimit -u', 'ulimit -n' and 'ulimit -v' show "
-                       "what this user may have)?"});
-    }
-}
-
-StartedLibrary::~StartedLibrary()
-{
-    ZEL_Unload();
-}
-
-std::string StartedLibrary::textOf(std::int32_t code)
-{
-    return knownText(ZEL_XUTIL_GetText(code));
-}
-
-std::int32_t ModuleConnection::connect(const ModuleAddress& address)
-{
-    m_reached = address;
-    m_address = address.text();
-    return ZEL_XCOM_ConnectToTcpIpDev(address.host.c_str(), address.port, &m_uuid);
+try : m_library() {
+} catch (const Error& error) {
+    throw CommandFailure(
+        {.problem = "the library could not be started: " + error.codeText(),
+         .advice = "it needs a thread and some descriptors of its own: is this host out of them or "
+                   "of memory (on Linux 'ulimit -u', 'ulimit -n' and 'ulimit -v' show what this "
+                   "user may have)?"});
 }
 
 ModuleConnection::ModuleConnection(const ModuleTarget& target)
+    : m_module(connected(target)), m_address(m_module->address().text())
 {
-    std::int32_t code = target.address ? connect(*target.address) : ZEL_TCP_CONNECT_FAILED;
-    std::string advice;
-    if (code == ZEL_TCP_CONNECT_FAILED && target.mayBeName && !isInterrupted()) {
-        const FoundModule found = findModule(target);
-        code = connect(found.tcpAddress());
-        advice = found.fits() ? "" : misfitText(found);
-    }
-    if (isInterrupted()) {
-        if (code == ZEL_OK)
-            ZEL_XCOM_Disconnect(m_uuid);
-        throw Interrupted{};
-    }
-    if (code != ZEL_OK) {
-        throw CommandFailure({.problem = "could not connect to " + m_address,
-                              .code = code,
-                              .codeText = StartedLibrary::textOf(code),
-                              .advice = advice});
-    }
 }
 
-// A connection that is lost already answers "unknown": there is nothing left to do about that.
-ModuleConnection::~ModuleConnection()
+ModuleConnection::ModuleConnection(const Address& address)
+    : m_module(connected(address)), m_address(m_module->address().text())
 {
-    ZEL_XCOM_Disconnect(m_uuid);
 }
 
 void ModuleConnection::check(std::int32_t code, const std::string& tried,
                              const std::string& advice) const
 {
-    stopIfInterrupted();
-    judge(code, tried, advice, Answer::words);
-}
-
-void ModuleConnection::checkReading(std::int32_t code, const std::string& tried,
-                                    const std::string& advice) const
-{
-    stopIfInterrupted();
-    judge(code, tried, advice, Answer::data);
+    ask({tried, advice, Answer::words},
+        [&](const Module& module) { module.check(code, tried, Answer::words); });
 }
 
 void ModuleConnection::judge(std::int32_t code, const std::string& tried, const std::string& advice,
                              Answer answer) const
 {
-    if (code == ZEL_OK)
-        return;
-    // The module's words first: asking for the code's text is a request of its own, which
-    // overwrites them when it fails.
-    const bool mayHaveWords = code < ZEL_OK || answer == Answer::words;
-    const std::string moduleText = mayHaveWords ? lastModuleText(m_uuid) : std::string{};
-    if (code > ZEL_OK) {
-        warn(code, tried, moduleText);
-        return;
+    m_module->forgetWarning();
+    try {
+        m_module->check(code, tried, answer);
+        tellWarning(tried);
+    } catch (const Error& error) {
+        fail(error, {tried, advice, answer});
     }
-    const std::string own = adviceAbout(code, answer == Answer::words || !moduleText.empty());
-    throw CommandFailure({.problem = "could not " + tried + " on " + m_address,
-                          .code = code,
-                          .codeText = textOf(code),
-                          .moduleText = moduleText,
-                          .advice = own.empty() ? advice : own});
 }
 
-void ModuleConnection::warn(std::int32_t code, const std::string& tried,
-                            const std::string& moduleText) const
+void ModuleConnection::goOn(const Attempt& attempt) const
 {
-    const bool isTold = m_told && m_told->code == code && m_told->moduleText == moduleText;
-    m_warning = isTold ? *m_told : Warning{code, textOf(code), moduleText};
-    if (isTold)
+    stopIfInterrupted();
+    tellWarning(attempt.tried);
+}
+
+void ModuleConnection::giveUp(const Error& error, const Attempt& attempt) const
+{
+    stopIfInterrupted();
+    fail(error, attempt);
+}
+
+void ModuleConnection::fail(const Error& error, const Attempt& attempt) const
+{
+    const std::string own =
+        adviceAbout(error.code(), attempt.answer == Answer::words || !error.moduleText().empty());
+    throw CommandFailure({.problem = "could not " + attempt.tried + " on " + m_address,
+                          .code = error.code(),
+                          .codeText = error.codeText(),
+                          .moduleText = error.moduleText(),
+                          .advice = own.empty() ? attempt.advice : own});
+}
+
+void ModuleConnection::tellWarning(const std::string& tried) const
+{
+    const auto warning = m_module->lastWarning();
+    if (!warning)
         return;
-    m_told = m_warning;
-    const CommandFailure warning({.problem = m_address + " warned when asked to " + tried,
-                                  .code = code,
-                                  .codeText = m_warning->codeText,
-                                  .moduleText = moduleText});
-    std::fputs(warning.message().c_str(), stderr);
+    m_warning = warning;
+    if (m_told && m_told->code == warning->code && m_told->moduleText == warning->moduleText)
+        return;
+    m_told = warning;
+    const CommandFailure told({.problem = m_address + " warned when asked to " + tried,
+                               .code = warning->code,
+                               .codeText = warning->codeText,
+                               .moduleText = warning->moduleText});
+    std::fputs(told.message().c_str(), stderr);
 }
 
 std::string ModuleConnection::adviceAbout(std::int32_t code, bool isFromModule) const
@@ -156,15 +136,10 @@ std::string ModuleConnection::adviceAbout(std::int32_t code, bool isFromModule) 
     return code == ZEL_PARAM_XML_ERROR && isFromModule ? std::string{} : adviceFor(code);
 }
 
-std::string ModuleConnection::textOf(std::int32_t code) const
-{
-    return knownText(ZEL_XUTIL_GetTextFromModule(m_uuid, code));
-}
-
 nlohmann::json ModuleConnection::identity() const
 {
     // A number of 64 bits would lose its last digits in many readers of JSON.
-    nlohmann::json identity{{"address", m_address}, {"uuid", hexadecimal(m_uuid)}};
+    nlohmann::json identity{{"address", m_address}, {"uuid", hexadecimal(uuid())}};
     if (m_warning) {
         identity["warning"] = {{"code", m_warning->code},
                                {"hex", hexadecimal(m_warning->code)},
@@ -172,6 +147,15 @@ nlohmann::json ModuleConnection::identity() const
                                {"module", m_warning->moduleText}};
     }
     return identity;
+}
+
+std::string moduleName(const ModuleConnection& module)
+{
+    try {
+        return module.module().get("System/Name");
+    } catch (const Error&) {
+        return {};
+    }
 }
 
 } // namespace zel::cli

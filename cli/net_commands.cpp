@@ -7,9 +7,7 @@
 #include "network_scan.h"
 #include "number_text.h"
 #include "printable.h"
-#include "text_reading.h"
 #include "xml_layout.h"
-#include "ZEL_VR_Framework.h"
 
 #include <algorithm>
 #include <memory>
@@ -95,14 +93,14 @@ public:
     }
 
 private:
-    void connect(const ModuleAddress& address)
+    void connect(const Address& address)
     {
         m_connection = std::make_unique<ModuleConnection>(address);
         m_uuid = m_connection->uuid();
         m_name = m_connection->address();
     }
 
-    bool tryToConnect(const ModuleAddress& address)
+    bool tryToConnect(const Address& address)
     {
         try {
             connect(address);
@@ -120,7 +118,7 @@ private:
 
 void show(CommandOutput& output, const ShowArguments& arguments)
 {
-    const auto text = ModuleTarget::parse(arguments.module);
+    const auto text = moduleTarget(arguments.module);
     const StartedLibrary library;
     NetworkTarget target(text, [&text] { return findModule(text); });
     std::string document;
@@ -293,7 +291,7 @@ std::optional<FoundModule> lookAfter(std::uint64_t uuid, const Wanted& wanted)
 bool isReachedAt(std::uint32_t address, std::uint16_t port, std::uint64_t uuid)
 {
     try {
-        return ModuleConnection(ModuleAddress{dotted(address), port}).uuid() == uuid;
+        return ModuleConnection(Address{dotted(address), port}).uuid() == uuid;
     } catch (const CommandFailure&) {
         return false;
     }
@@ -325,7 +323,7 @@ void set(CommandOutput& output, const SetArguments& arguments)
 {
     const Wanted wanted = wantedBy(arguments);
     const std::string document = settingsDocument(arguments, wanted);
-    const auto text = ModuleTarget::parse(arguments.module);
+    const auto text = moduleTarget(arguments.module);
     requireScanPorts();
     const StartedLibrary library;
     const auto modules = scanNetwork();

@@ -10,34 +10,10 @@
 
 namespace zel::cli {
 
-/// One of this host's adapters, under the number that scans know it by.
-struct Adapter {
-    std::uint32_t number = 0;
-    std::string name;
-    std::string address; ///< empty without one
-    std::string mask;
-    std::string hardware;
-};
+/// Where it can be connected to. Throws CommandFailure where it tells none.
+Address addressOf(const FoundModule& module);
 
-/// A module that answered, and the adapter that heard it.
-struct FoundModule {
-    std::string address;
-    std::string mask;
-    std::uint32_t port = 0;
-    std::string name;
-    std::uint64_t uuid = 0;
-    std::string type;
-    std::string firmware;
-    Adapter adapter;
-
-    /// Whether this host can talk to it over the adapter as both are set.
-    bool fits() const;
-
-    /// Where it can be connected to. Throws CommandFailure where it tells none.
-    ModuleAddress tcpAddress() const;
-};
-
-/// Works without a started library.
+/// Works without a started library. Throws CommandFailure.
 std::vector<Adapter> listAdapters();
 
 /// Asks over every adapter at once, or over one; takes 3 seconds. The library must be started.
@@ -48,9 +24,8 @@ std::vector<FoundModule> scanNetwork(std::optional<std::uint32_t> adapter = {});
 std::vector<FoundModule>
 scanUntil(const std::function<bool(const std::vector<FoundModule>&)>& isEnough);
 
-/// The one of the modules that has this name or UUID (in decimal, or behind "0x"), or else whose
-/// name is the same but for upper and lower case, or else begins with it. Throws CommandFailure
-/// where none or several do.
+/// The one of the modules that answers best to the name or UUID. Throws CommandFailure where none
+/// or several do.
 FoundModule chooseModule(const std::vector<FoundModule>& modules, const ModuleTarget& target);
 
 /// Looks for the module, and ends as soon as one has answered to its whole name.

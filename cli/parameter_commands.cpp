@@ -5,7 +5,6 @@
 #include "module_session.h"
 #include "number_text.h"
 #include "printable.h"
-#include "text_reading.h"
 
 #include <nlohmann/json.hpp>
 
@@ -48,14 +47,10 @@ void requireAgreement(const ModuleSession& session)
 void get(CommandOutput& output, const GetArguments& arguments)
 {
     const ModuleSession session(arguments.address);
-    const std::string value =
-        readText(session,
-                 {.tried = "read " + arguments.path + " " + viewText(arguments.view),
-                  .advice = documentHint(arguments.address, arguments.view)},
-                 [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-                     return ZEL_XPAR_ReadPar(session.uuid(), arguments.view, arguments.path.c_str(),
-                                             "", buffer, length, capacity);
-                 });
+    const std::string value = session.ask(
+        {.tried = "read " + arguments.path + " " + viewText(arguments.view),
+         .advice = documentHint(arguments.address, arguments.view)},
+        [&](const Module& module) { return module.get(arguments.path, arguments.view); });
     if (output.isJson) {
         output.json(session.identity(),
                     {{"view", arguments.view}, {"path", arguments.path}, {"value", value}});
@@ -79,47 +74,43 @@ void checkValue(const SetArguments& arguments)
         refuseValue(arguments, "number (with '.' before the decimals)");
 }
 
-std::int32_t write(std::uint64_t uuid, const SetArguments& arguments)
+void write(Module& module, const SetArguments& arguments)
 {
-    const char* const path = arguments.path.c_str();
-    if (arguments.type == "int") {
-        return ZEL_XPAR_WriteIntPar(uuid, arguments.view, path, "",
-                                    wholeNumber<std::int32_t>(arguments.value).value());
-    }
-    if (arguments.type == "double") {
-        return ZEL_XPAR_WriteDoublePar(uuid, arguments.view, path, "",
-                                       decimalNumber(arguments.value).value());
-    }
-    return ZEL_XPAR_WriteStringPar(uuid, arguments.view, path, "", arguments.value.c_str());
+    if (arguments.type == "int")
+        module.set(arguments.path, wholeNumber<std::int32_t>(arguments.value).value(),
+                   arguments.view);
+    else if (arguments.type == "double")
+        module.set(arguments.path, decimalNumber(arguments.value).value(), arguments.view);
+    else
+        module.set(arguments.path, arguments.value, arguments.view);
 }
 
 /// The value that the module has now; the one that was sent where it does not tell.
-std::string valueNow(std::uint64_t uuid, const SetArguments& arguments)
+std::string valueNow(const Module& module, const SetArguments& arguments)
 {
-    std::string value;
-    const std::int32_t code =
-        readGrowing(value, [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-            return ZEL_XPAR_ReadPar(uuid, arguments.view, arguments.path.c_str(), "", buffer,
-                                    length, capacity);
-        });
-    return code < ZEL_OK ? arguments.value : value;
+    try {
+        return module.get(arguments.path, arguments.view);
+    } catch (const Error&) {
+        return arguments.value;
+    }
 }
 
 void set(CommandOutput& output, const SetArguments& arguments)
 {
     checkValue(arguments);
     const ModuleSession session(arguments.address);
-    session.check(write(session.uuid(), arguments),
-                  "set " + arguments.path + " to '" + arguments.value + "' " +
-                      viewText(arguments.view),
-                  schemaHint(arguments.address, arguments.view, arguments.path));
+    session.ask({.tried = "set " + arguments.path + " to '" + arguments.value + "' " +
+                          viewText(arguments.view),
+                 .advice = schemaHint(arguments.address, arguments.view, arguments.path),
+                 .answer = Answer::words},
+                [&](Module& module) { write(module, arguments); });
     nlohmann::json result{{"view", arguments.view},
                           {"path", arguments.path},
                           {"as", arguments.type},
                           {"written", arguments.value}};
     // A module that warns may have taken another value than it was sent.
     const std::string value =
-        session.hasWarned() ? valueNow(session.uuid(), arguments) : arguments.value;
+        session.hasWarned() ? valueNow(session.module(), arguments) : arguments.value;
     if (session.hasWarned())
         result["value"] = value;
     if (output.isJson)
@@ -141,11 +132,15 @@ void setDefault(CommandOutput& output, const DefaultArguments& arguments)
         requireAgreement(session);
     const std::string what =
         arguments.isAll ? "all parameters" : arguments.xpath + " " + viewText(arguments.view);
-    const std::int32_t code = arguments.isAll
-                                  ? ZEL_XPAR_ActivateAllDefaultSettings(session.uuid())
-                                  : ZEL_XPAR_ActivateDefaultSetting(session.uuid(), arguments.view,
-                                                                    arguments.xpath.c_str());
-    session.check(code, "reset " + what, documentHint(arguments.address, arguments.view));
+    session.ask({.tried = "reset " + what,
+                 .advice = documentHint(arguments.address, arguments.view),
+                 .answer = Answer::words},
+                [&](Module& module) {
+                    if (arguments.isAll)
+                        module.resetAll();
+                    else
+                        module.reset(arguments.xpath, arguments.view);
+                });
     if (output.isJson)
         output.json(session.identity(), {{"reset", arguments.isAll ? "all" : arguments.xpath}});
     else

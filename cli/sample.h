@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ZEL_VR_Framework.h"
+#include "ZEL_VR_Framework.hpp"
 
 #include <cstdint>
 #include <string>
@@ -26,18 +26,6 @@ struct Sample {
 /// index: `rate` is in millihertz. False for a data type that this program does not know.
 bool decodeRecord(const void* block, const ZEL_DaqHeader& header, std::uint64_t offset,
                   std::uint64_t rate, std::vector<Sample>& samples);
-
-/// Whether the elements of a type carry their own times.
-bool isTimed(std::uint8_t dataType);
-
-/// Bytes of one element in a block, whatever its type stands for.
-std::uint64_t elementSize(std::uint8_t dataType);
-
-/// Time that sample `index` lies behind the first one, in nanoseconds, rounded down.
-std::uint64_t timeOfIndex(std::uint64_t index, std::uint64_t millihertz);
-
-/// How many samples lie in a time: the inverse, not rounded.
-double samplesIn(std::uint64_t nanoseconds, std::uint64_t millihertz);
 
 /// Two equal times that are both rounded down are at most this far apart.
 constexpr std::uint64_t kRounding = 2;

@@ -3,7 +3,6 @@
 #include "application.h"
 #include "module_session.h"
 #include "number_text.h"
-#include "text_reading.h"
 
 #include <algorithm>
 #include <memory>
@@ -27,27 +26,19 @@ struct TopologyArguments {
     bool isXml = false;
 };
 
-/// A text of a fixed-size record, which is not terminated when it fills its field.
-template <std::size_t Size>
-std::string fieldText(const char (&field)[Size])
-{
-    return {field, std::find(field, field + Size, '\0')};
-}
-
 /// Where an error or a status belongs, numbered from 1.
 std::string numberText(std::uint32_t number)
 {
     return number == 0 ? "-" : std::to_string(number);
 }
 
-std::string errorText(const ZEL_ErrorEntry& error)
+std::string errorText(const ModuleError& error)
 {
-    const std::string text = fieldText(error.text);
-    return text.empty() ? StartedLibrary::textOf(error.code) : text;
+    return error.text.empty() ? StartedLibrary::textOf(error.code) : error.text;
 }
 
 /// The library keeps no more entries than its list takes and does not tell about the rest.
-std::string fullListNote(std::uint32_t count)
+std::string fullListNote(std::size_t count)
 {
     return count < ZEL_LIST_SIZE_EX ? "" : "the list is full: the module may have more";
 }
@@ -55,9 +46,8 @@ std::string fullListNote(std::uint32_t count)
 void errors(CommandOutput& output, const StateArguments& arguments)
 {
     const ModuleSession session(arguments.address);
-    const auto list = std::make_unique<ZEL_ErrorListEx>();
-    session.checkReading(ZEL_XSTAT_GetErrorStatusEx(session.uuid(), list.get()), "read the errors");
-    const auto count = std::min<std::uint32_t>(list->count, ZEL_LIST_SIZE_EX);
+    const auto errors =
+        session.ask({"read the errors"}, [](const Module& module) { return module.errors(); });
     TextTable table({{"Level", Align::right},
                      {"Code", Align::right},
                      {"Connector", Align::right},
@@ -65,8 +55,7 @@ void errors(CommandOutput& output, const StateArguments& arguments)
                      {"Signal", Align::right},
                      {"Text"}});
     auto entries = nlohmann::json::array();
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const ZEL_ErrorEntry error = list->entries[i];
+    for (const ModuleError& error : errors) {
         table.addRow({std::to_string(error.level), std::to_string(error.code),
                       numberText(error.connector), numberText(error.channel),
                       numberText(error.signal), errorText(error)});
@@ -81,16 +70,14 @@ void errors(CommandOutput& output, const StateArguments& arguments)
     if (output.isJson)
         output.json(session.identity(), {{"errors", entries}});
     else
-        output.table(table, "no errors", fullListNote(count));
+        output.table(table, "no errors", fullListNote(errors.size()));
 }
 
 void status(CommandOutput& output, const StateArguments& arguments)
 {
     const ModuleSession session(arguments.address);
-    const auto list = std::make_unique<ZEL_StatusListEx>();
-    session.checkReading(ZEL_XSTAT_GetModuleStatusEx(session.uuid(), list.get()),
-                         "read the status");
-    const auto count = std::min<std::uint32_t>(list->count, ZEL_LIST_SIZE_EX);
+    const auto values =
+        session.ask({"read the status"}, [](const Module& module) { return module.status(); });
     TextTable table({{"Connector", Align::right},
                      {"Channel", Align::right},
                      {"Signal", Align::right},
@@ -98,42 +85,21 @@ void status(CommandOutput& output, const StateArguments& arguments)
                      {"Value", Align::right},
                      {"Info"}});
     auto entries = nlohmann::json::array();
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const ZEL_StatusEntry entry = list->entries[i];
-        const std::string info = fieldText(entry.info);
+    for (const StatusValue& entry : values) {
         table.addRow({numberText(entry.connector), numberText(entry.channel),
                       numberText(entry.signal), std::to_string(entry.statusId),
-                      std::to_string(entry.value), info});
+                      std::to_string(entry.value), entry.info});
         entries.push_back({{"connector", entry.connector},
                            {"channel", entry.channel},
                            {"signal", entry.signal},
                            {"statusId", entry.statusId},
                            {"value", std::to_string(entry.value)},
-                           {"info", info}});
+                           {"info", entry.info}});
     }
     if (output.isJson)
         output.json(session.identity(), {{"status", entries}});
     else
-        output.table(table, "the module reports no status", fullListNote(count));
-}
-
-std::vector<ZEL_ConnectedModule> connectedModules(const ModuleSession& session)
-{
-    constexpr std::size_t kMostModules = 65536;
-    std::vector<ZEL_ConnectedModule> modules(256);
-    std::uint64_t count = 0;
-    std::int32_t code = ZEL_OK;
-    for (;;) {
-        code =
-            ZEL_XSTAT_GetConnectedModules(session.uuid(), modules.data(), &count, modules.size());
-        // The library does not tell how many there are when there are too many.
-        if (code != ZEL_SRV_BUFFER_TOO_SMALL || modules.size() >= kMostModules)
-            break;
-        modules.resize(modules.size() * 4);
-    }
-    session.checkReading(code, "list the connected modules");
-    modules.resize(std::min<std::uint64_t>(count, modules.size()));
-    return modules;
+        output.table(table, "the module reports no status", fullListNote(values.size()));
 }
 
 void modules(CommandOutput& output, const StateArguments& arguments)
@@ -141,7 +107,9 @@ void modules(CommandOutput& output, const StateArguments& arguments)
     const ModuleSession session(arguments.address);
     TextTable table({{"UUID"}, {"Type", Align::right}, {"Interface", Align::right}});
     auto entries = nlohmann::json::array();
-    for (const ZEL_ConnectedModule module : connectedModules(session)) {
+    for (const ZEL_ConnectedModule module :
+         session.ask({"list the connected modules"},
+                     [](const Module& one) { return one.connectedModules(); })) {
         const std::string uuid = hexadecimal(module.uuid);
         table.addRow(
             {uuid, std::to_string(module.deviceType), std::to_string(module.activeInterface)});
@@ -173,13 +141,13 @@ void topology(CommandOutput& output, const TopologyArguments& arguments)
 {
     std::vector<ModuleTarget> targets;
     for (const auto& address : arguments.addresses)
-        targets.push_back(ModuleTarget::parse(address));
+        targets.push_back(moduleTarget(address));
     const StartedLibrary library;
     Connections connections;
     for (const auto& target : targets)
         connections.push_back(std::make_unique<ModuleConnection>(target));
-    const std::string document =
-        readText(*connections.front(), {.tried = "make the topology"}, ZEL_XSTAT_GetTopologyString);
+    const std::string document = connections.front()->ask(
+        {"make the topology"}, [](const Module&) { return zel::topology(); });
     if (arguments.isXml) {
         showTopologyDocument(output, connections, document);
         return;

@@ -5,7 +5,6 @@
 #include "interrupt.h"
 #include "module_session.h"
 #include "number_text.h"
-#include "text_reading.h"
 
 #include <algorithm>
 #include <chrono>
@@ -63,9 +62,9 @@ void getFile(CommandOutput& output, const FileArguments& given)
     }
     requireNewFile(arguments.hostFile, arguments.isForced);
     const ModuleSession session(arguments.address);
-    const std::int32_t code = ZEL_XSYS_ReadFile(session.uuid(), "", arguments.moduleFile.c_str(),
-                                                arguments.hostFile.c_str());
-    session.checkReading(code, "copy " + arguments.moduleFile + " to " + arguments.hostFile);
+    session.ask(
+        {"copy " + arguments.moduleFile + " to " + arguments.hostFile},
+        [&](const Module& module) { module.readFile(arguments.moduleFile, arguments.hostFile); });
     reportCopy(output, session, arguments, arguments.moduleFile, arguments.hostFile);
 }
 
@@ -73,14 +72,15 @@ void putFile(CommandOutput& output, const FileArguments& arguments)
 {
     requireCopyableFile(arguments.hostFile);
     const ModuleSession session(arguments.address);
-    session.check(ZEL_XSYS_WriteFile(session.uuid(), arguments.hostFile.c_str(), "",
-                                     arguments.moduleFile.c_str()),
-                  "copy " + arguments.hostFile + " to " + arguments.moduleFile);
+    session.ask(
+        {.tried = "copy " + arguments.hostFile + " to " + arguments.moduleFile,
+         .answer = Answer::words},
+        [&](Module& module) { module.writeFile(arguments.hostFile, arguments.moduleFile); });
     reportCopy(output, session, arguments, arguments.hostFile, arguments.moduleFile);
 }
 
 /// Whether the module answers again before the time is over.
-bool comesBack(const ModuleAddress& address, std::chrono::seconds time)
+bool comesBack(const Address& address, std::chrono::seconds time)
 {
     using Clock = std::chrono::steady_clock;
     constexpr std::chrono::milliseconds kPause{500};
@@ -101,9 +101,9 @@ bool comesBack(const ModuleAddress& address, std::chrono::seconds time)
 
 void restart(CommandOutput& output, const RestartArguments& arguments)
 {
-    const ModuleTarget target = ModuleTarget::parse(arguments.address);
+    const ModuleTarget target = moduleTarget(arguments.address);
     const StartedLibrary library;
-    ModuleAddress address;
+    Address address;
     nlohmann::json identity;
     bool hasAnswered = true;
     {
@@ -134,23 +134,10 @@ void restart(CommandOutput& output, const RestartArguments& arguments)
 
 void debug(CommandOutput& output, const DebugArguments& arguments)
 {
-    constexpr std::size_t kLargestAnswer = 1U << 24U;
-    auto parameters = arguments.parameters;
-    parameters.resize(5);
     const ModuleSession session(arguments.address);
-    std::string answer(4096, '\0');
-    std::int32_t code = ZEL_OK;
-    for (;;) {
-        code = ZEL_XSYS_RequestDebugInfo(session.uuid(), arguments.id, parameters[0].c_str(),
-                                         parameters[1].c_str(), parameters[2].c_str(),
-                                         parameters[3].c_str(), parameters[4].c_str(),
-                                         answer.data(), answer.size());
-        if (code != ZEL_SRV_BUFFER_TOO_SMALL || answer.size() >= kLargestAnswer)
-            break;
-        answer.assign(answer.size() * 16, '\0');
-    }
-    session.checkReading(code, "read the debug information " + std::to_string(arguments.id));
-    answer.resize(std::min(answer.find('\0'), answer.size()));
+    const std::string answer = session.ask(
+        {"read the debug information " + std::to_string(arguments.id)},
+        [&](const Module& module) { return module.debugInfo(arguments.id, arguments.parameters); });
     if (output.isJson)
         output.json(session.identity(), {{"id", arguments.id}, {"answer", answer}});
     else

@@ -6,9 +6,6 @@
 #include "number_text.h"
 #include "printable.h"
 #include "signal_numbers.h"
-#include "text_reading.h"
-
-#include <array>
 
 #include <nlohmann/json.hpp>
 
@@ -22,8 +19,6 @@ struct TedsArguments {
     std::string file;
     bool mayReplace = false;
 };
-
-using TedsIdentifier = std::array<char, 17>;
 
 std::string connectorText(const TedsArguments& arguments)
 {
@@ -56,22 +51,19 @@ void read(CommandOutput& output, const TedsArguments& arguments)
     if (!arguments.file.empty())
         requireNewFile(arguments.file, arguments.mayReplace);
     const ModuleSession session(arguments.address);
-    TedsIdentifier identifier{};
-    const std::string data =
-        readText(session, {.tried = "read the TEDS of " + connectorText(arguments)},
-                 [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-                     return ZEL_XPAR_ReadTedsBinary(session.uuid(), arguments.connector,
-                                                    identifier.data(), buffer, length, capacity);
-                 });
+    const Teds teds =
+        session.ask({"read the TEDS of " + connectorText(arguments)},
+                    [&](const Module& module) { return module.teds(arguments.connector); });
+    const std::string& data = teds.data;
     if (!arguments.file.empty())
         writeHostFile(arguments.file, data);
     if (output.isJson) {
         output.json(session.identity(), {{"connector", arguments.connector},
-                                         {"tid", identifier.data()},
+                                         {"tid", teds.identifier},
                                          {"data", hexDigits(data)}});
         return;
     }
-    output.value("TEDS " + std::string(identifier.data()) + ", " + byteCount(data.size()) +
+    output.value("TEDS " + teds.identifier + ", " + byteCount(data.size()) +
                  (arguments.file.empty() ? "" : ", in " + arguments.file));
     if (arguments.file.empty())
         output.bytes(hexDump(data));
@@ -86,52 +78,25 @@ void write(CommandOutput& output, const TedsArguments& arguments)
                               .advice = "a TEDS image has at least one byte"});
     }
     const ModuleSession session(arguments.address);
-    TedsIdentifier identifier{};
-    session.checkReading(ZEL_XPAR_WriteTedsBinary(session.uuid(), arguments.connector,
-                                                  identifier.data(), data.data(), data.size()),
-                         "write " + byteCount(data.size()) + " to the TEDS of " +
-                             connectorText(arguments));
+    const std::string identifier = session.ask(
+        {"write " + byteCount(data.size()) + " to the TEDS of " + connectorText(arguments)},
+        [&](Module& module) { return module.writeTeds(arguments.connector, data); });
     if (output.isJson) {
-        output.json(session.identity(), {{"connector", arguments.connector},
-                                         {"tid", identifier.data()},
-                                         {"written", data.size()}});
+        output.json(
+            session.identity(),
+            {{"connector", arguments.connector}, {"tid", identifier}, {"written", data.size()}});
     } else {
-        output.value("wrote " + byteCount(data.size()) + " to TEDS " + identifier.data());
+        output.value("wrote " + byteCount(data.size()) + " to TEDS " + identifier);
     }
-}
-
-struct TedsTexts {
-    std::uint32_t status = 0;
-    std::string error;
-    std::string warning;
-};
-
-TedsTexts readStatus(const ModuleSession& session, std::uint32_t connector)
-{
-    constexpr std::uint64_t kLargestText = 1U << 24U;
-    TedsTexts texts;
-    std::uint64_t errorLength = 1023;
-    std::uint64_t warningLength = 1023;
-    std::int32_t code = ZEL_SRV_BUFFER_TOO_SMALL;
-    for (int attempt = 0; attempt < 3 && code == ZEL_SRV_BUFFER_TOO_SMALL; ++attempt) {
-        texts.error.assign(std::min(errorLength, kLargestText) + 1, '\0');
-        texts.warning.assign(std::min(warningLength, kLargestText) + 1, '\0');
-        // This export counts from 0, those that read and write from 1.
-        code = ZEL_XSTAT_GetTedsStatus(session.uuid(), connector - 1, &texts.status,
-                                       texts.error.data(), &errorLength, texts.error.size(),
-                                       texts.warning.data(), &warningLength, texts.warning.size());
-    }
-    session.checkReading(code, "read the TEDS status of connector " + std::to_string(connector));
-    texts.error.resize(errorLength);
-    texts.warning.resize(warningLength);
-    return texts;
 }
 
 void status(CommandOutput& output, const TedsArguments& arguments)
 {
     requireConnector(arguments.connector);
     const ModuleSession session(arguments.address);
-    const TedsTexts texts = readStatus(session, arguments.connector);
+    const TedsStatus texts =
+        session.ask({"read the TEDS status of " + connectorText(arguments)},
+                    [&](const Module& module) { return module.tedsStatus(arguments.connector); });
     if (output.isJson) {
         output.json(session.identity(), {{"connector", arguments.connector},
                                          {"status", texts.status},

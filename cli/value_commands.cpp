@@ -7,7 +7,6 @@
 #include "number_text.h"
 #include "printable.h"
 #include "sample.h"
-#include "ZEL_VR_Framework.h"
 
 #include <algorithm>
 #include <chrono>
@@ -71,23 +70,15 @@ void signals(CommandOutput& output, const ValueArguments& arguments)
 
 std::vector<Reading> readAll(const ModuleSession& session, const std::vector<MeasuredSignal>& known)
 {
-    std::vector<ZEL_MeasuredValue> values(known.size() + 16);
-    std::uint64_t count = 0;
-    std::int32_t code =
-        ZEL_XDAQ_GetAllMeasVals(session.uuid(), 1, values.data(), &count, values.size());
-    if (code == ZEL_SRV_BUFFER_TOO_SMALL) {
-        values.resize(count);
-        code = ZEL_XDAQ_GetAllMeasVals(session.uuid(), 1, values.data(), &count, values.size());
-    }
-    session.checkReading(code, "read the values");
     std::vector<Reading> readings;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (const MeasuredValue& one :
+         session.ask({"read the values"}, [](const Module& module) { return module.values(); })) {
         Reading reading;
-        reading.signal.reference = values[i].id;
+        reading.signal.reference = one.reference;
         for (const MeasuredSignal& signal : known)
-            if (signal.reference == reading.signal.reference)
+            if (signal.reference == one.reference)
                 reading.signal = signal;
-        reading.value = values[i].value;
+        reading.value = one.value;
         readings.push_back(std::move(reading));
     }
     return readings;
@@ -115,10 +106,10 @@ public:
         for (const MeasuredSignal& signal : m_chosen) {
             Reading reading{signal};
             // The path of the list is right for every signal that has one.
-            m_session.checkReading(
-                ZEL_XDAQ_GetMeasVal(m_session.uuid(), signal.reference.c_str(), &reading.value),
-                "read " + signal.reference,
-                "'zel signals " + m_session.address() + "' lists the signals");
+            reading.value =
+                m_session.ask({"read " + signal.reference,
+                               "'zel signals " + m_session.address() + "' lists the signals"},
+                              [&](const Module& module) { return module.value(signal.reference); });
             readings.push_back(std::move(reading));
         }
         return readings;
@@ -133,7 +124,7 @@ private:
 
 std::string unitOf(const Reading& reading)
 {
-    return isNoValue(reading.value) ? "no value" : reading.signal.unit;
+    return isNone(reading.value) ? "no value" : reading.signal.unit;
 }
 
 TextTable tableOf(const std::vector<Reading>& readings)
@@ -166,7 +157,7 @@ void read(CommandOutput& output, const ValueArguments& arguments)
         output.json(session.identity(), {{"values", jsonOf(readings)}});
     } else if (arguments.signals.size() == 1) {
         const Reading& reading = readings.front();
-        output.value(isNoValue(reading.value)
+        output.value(isNone(reading.value)
                          ? "no value"
                          : valueText(reading.value) + (reading.signal.unit.empty() ? "" : " ") +
                                reading.signal.unit);

@@ -49,6 +49,25 @@ struct ModuleTarget {
     static ModuleTarget parse(const std::string& text);
 };
 
+/// An IPv4 address as a number, its first part on top; nothing for any other text.
+inline std::optional<std::uint32_t> ipv4(std::string_view text)
+{
+    std::uint32_t address = 0;
+    const char* position = text.data();
+    const char* const end = position + text.size();
+    for (int part = 0; part < 4; ++part) {
+        if (part > 0 && (position == end || *position++ != '.'))
+            return {};
+        std::uint32_t value = 0;
+        const auto read = std::from_chars(position, end, value);
+        if (read.ec != std::errc{} || value > 255)
+            return {};
+        position = read.ptr;
+        address = address << 8U | value;
+    }
+    return position == end ? std::optional{address} : std::nullopt;
+}
+
 namespace detail {
 
 inline constexpr std::string_view kDecimalDigits = "0123456789";
@@ -79,25 +98,6 @@ std::optional<Number> unsignedNumber(std::string_view text)
     const auto end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number, isHexadecimal ? 16 : 10);
     return error == std::errc{} && stop == end ? std::optional{number} : std::nullopt;
-}
-
-/// An IPv4 address in its four numbers; nothing for any other text.
-inline std::optional<std::uint32_t> ipv4(std::string_view text)
-{
-    std::uint32_t address = 0;
-    const char* position = text.data();
-    const char* const end = position + text.size();
-    for (int part = 0; part < 4; ++part) {
-        if (part > 0 && (position == end || *position++ != '.'))
-            return {};
-        std::uint32_t value = 0;
-        const auto read = std::from_chars(position, end, value);
-        if (read.ec != std::errc{} || value > 255)
-            return {};
-        position = read.ptr;
-        address = address << 8U | value;
-    }
-    return position == end ? std::optional{address} : std::nullopt;
 }
 
 /// What nobody means who names a module, so that a mistyped address need not wait for a scan.
@@ -150,7 +150,7 @@ inline Address Address::parse(const std::string& text)
 inline ModuleTarget ModuleTarget::parse(const std::string& text)
 {
     if (detail::isMeantAsAddress(text)) {
-        if (detail::holdsOnly(text, "0123456789.") && !detail::ipv4(text) && !text.empty())
+        if (detail::holdsOnly(text, "0123456789.") && !ipv4(text) && !text.empty())
             detail::refuseAddress(text, "an IPv4 address has four numbers from 0 to 255");
         return {text, Address::parse(text), false};
     }

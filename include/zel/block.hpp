@@ -274,6 +274,11 @@ public:
     /// The elements as the module sent them, in its byte order.
     std::span<const std::byte> data() const noexcept { return m_data; }
 
+    /// Whether values can be had of the data type.
+    bool isKnown() const
+    {
+        return detail::withNativeType(dataType(), []<class>() {});
+    }
     /// Whether the values are of exactly this type.
     template <Value T>
     bool holds() const
@@ -309,6 +314,16 @@ public:
         const auto into = m_scratch->values.of<T>(count());
         copyValues(into);
         return into;
+    }
+
+    /// Calls use(values) with the values in the type that they have, a std::span<const T> in the
+    /// block's own memory: for who keeps them as they are, whatever type that is. Error with the
+    /// code ZEL_SRV_INVALID_PARAMETERS for a data type that is not known.
+    template <class Use>
+    void visitValues(Use&& use) const
+    {
+        if (!detail::withNativeType(dataType(), [&]<class Native>() { use(values<Native>()); }))
+            requireKnownAs<double>();
     }
 
     /// Time of one element. An evenly sampled one lies timeOfIndex() behind the time stamp, by the

@@ -1,7 +1,7 @@
 /**
  * @file connection.hpp
- * What Module and Subscription share: one connection, and the calls that ask a module. Included by
- * ZEL_VR_Framework.hpp; nothing in here is for hosts.
+ * What Module and Subscription share: one connection, and reading what has any length. Included by
+ * ZEL_VR_Framework.hpp.
  */
 #ifndef ZEL_CONNECTION_HPP
 #define ZEL_CONNECTION_HPP
@@ -18,7 +18,52 @@
 #include <utility>
 #include <vector>
 
-namespace zel::detail {
+namespace zel {
+
+/// What a module sends with its answer besides the code.
+enum class Answer : std::uint8_t {
+    words, ///< an explanation, if anything
+    data   ///< what was asked for; an explanation only where there is a failure
+};
+
+namespace detail {
+
+inline constexpr std::size_t kShortText = 4096;                 // first room for a value
+inline constexpr std::size_t kDocument = std::size_t{1} << 20U; // and for a document
+inline constexpr std::uint64_t kLongestText = std::uint64_t{1} << 30U;
+
+} // namespace detail
+
+/// Calls what fills (buffer, length, capacity) by the buffer rule of ZEL_VR_Framework.h, with a
+/// larger buffer as long as the text does not fit, up to 1 GiB: it may grow between two calls. The
+/// first room, in bytes, should be large enough, for a text that did not fit travels a second time.
+/// Gives the call's result; `text` is what it was where that is below 0. For exports that Module
+/// does not offer:
+///
+///     std::string text;
+///     module.check(zel::readGrowing(text, [&](auto... buffer) {
+///         return ZEL_XSTAT_GetErrorStatusString(module.uuid(), buffer...);
+///     }), "read the errors");
+template <class Call>
+std::int32_t readGrowing(std::string& text, Call&& call, std::size_t room = detail::kShortText)
+{
+    constexpr int kAttempts = 5;
+    std::uint64_t capacity = room;
+    std::int32_t code = ZEL_OK;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        const auto buffer = std::make_unique_for_overwrite<char[]>(capacity);
+        std::uint64_t length = 0;
+        code = call(buffer.get(), &length, capacity);
+        if (code >= ZEL_OK)
+            text.assign(buffer.get(), length);
+        if (code != ZEL_SRV_BUFFER_TOO_SMALL || length < capacity || length > detail::kLongestText)
+            break;
+        capacity = length + 1;
+    }
+    return code;
+}
+
+namespace detail {
 
 /// What all connections of this program or DLL to one module share: the library has but one, and
 /// but one subscription of it.
@@ -98,12 +143,6 @@ private:
     }
 };
 
-/// What a module sends with its answer besides the code.
-enum class Answer : std::uint8_t {
-    words, ///< an explanation, if anything
-    data   ///< what was asked for; an explanation only where there is a failure
-};
-
 class Connection {
 public:
     explicit Connection(Address address)
@@ -148,12 +187,25 @@ private:
         // The module's words first: asking for the code's text is a request of its own, which
         // overwrites them when it fails.
         const bool mayHaveWords = code < ZEL_OK || answer == Answer::words;
-        std::string words = mayHaveWords ? moduleText(m_uuid) : std::string{};
-        std::string text = codeText(m_uuid, code);
+        std::string words = mayHaveWords ? lastModuleText(m_uuid) : std::string{};
         if (code < ZEL_OK)
-            throw Error({code, std::move(tried), m_name, std::move(text), std::move(words)});
+            throw Error({code, std::move(tried), m_name, codeText(m_uuid, code), std::move(words)});
+        // A module that warns again and again is not asked again and again what that means.
+        std::string text = warningText(code);
         const std::lock_guard lock(m_mutex);
-        m_warning = Warning{code, std::move(tried), std::move(text), std::move(words)};
+        m_warning = Warning{code, std::move(tried), text, std::move(words)};
+        m_warningCode = code;
+        m_warningText = std::move(text);
+    }
+
+    std::string warningText(std::int32_t code) const
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            if (code == m_warningCode)
+                return m_warningText;
+        }
+        return codeText(m_uuid, code);
     }
 
     const Library m_library;
@@ -163,46 +215,25 @@ private:
     const std::shared_ptr<ModuleShare> m_share;
 
     mutable std::mutex m_mutex;
-    mutable std::optional<Warning> m_warning; // under m_mutex
+    // under m_mutex
+    mutable std::optional<Warning> m_warning;
+    mutable std::int32_t m_warningCode = ZEL_OK; // the last one that was looked up
+    mutable std::string m_warningText;
 };
 
 using ConnectionPointer = std::shared_ptr<const Connection>;
 
-inline constexpr std::size_t kShortText = 4096;                 // first room for a value
-inline constexpr std::size_t kDocument = std::size_t{1} << 20U; // and for a document
-inline constexpr std::uint64_t kLongestText = std::uint64_t{1} << 30U;
-
-/// Calls what fills (buffer, length, capacity) by the buffer rule of ZEL_VR_Framework.h, with a
-/// larger buffer as long as the text does not fit: it may grow between two calls. The first one
-/// should be large enough: a text that did not fit is asked for, and travels, a second time.
-template <class Call>
-std::int32_t readGrowing(std::string& text, std::size_t room, Call&& call)
-{
-    constexpr int kAttempts = 5;
-    std::uint64_t capacity = room;
-    std::int32_t code = ZEL_OK;
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        const auto buffer = std::make_unique_for_overwrite<char[]>(capacity);
-        std::uint64_t length = 0;
-        code = call(buffer.get(), &length, capacity);
-        if (code >= ZEL_OK)
-            text.assign(buffer.get(), length);
-        if (code != ZEL_SRV_BUFFER_TOO_SMALL || length < capacity || length > kLongestText)
-            break;
-        capacity = length + 1;
-    }
-    return code;
-}
-
-/// The same, checked: call(uuid, buffer, length, capacity).
+/// readGrowing(), checked: call(uuid, buffer, length, capacity).
 template <class Tried, class Call>
 std::string readText(const Connection& module, std::size_t room, Tried&& tried, Call&& call)
 {
     std::string text;
-    const std::int32_t code =
-        readGrowing(text, room, [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
+    const std::int32_t code = readGrowing(
+        text,
+        [&](char* buffer, std::uint64_t* length, std::uint64_t capacity) {
             return call(module.uuid(), buffer, length, capacity);
-        });
+        },
+        room);
     module.check(code, tried, Answer::data);
     return text;
 }
@@ -236,6 +267,8 @@ std::string fieldText(const char (&field)[Size])
     return {field, std::find(field, field + Size, '\0')};
 }
 
-} // namespace zel::detail
+} // namespace detail
+
+} // namespace zel
 
 #endif

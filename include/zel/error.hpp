@@ -83,6 +83,17 @@ struct Warning {
     std::string moduleText{}; ///< the module's explanation; "" without one
 };
 
+/// What a module said itself about the last request that it refused or warned of; "" for nothing
+/// (ZEL_XPAR_GetLastErrMsgByUuid). Returns at once. Where several threads ask one module, the words
+/// may be those that another thread got.
+inline std::string lastModuleText(std::uint64_t uuid)
+{
+    const char* text = nullptr;
+    std::uint64_t length = 0;
+    const bool isKnown = ZEL_XPAR_GetLastErrMsgByUuid(uuid, &text, &length) == ZEL_OK;
+    return isKnown && text != nullptr ? std::string(text, length) : std::string{};
+}
+
 namespace detail {
 
 /// A text of the library; "" where it has none or is not started.
@@ -103,15 +114,6 @@ inline std::string codeText(std::uint64_t uuid, std::int32_t code)
         text = knownText(ZEL_XUTIL_GetTextFromModule(uuid, code));
     }
     return text;
-}
-
-/// What the module said about the last request that failed or that it warned of; "" for nothing.
-inline std::string moduleText(std::uint64_t uuid)
-{
-    const char* text = nullptr;
-    std::uint64_t length = 0;
-    const bool isKnown = ZEL_XPAR_GetLastErrMsgByUuid(uuid, &text, &length) == ZEL_OK;
-    return isKnown && text != nullptr ? std::string(text, length) : std::string{};
 }
 
 /// Throws Error for a failed call that asked no module.

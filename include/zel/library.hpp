@@ -44,11 +44,13 @@ public:
     /// Four numbers joined by "." (ZEL_XUTIL_GetDllVersion). Works without a Library.
     static std::string version() { return ZEL_XUTIL_GetDllVersion(); }
 
-    /// The library's text for a result code; "" when it has none (ZEL_XUTIL_GetText).
-    std::string textOf(std::int32_t code) const { return detail::codeText(ZEL_NO_MODULE, code); }
+    /// The library's text for a result code (ZEL_XUTIL_GetText); "" when it has none, and while no
+    /// Library lives.
+    static std::string textOf(std::int32_t code) { return detail::codeText(ZEL_NO_MODULE, code); }
 
-    /// The library's own UUID, by which modules know it (ZEL_XCOM_GetOwnUUID).
-    std::uint64_t ownUuid() const { return ZEL_XCOM_GetOwnUUID(); }
+    /// The library's own UUID, by which modules know it (ZEL_XCOM_GetOwnUUID). Works without a
+    /// Library.
+    static std::uint64_t ownUuid() { return ZEL_XCOM_GetOwnUUID(); }
 
 private:
     struct Count {

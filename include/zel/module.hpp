@@ -9,16 +9,55 @@
 #include "network.hpp"
 #include "signal.hpp"
 
-#include <concepts>
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace zel {
+
+/// One error that a module has. Connector, channel and signal count from 1, and are 0 where they do
+/// not apply.
+struct ModuleError {
+    std::uint32_t level = 0; ///< severity, as the module numbers it
+    std::int32_t code = 0;
+    std::uint32_t connector = 0;
+    std::uint32_t channel = 0;
+    std::uint32_t signal = 0;
+    std::string text{}; ///< up to 128 bytes of what the module says
+};
+
+/// One status value of a module, with the same numbers.
+struct StatusValue {
+    std::uint32_t connector = 0;
+    std::uint32_t channel = 0;
+    std::uint32_t signal = 0;
+    std::uint32_t statusId = 0; ///< which status it is, as the module numbers it
+    std::uint64_t value = 0;
+    std::string info{}; ///< up to 128 bytes
+};
+
+/// The memory in a sensor's plug.
+struct Teds {
+    std::string identifier{}; ///< 16 hexadecimal digits, least significant byte first
+    std::string data{};       ///< bytes
+};
+
+struct TedsStatus {
+    std::uint32_t status = 0; ///< as the module numbers it
+    std::string error{};
+    std::string warning{};
+};
+
+/// How far new firmware is.
+struct FlashStatus {
+    std::uint32_t status = 0;   ///< as the module numbers it
+    std::uint32_t progress = 0; ///< in percent
+};
 
 /// One module, connected for as long as this lives.
 ///
@@ -72,6 +111,15 @@ public:
     /// nothing before the first one. Returns at once.
     std::optional<Warning> lastWarning() const { return m_connection->lastWarning(); }
     void forgetWarning() { m_connection->forgetWarning(); }
+
+    /// What the functions here do with the result of a call: throws Error for a negative one,
+    /// "could not <tried> on <address>", and keeps a positive one as the last warning. For exports
+    /// that have no function here.
+    void check(std::int32_t code, const std::string& tried, Answer answer = Answer::words) const
+    {
+        m_connection->check(
+            code, [&] { return tried; }, answer);
+    }
 
     /// The text of a result code, asked from the module where the library has none; "" where
     /// neither has (ZEL_XUTIL_GetTextFromModule).
@@ -129,9 +177,9 @@ public:
         execute(control, std::span<const std::string>(parameters.begin(), parameters.size()));
     }
     /// Executes one with a parameter document, once, and gives the module's answer
-    /// (ZEL_XCTRL_ExecuteXMLPars). An answer above 1 MiB that another call of the same module took
-    /// the place of is lost: Error with the code ZEL_SRV_BUFFER_TOO_SMALL, though the control has
-    /// been executed.
+    /// (ZEL_XCTRL_ExecuteXMLPars). Error with the code ZEL_SRV_BUFFER_TOO_SMALL where the control
+    /// has been executed, but its answer is lost: one of exactly 1 MiB, or a longer one whose place
+    /// another call to the same module took at once.
     std::string executeDocument(const std::string& control, const std::string& parameters);
 
     /// The list of controls (ZEL_XCTRL_GetControlsString), and the document, the schema and the
@@ -145,6 +193,52 @@ public:
     /// (ZEL_XCTRL_SetZero, -SetZeroWithTarget). std::invalid_argument for a number of 0.
     void setZero(std::uint32_t connector, std::uint32_t signal,
                  std::optional<double> target = std::nullopt);
+    /// Sets the mode of an LED, both as the module numbers them (ZEL_XCTRL_SetLedMode).
+    void setLed(std::uint32_t led, std::uint32_t mode);
+
+    /* --------------------------------------------------------------------------------------------
+     * State
+     * ----------------------------------------------------------------------------------------- */
+
+    /// The errors that the module has by itself, and its status values: 550 at most
+    /// (ZEL_XSTAT_GetErrorStatusEx, ZEL_XSTAT_GetModuleStatusEx).
+    std::vector<ModuleError> errors() const;
+    std::vector<StatusValue> status() const;
+    /// The modules that are connected to this one (ZEL_XSTAT_GetConnectedModules).
+    std::vector<ZEL_ConnectedModule> connectedModules() const;
+
+    /// The TEDS of the sensor at a connector, and its state (ZEL_XPAR_ReadTedsBinary,
+    /// ZEL_XSTAT_GetTedsStatus). std::invalid_argument for connector 0.
+    Teds teds(std::uint32_t connector) const;
+    TedsStatus tedsStatus(std::uint32_t connector) const;
+    /// Writes it, and gives the identifier that the module assigned (ZEL_XPAR_WriteTedsBinary).
+    std::string writeTeds(std::uint32_t connector, std::string_view data);
+
+    /* --------------------------------------------------------------------------------------------
+     * Files, firmware, restart
+     * ----------------------------------------------------------------------------------------- */
+
+    /// Copies a file of the module to the host, or of the host to the module; host files by the
+    /// file rule of ZEL_VR_Framework.h (ZEL_XSYS_ReadFile, ZEL_XSYS_WriteFile). Block for the
+    /// transfer.
+    void readFile(const std::string& moduleFile, const std::string& hostFile) const;
+    void writeFile(const std::string& hostFile, const std::string& moduleFile);
+
+    /// Transfers the firmware images of a host folder (ZEL_XSYS_WriteFirmware). Blocks for the
+    /// transfer, one at a time.
+    void writeFirmware(const std::string& folder);
+    /// Begins to flash what was transferred (ZEL_XSYS_StartFlashing), and tells how far that is
+    /// (ZEL_XSYS_GetFlashStatus): done at 100 %.
+    void startFlashing();
+    FlashStatus flashStatus() const;
+
+    /// Restarts the module; its connection is closed afterwards (ZEL_XSYS_DoRestartSystem). Modules
+    /// that go down at once do not answer: Error with ZEL_CONN_RECEIVE_FAILED or a time-out.
+    void restart();
+
+    /// Debug information, with up to five parameters (ZEL_XSYS_RequestDebugInfo):
+    /// std::invalid_argument for more.
+    std::string debugInfo(std::uint32_t id, std::vector<std::string> parameters = {}) const;
 
     /* --------------------------------------------------------------------------------------------
      * Measured values; gapless ones come by Subscription
@@ -184,261 +278,17 @@ private:
             *m_connection, room, [&] { return "read " + what; }, call);
     }
 
+    static void requireNumber(std::uint32_t number)
+    {
+        if (number == 0)
+            throw std::invalid_argument("connectors and signals count from 1");
+    }
+
     detail::ConnectionPointer m_connection;
 };
 
-namespace detail {
-
-inline std::string inView(std::uint32_t view)
-{
-    return " in view " + std::to_string(view);
-}
-
-} // namespace detail
-
-inline std::string Module::get(const std::string& path, std::uint32_t view) const
-{
-    const char* const name = detail::terminated(path);
-    return read(
-        detail::kShortText, path + detail::inView(view),
-        [&](std::uint64_t uuid, char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-            return ZEL_XPAR_ReadPar(uuid, view, name, "", buffer, length, capacity);
-        });
-}
-
-inline double Module::getNumber(const std::string& path, std::uint32_t view) const
-{
-    double value = 0;
-    m_connection->check(
-        ZEL_XPAR_ReadDoublePar(uuid(), view, detail::terminated(path), "", &value),
-        [&] { return "read " + path + detail::inView(view); }, detail::Answer::data);
-    return value;
-}
-
-inline void Module::set(const std::string& path, const std::string& value, std::uint32_t view)
-{
-    m_connection->check(
-        ZEL_XPAR_WriteStringPar(uuid(), view, detail::terminated(path), "",
-                                detail::terminated(value)),
-        [&] { return "set " + path + " to '" + value + "'" + detail::inView(view); });
-}
-
-inline void Module::set(const std::string& path, std::int32_t value, std::uint32_t view)
-{
-    m_connection->check(
-        ZEL_XPAR_WriteIntPar(uuid(), view, detail::terminated(path), "", value),
-        [&] { return "set " + path + " to " + std::to_string(value) + detail::inView(view); });
-}
-
-inline void Module::set(const std::string& path, double value, std::uint32_t view)
-{
-    m_connection->check(
-        ZEL_XPAR_WriteDoublePar(uuid(), view, detail::terminated(path), "", value),
-        [&] { return "set " + path + " to " + std::to_string(value) + detail::inView(view); });
-}
-
-inline std::string Module::document(std::uint32_t view, const std::string& section,
-                                    bool currentChoicesOnly) const
-{
-    const char* const path = detail::terminated(section);
-    return read(
-        detail::kDocument, (section.empty() ? "the document" : section) + detail::inView(view),
-        [&](std::uint64_t uuid, char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-            const std::int32_t choices = currentChoicesOnly ? 1 : 0;
-            return section.empty()
-                       ? ZEL_XPAR_ReadXML(uuid, view, choices, buffer, length, capacity)
-                       : ZEL_XPAR_ReadXMLSect(uuid, view, choices, path, buffer, length, capacity);
-        });
-}
-
-inline void Module::writeDocument(std::uint32_t view, std::string_view document,
-                                  const std::string& section)
-{
-    if (document.size() >= std::uint64_t{1} << 32U)
-        throw std::invalid_argument("a document has to be shorter than 4 GiB");
-    const char* const path = detail::terminated(section);
-    // An empty one has no address of its own.
-    const char* const bytes = document.empty() ? "" : document.data();
-    m_connection->check(
-        section.empty() ? ZEL_XPAR_WriteXML(uuid(), view, bytes, document.size())
-                        : ZEL_XPAR_WriteXMLSect(uuid(), view, path, bytes, document.size()),
-        [&] {
-            return "write " + (section.empty() ? "the document" : section) + detail::inView(view);
-        });
-}
-
-inline std::string Module::schema(std::uint32_t view, const std::string& section) const
-{
-    const char* const path = detail::terminated(section);
-    return read(
-        detail::kDocument,
-        "the schema of " + (section.empty() ? "the document" : section) + detail::inView(view),
-        [&](std::uint64_t uuid, char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-            return section.empty()
-                       ? ZEL_XPAR_ReadXSD(uuid, view, buffer, length, capacity)
-                       : ZEL_XPAR_ReadXSDSect(uuid, view, path, buffer, length, capacity);
-        });
-}
-
-inline std::string Module::styleSheet(std::uint32_t view) const
-{
-    return read(
-        detail::kDocument, "the style sheet" + detail::inView(view),
-        [&](std::uint64_t uuid, char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-            return ZEL_XPAR_ReadXSLT(uuid, view, buffer, length, capacity);
-        });
-}
-
-inline std::string Module::views() const
-{
-    return read(detail::kDocument, "the list of views", ZEL_XPAR_GetParViewsString);
-}
-
-inline void Module::reset(const std::string& xpath, std::uint32_t view)
-{
-    m_connection->check(ZEL_XPAR_ActivateDefaultSetting(uuid(), view, detail::terminated(xpath)),
-                        [&] { return "reset " + xpath + detail::inView(view); });
-}
-
-inline void Module::resetAll()
-{
-    m_connection->check(ZEL_XPAR_ActivateAllDefaultSettings(uuid()),
-                        [] { return "reset all parameters"; });
-}
-
-inline void Module::execute(const std::string& control, std::span<const std::string> parameters)
-{
-    std::vector<const char*> texts;
-    for (const std::string& parameter : parameters)
-        texts.push_back(detail::terminated(parameter));
-    m_connection->check(ZEL_XCTRL_Execute(uuid(), detail::terminated(control), 0,
-                                          static_cast<std::uint32_t>(texts.size()), texts.data()),
-                        [&] { return "execute " + control; });
-}
-
-inline std::string Module::executeDocument(const std::string& control,
-                                           const std::string& parameters)
-{
-    // Not by growing: asking again would execute the control again.
-    const auto buffer = std::make_unique_for_overwrite<char[]>(detail::kDocument);
-    std::uint64_t length = 0;
-    const std::int32_t code = ZEL_XCTRL_ExecuteXMLPars(uuid(), detail::terminated(control), 0,
-                                                       detail::terminated(parameters), buffer.get(),
-                                                       &length, detail::kDocument);
-    // With words of the module, of whatever length, it is a refusal that did not fit.
-    if (code == ZEL_SRV_BUFFER_TOO_SMALL && detail::moduleText(uuid()).empty()) {
-        const char* kept = nullptr;
-        std::uint64_t keptLength = 0;
-        ZEL_XCOM_GetSyncReqrSrvLastErrDatByUuid(uuid(), &kept, &keptLength);
-        if (kept != nullptr && keptLength == length)
-            return {kept, keptLength};
-    }
-    m_connection->check(
-        code, [&] { return "execute " + control; },
-        code < ZEL_OK ? detail::Answer::words : detail::Answer::data);
-    return {buffer.get(), length};
-}
-
-inline std::string Module::controls() const
-{
-    return read(detail::kDocument, "the list of controls", ZEL_XCTRL_GetControlsString);
-}
-
-inline std::string Module::controlDocument(const std::string& control) const
-{
-    const char* const name = detail::terminated(control);
-    return read(
-        detail::kDocument, "the description of the control " + control,
-        [&](std::uint64_t uuid, char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-            return ZEL_XCTRL_ReadXML(uuid, name, buffer, length, capacity);
-        });
-}
-
-inline std::string Module::controlSchema(const std::string& control) const
-{
-    const char* const name = detail::terminated(control);
-    return read(
-        detail::kDocument, "the schema of the control " + control,
-        [&](std::uint64_t uuid, char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-            return ZEL_XCTRL_ReadXSD(uuid, name, buffer, length, capacity);
-        });
-}
-
-inline std::string Module::controlStyleSheet(const std::string& control) const
-{
-    const char* const name = detail::terminated(control);
-    return read(
-        detail::kDocument, "the style sheet of the control " + control,
-        [&](std::uint64_t uuid, char* buffer, std::uint64_t* length, std::uint64_t capacity) {
-            return ZEL_XCTRL_ReadXSLT(uuid, name, buffer, length, capacity);
-        });
-}
-
-inline void Module::setZero(std::uint32_t connector, std::uint32_t signal,
-                            std::optional<double> target)
-{
-    if (connector == 0 || signal == 0)
-        throw std::invalid_argument("connectors and signals count from 1");
-    m_connection->check(
-        target ? ZEL_XCTRL_SetZeroWithTarget(uuid(), connector - 1, signal - 1, *target)
-               : ZEL_XCTRL_SetZero(uuid(), connector - 1, signal - 1),
-        [&] {
-            return "zero signal " + std::to_string(signal) + " of connector " +
-                   std::to_string(connector);
-        });
-}
-
-inline std::vector<Signal> Module::signals() const
-{
-    constexpr std::size_t kRoom = 256;
-    std::vector<Signal> signals;
-    for (const ZEL_SignalInfoEx& info : detail::readRecords<ZEL_SignalInfoEx>(
-             *m_connection, kRoom, [] { return "list the signals"; }, ZEL_XDAQ_GetSignalListEx)) {
-        signals.push_back({.reference = detail::fieldText(info.id),
-                           .name = detail::fieldText(info.name),
-                           .unit = detail::fieldText(info.unit),
-                           .path = detail::fieldText(info.path),
-                           .sampleRate = info.sampleRate,
-                           .dataType = info.dataType,
-                           .recordKind = info.recordKind,
-                           .isEnabled = info.isEnabled == 1,
-                           .connectorType = info.connectorType,
-                           .connector = info.connector,
-                           .channel = info.channel,
-                           .signal = info.signal});
-    }
-    return signals;
-}
-
-inline Signal Module::signal(const std::string& text) const
-{
-    return chooseSignal(signals(), text);
-}
-
-inline double Module::value(const std::string& reference) const
-{
-    double value = 0;
-    m_connection->check(
-        ZEL_XDAQ_GetMeasVal(uuid(), detail::terminated(reference), &value),
-        [&] { return "read " + reference; }, detail::Answer::data);
-    return value;
-}
-
-inline std::vector<MeasuredValue> Module::values(bool enabledOnly) const
-{
-    constexpr std::size_t kRoom = 256;
-    std::vector<MeasuredValue> values;
-    for (const ZEL_MeasuredValue& one : detail::readRecords<ZEL_MeasuredValue>(
-             *m_connection, kRoom, [] { return "read the values"; },
-             [&](std::uint64_t uuid, ZEL_MeasuredValue*records, std::uint64_t*count,
-                 std::uint64_t capacity) {
-                 return ZEL_XDAQ_GetAllMeasVals(uuid, enabledOnly ? 1 : 0, records, count,
-                                                capacity);
-             }))
-        values.push_back({detail::fieldText(one.id), one.value});
-    return values;
-}
-
 } // namespace zel
+
+#include "module_calls.hpp"
 
 #endif

@@ -43,16 +43,16 @@ struct FoundModule {
     /// Whether this host can talk to it over the adapter as both are set.
     bool fits() const
     {
-        const auto own = detail::ipv4(adapter.address);
-        const auto ownMask = detail::ipv4(adapter.mask);
-        const auto theirs = detail::ipv4(address);
+        const auto own = ipv4(adapter.address);
+        const auto ownMask = ipv4(adapter.mask);
+        const auto theirs = ipv4(address);
         return own && ownMask && theirs && (*own & *ownMask) == (*theirs & *ownMask);
     }
 
     /// Where it can be connected to; nothing where it tells no address, or no port, that is one.
     std::optional<Address> tcpAddress() const
     {
-        if (!detail::ipv4(address) || port == 0 || port > 65535)
+        if (!ipv4(address) || port == 0 || port > 65535)
             return {};
         return Address{address, static_cast<std::uint16_t>(port)};
     }
@@ -302,6 +302,16 @@ inline FoundModule findModule(const std::string& text)
                                        " modules answer to this name, " + matching[0].name +
                                        " at " + matching[0].address + " and " + matching[1].name +
                                        " at " + matching[1].address + " among them"});
+}
+
+/// The topology of the library's connections as a document: "Topology" with one "Leaf" for each
+/// (ZEL_XSTAT_GetTopologyString). Nothing is sent; any thread. Throws Error, with the code
+/// ZEL_SYS_NOT_STARTED where no Library lives.
+inline std::string topology()
+{
+    std::string document;
+    detail::check(readGrowing(document, ZEL_XSTAT_GetTopologyString), "make the topology");
+    return document;
 }
 
 } // namespace zel

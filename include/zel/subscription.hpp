@@ -67,7 +67,7 @@ public:
         const std::int32_t code =
             ZEL_XCOM_Async_ReadData_Timeout(state->handle, static_cast<std::uint32_t>(wait));
         module->check(
-            code, [] { return "fetch measured values"; }, detail::Answer::data);
+            code, [] { return "fetch measured values"; }, Answer::data);
         state->block.setSize(state->received);
         return std::move(state->block);
     }
@@ -90,7 +90,7 @@ private:
             ZEL_XDAQ_Async_GetMeasValBlock(m_module->uuid(), state.block.room(), &state.received,
                                            state.block.capacity(), &state.handle);
         m_module->check(
-            code, [] { return "fetch measured values"; }, detail::Answer::data);
+            code, [] { return "fetch measured values"; }, Answer::data);
     }
 
     void giveUp() noexcept
@@ -209,7 +209,7 @@ public:
             ZEL_XDAQ_GetMeasValBlock(m_module->uuid(), block.room(), &received, block.capacity());
         block.setSize(received);
         m_module->check(
-            code, [] { return "fetch measured values"; }, detail::Answer::data);
+            code, [] { return "fetch measured values"; }, Answer::data);
         std::uint64_t largest = m_largest->load(std::memory_order_relaxed);
         while (received > largest &&
                !m_largest->compare_exchange_weak(largest, received, std::memory_order_relaxed)) {
