@@ -212,9 +212,6 @@ std::vector<SignalInfo> describe(const Module& module, const std::vector<Choice>
     std::vector<SignalInfo> signals;
     for (const Choice& choice : chosen) {
         const Signal& signal = choice.signal;
-        const auto hasSameName = [&](const Choice& other) {
-            return other.signal.name == signal.name;
-        };
         SignalInfo info;
         info.reference = signal.reference;
         info.name = signal.name;
@@ -224,14 +221,8 @@ std::vector<SignalInfo> describe(const Module& module, const std::vector<Choice>
         info.isEven = signal.dataType == 0 ? signal.sampleRate > 0 : !isTimed(signal.dataType);
         info.rate = signal.millihertz();
         info.calibration = calibrationOf(module, signal);
-        if (!choice.request->column.empty())
-            info.column = choice.request->column;
-        else
-            info.column = unique(!signal.name.empty() &&
-                                         std::ranges::count_if(chosen, hasSameName) == 1
-                                     ? signal.name
-                                     : signal.reference,
-                                 columns);
+        info.column = !choice.request->column.empty() ? choice.request->column
+                                                      : unique(signal.reference, columns);
         signals.push_back(std::move(info));
     }
     return signals;

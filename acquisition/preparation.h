@@ -27,8 +27,7 @@ private:
 struct SignalRequest {
     /// Reference or name; with * and ? all that match, which are switched on; "all".
     std::string pattern;
-    std::string column; ///< own name, for one signal; empty: its name where no other has it, else
-                        ///< its reference
+    std::string column; ///< own name, for one signal; empty: its reference
     std::optional<double> rate; ///< in hertz: set before recording
 };
 

@@ -84,8 +84,12 @@ void Recorder::begin()
     for (const auto& source : m_sources)
         source->begin();
     if (!isTriggered()) {
+        // Also where nothing comes at all.
+        const std::uint64_t wait = earlier(m_plan.startAt.value_or(0), hostTime());
         openPart(Windows(m_setup.modules.size()), m_plan.startAt.value_or(m_setup.begin),
-                 Clock::time_point::max());
+                 m_plan.duration == 0
+                     ? Clock::time_point::max()
+                     : Clock::now() + std::chrono::nanoseconds(wait + m_plan.duration));
         if (m_plan.splitTime != 0)
             m_splitAt = m_plan.startAt.value_or(hostTime()) + m_plan.splitTime;
     }
@@ -145,8 +149,7 @@ void Recorder::noteFirstLocked(const Batch& batch)
         return;
     part.recording->limit(batch.module, endOf(from, m_plan.duration));
     const auto wait = std::chrono::nanoseconds(earlier(from, first) + m_plan.duration);
-    const Clock::time_point due = Clock::now() + wait;
-    part.due = part.due == Clock::time_point::max() ? due : std::max(part.due, due);
+    part.due = std::max(part.due, Clock::now() + wait);
 }
 
 /// A module's times on the host's clock. The shift is held until the estimate has left it: times
@@ -463,6 +466,7 @@ void Recorder::add(const RecordingPart& part, Status& status)
         status.bytes += state.bytes;
         status.waiting += state.waiting;
         status.isDiskFull = status.isDiskFull || state.isDiskFull;
+        status.isReaderGone = status.isReaderGone || state.isReaderGone;
     }
     status.missing += missing;
     status.gaps += gaps;

@@ -77,6 +77,7 @@ public:
         std::size_t modulesDown = 0;
         std::size_t parts = 0; ///< begun
         bool isDiskFull = false;
+        bool isReaderGone = false; ///< nobody reads any more what goes to a pipe
         bool isWaitingForTrigger = false;
     };
     Status status() const;

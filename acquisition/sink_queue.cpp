@@ -1,5 +1,7 @@
 #include "sink_queue.h"
 
+#include "output_file.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -126,6 +128,12 @@ void SinkQueue::run()
         while (step())
             flushInTime();
         end();
+    } catch (const ReaderGone& gone) {
+        {
+            const std::lock_guard lock{m_mutex};
+            m_state.isReaderGone = true;
+        }
+        fail(gone.what());
     } catch (const std::exception& error) { // no memory is an end like any other
         fail(error.what());
     }

@@ -39,6 +39,7 @@ public:
         std::uint64_t bytes = 0;   ///< written
         std::size_t waiting = 0;   ///< bytes in the queue
         bool isDiskFull = false;
+        bool isReaderGone = false; ///< nobody reads any more what goes to a pipe
         std::string failure; ///< why the sink has ended; empty while it goes on
     };
     State state() const;

@@ -65,6 +65,7 @@ void addNetworkCommands(CLI::App& app, Application& application);
 void addNetCommands(CLI::App& app, Application& application);
 void addValueCommands(CLI::App& app, Application& application);
 void addRecordCommand(CLI::App& app, Application& application);
+void addFileCommands(CLI::App& app, Application& application);
 void addFirmwareCommands(CLI::App& app, Application& application);
 void addSystemCommands(CLI::App& app, Application& application);
 void addUnitCommands(CLI::App& app, Application& application);

@@ -51,6 +51,7 @@ void defineCommandLine(CLI::App& app, Application& application)
     addStatusCommands(app, application);
     addValueCommands(app, application);
     addRecordCommand(app, application);
+    addFileCommands(app, application);
     addFirmwareCommands(app, application);
     addSystemCommands(app, application);
     addUnitCommands(app, application);

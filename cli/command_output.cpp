@@ -103,14 +103,11 @@ bool CommandOutput::isOnTerminal() const
     return isTerminal(m_results);
 }
 
-int CommandOutput::file()
+int CommandOutput::descriptor()
 {
     finish();
-    const int descriptor = fileno(m_results);
-    if (!sizeOf(descriptor))
-        return -1;
     makeBinary(m_results); // as many bytes go there as are written
-    return descriptor;
+    return fileno(m_results);
 }
 
 void CommandOutput::finish()

@@ -49,9 +49,8 @@ public:
     bool isOnTerminal() const;
     TerminalSize terminalSize() const { return zel::cli::terminalSize(m_results); }
 
-    /// The descriptor of the file that the output goes to, with all that came before in it; -1 for
-    /// a pipe, a device or a terminal.
-    int file();
+    /// The descriptor of what the output goes to, with all that came before in it.
+    int descriptor();
 
     /// Writes out what is buffered; throws CommandFailure when the result could not be written, or
     /// ReaderGone.

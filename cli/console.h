@@ -45,20 +45,6 @@ std::optional<std::string> askPerson(const std::string& question);
 /// Leaves the stream's bytes alone (Windows would turn every line end into two characters).
 void makeBinary(std::FILE* stream);
 
-// Files by their descriptors: what is written is the system's at once, and it is known how much.
-
-/// Makes or empties the file; -1, and errno, when that fails.
-int openToWrite(const std::filesystem::path& path);
-/// How many of the bytes are known to be written; errno when not all. Of the rest some may have
-/// been, too: the size tells.
-std::size_t writeTo(int file, std::string_view bytes);
-/// Its size; nothing for a pipe or a device.
-std::optional<std::uint64_t> sizeOf(int file);
-/// Cuts it down to this size, where it then goes on; false, and nothing done, for what has none.
-bool cutTo(int file, std::uint64_t size);
-/// False, and errno, when the system tells only now that it has lost something.
-bool closeFile(int file);
-
 /// Has the function called when the terminal is closed or the system shuts down, which on Windows
 /// leaves the process some seconds; there also for Ctrl-Break. Comes on any thread, also as a
 /// signal, any number of times.

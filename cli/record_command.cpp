@@ -1,21 +1,29 @@
-// zel record: measured values into a file.
+// zel record: measured values of one module or many into files or a pipe.
 
 #include "application.h"
+#include "command_failure.h"
+#include "console.h"
+#include "file_content.h"
 #include "interrupt.h"
-#include "measured_signal.h"
-#include "module_session.h"
 #include "number_text.h"
+#include "printable.h"
 #include "progress_bar.h"
-#include "recording.h"
-#include "recording_file.h"
-#include "ZEL_VR_Framework.h"
+#include "record_request.h"
+#include "recording_sinks.h"
+#include "run_file.h"
+#include "ZEL_VR_Framework.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
+#include <mutex>
+#include <sstream>
 #include <thread>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -23,273 +31,441 @@ namespace zel::cli {
 
 namespace {
 
+using acquisition::Recorder;
 using Clock = std::chrono::steady_clock;
 
 struct RecordArguments {
-    std::string address;
-    std::vector<std::string> signals;
+    std::vector<std::string> words;
+    std::string runFile;
     double rate = 0;
-    double duration = 0;
+    std::string duration;
     std::string file;
+    std::string format;
     bool mayReplace = false;
+    bool hasFileForEachRate = false;
+    unsigned deflate = 0;
+    std::string sync;
+    std::string startAt;
+    std::string split;
+    std::string memory;
+    std::string trigger;
+    std::string triggerModule;
+    std::string before;
+    std::uint64_t repeats = 1;
+    std::string reconnect = "on";
+    std::string align = "module";
 };
 
-std::string countOf(std::uint64_t number, const std::string& what)
+template <class Value>
+Value required(const std::optional<Value>& value, const std::string& option,
+               const std::string& text, const std::string& such)
 {
-    return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+    if (!value)
+        throw CommandFailure({.problem = option + ": '" + text + "' is " + such});
+    return *value;
 }
 
-/// The module records as long as this lives.
-class Subscription {
-public:
-    Subscription(const ModuleSession& session, const std::vector<MeasuredSignal>& signals)
-        : m_session(session)
-    {
-        constexpr std::uint64_t kLargestRecord = 65536;
-        session.check(ZEL_XDAQ_OpenSubscription(session.uuid()), "open a subscription");
-        std::uint16_t id = 0;
-        for (const auto& signal : signals) {
-            session.check(
-                ZEL_XDAQ_AddSignal(session.uuid(), signal.reference.c_str(), ++id, kLargestRecord),
-                "subscribe to " + signal.reference);
+/// "Force rising 5": a signal, whose name may hold blanks, and a condition.
+void readTrigger(const std::string& text, RecordRequest& request)
+{
+    for (auto blank = text.find(' '); blank != std::string::npos; blank = text.find(' ', blank + 1))
+        try {
+            request.plan.trigger = acquisition::TriggerCondition::parse(text.substr(blank + 1));
+            request.triggerSignal = text.substr(0, blank);
+            return;
+        } catch (const std::invalid_argument&) {
+            // The name of the signal goes on.
         }
-        session.check(ZEL_XDAQ_FinishSubscription(session.uuid(), 0), "start the recording",
-                      "'zel signals " + session.address() +
-                          "' tells which signals are switched on");
+    throw CommandFailure(
+        {.problem = "--trigger: '" + text + "' is no signal with a condition",
+         .advice = "such as 'Force rising 5', 'Force > 5', 'Force outside -1 1', or a trigger of "
+                   "the library: 'uuid=0x1234 connector=1 status=7 value=1'"});
+}
+
+RecordRequest requestOf(const RecordArguments& arguments)
+{
+    const std::string suchTime = "no time above 0 such as 90s, 500ms, 15min or 1h";
+    RecordRequest request;
+    if (!arguments.runFile.empty()) {
+        if (!arguments.words.empty())
+            throw CommandFailure({.problem = "the modules stand in " + arguments.runFile + "; '" +
+                                             arguments.words.front() +
+                                             "' cannot be named besides"});
+        request = readRunFile(arguments.runFile);
+    } else {
+        if (arguments.words.empty())
+            throw CommandFailure({.problem = "no module is named",
+                                  .advice = "'zel record ADDRESS SIGNAL...' or --from FILE"});
+        request.modules = modulesOf(arguments.words);
     }
-    ~Subscription() { ZEL_XDAQ_ClearSubscription(m_session.uuid()); }
-    Subscription(const Subscription&) = delete;
-    Subscription& operator=(const Subscription&) = delete;
+    auto& plan = request.plan;
+    if (arguments.rate > 0)
+        for (auto& module : request.modules)
+            module.rate = arguments.rate;
+    if (!arguments.duration.empty())
+        plan.duration =
+            required(timeSpan(arguments.duration), "--duration", arguments.duration, suchTime);
+    if (!arguments.file.empty())
+        request.out = arguments.file == "-" ? "" : arguments.file;
+    if (!arguments.format.empty())
+        request.format = formatNamed(arguments.format);
+    request.mayReplace = request.mayReplace || arguments.mayReplace;
+    request.hasFileForEachRate = request.hasFileForEachRate || arguments.hasFileForEachRate;
+    request.deflate = arguments.deflate != 0 ? arguments.deflate : request.deflate;
+    if (!arguments.sync.empty())
+        request.sync = static_cast<double>(
+                           required(timeSpan(arguments.sync), "--sync", arguments.sync, suchTime)) /
+                       1e9;
+    if (!arguments.startAt.empty())
+        plan.startAt = required(pointInTime(arguments.startAt), "--start-at", arguments.startAt,
+                                "no time such as 18:00 or 2026-11-21T18:00:00Z");
+    if (!arguments.split.empty()) {
+        plan.splitTime = timeSpan(arguments.split).value_or(0);
+        plan.splitBytes = plan.splitTime != 0
+                              ? 0
+                              : required(dataSize(arguments.split), "--split", arguments.split,
+                                         "no time such as 1h and no size such as 1GB");
+    }
+    if (!arguments.memory.empty())
+        plan.memory = static_cast<std::size_t>(required(
+            dataSize(arguments.memory), "--memory", arguments.memory, "no size such as 256MiB"));
+    if (arguments.trigger.find("uuid=") != std::string::npos) {
+        request.libraryTrigger = arguments.trigger;
+        plan.isTriggeredByCall = true;
+    } else if (!arguments.trigger.empty()) {
+        readTrigger(arguments.trigger, request);
+    }
+    if (!arguments.triggerModule.empty())
+        request.triggerModule = arguments.triggerModule;
+    if (!arguments.before.empty())
+        plan.preTrigger =
+            required(timeSpan(arguments.before), "--before", arguments.before, suchTime);
+    if (arguments.repeats != 1)
+        plan.repeats = arguments.repeats;
+    request.mayReconnect = request.mayReconnect && arguments.reconnect == "on";
+    request.isOnHostTime = request.isOnHostTime || arguments.align == "host";
+    return request;
+}
+
+bool isTriggered(const RecordRequest& request)
+{
+    return request.plan.trigger || request.plan.isTriggeredByCall;
+}
+
+/// What makes no sense together is said before anything is asked.
+void check(const CommandOutput& output, const RecordRequest& request)
+{
+    const auto& plan = request.plan;
+    const bool isSplit = plan.splitTime != 0 || plan.splitBytes != 0;
+    const bool hasManyParts = isSplit || (isTriggered(request) && plan.repeats != 1);
+    if (output.isJson && request.out.empty())
+        throw CommandFailure({.problem = "--json needs --out FILE",
+                              .advice = "standard output cannot hold the recording and the "
+                                        "result at once"});
+    if (request.out.empty() && hasManyParts)
+        throw CommandFailure({.problem = "a recording of several files needs --out FILE"});
+    if (request.out.empty() && formatOf(request) == RecordingFormat::hdf5)
+        throw CommandFailure({.problem = "HDF5 is no stream: it needs --out FILE"});
+    if (isSplit && isTriggered(request))
+        throw CommandFailure({.problem = "--split and --trigger exclude each other",
+                              .advice = "each trigger begins a file of its own, as long as "
+                                        "--duration"});
+    if (plan.preTrigger != 0 && !isTriggered(request))
+        throw CommandFailure({.problem = "--before needs --trigger"});
+    if (isTriggered(request) && plan.repeats != 1 && plan.duration == 0)
+        throw CommandFailure({.problem = "--repeat needs --duration: how long each recording is"});
+    if (!request.out.empty() && !hasManyParts)
+        requireNewFile(request.out, request.mayReplace);
+}
+
+/// Position of the signal that triggers.
+std::size_t triggerSignalOf(const acquisition::Setup& setup, const RecordRequest& request)
+{
+    std::optional<std::size_t> found;
+    for (std::size_t i = 0; i < setup.signals.size(); ++i) {
+        const auto& signal = setup.signals[i];
+        const auto& module = setup.modules[signal.module];
+        const bool isItsModule =
+            request.triggerModule.empty() || request.triggerModule == module.label ||
+            request.triggerModule == module.address || request.triggerModule == module.name;
+        const std::string& wanted = request.triggerSignal;
+        if (isItsModule && !found &&
+            (signal.reference == wanted || signal.name == wanted || signal.column == wanted))
+            found = i;
+    }
+    if (!found)
+        throw CommandFailure({.problem = "the trigger's signal '" + request.triggerSignal +
+                                         "' is not among those that are recorded",
+                              .advice = "name it among the signals, too"});
+    using acquisition::ValueType;
+    const auto type = setup.signals[*found].type;
+    const auto& condition = *request.plan.trigger;
+    using Kind = acquisition::TriggerCondition::Kind;
+    const bool goesDown = condition.kind == Kind::below || condition.kind == Kind::falling;
+    if ((type == ValueType::uint32 || type == ValueType::uint64) && goesDown && condition.low <= 0)
+        throw CommandFailure({.problem = "the trigger '" + condition.text() +
+                                         "' cannot come: " + setup.signals[*found].reference +
+                                         " has no values below 0"});
+    return *found;
+}
+
+/// Notices of any thread, told by one.
+class Notices {
+public:
+    void add(const std::string& module, const std::string& what)
+    {
+        const std::lock_guard lock{m_mutex};
+        constexpr std::size_t kMost = 100;
+        if (m_waiting.size() < kMost)
+            m_waiting.push_back("zel: " + (module.empty() ? "" : module + ": ") + what);
+    }
+    void tell(ProgressBar& bar)
+    {
+        std::vector<std::string> waiting;
+        {
+            const std::lock_guard lock{m_mutex};
+            waiting.swap(m_waiting);
+        }
+        for (const std::string& notice : waiting)
+            bar.tell(printable(notice));
+    }
 
 private:
-    const ModuleSession& m_session;
+    std::mutex m_mutex;
+    std::vector<std::string> m_waiting; // under m_mutex
 };
 
-std::vector<MeasuredSignal> signalsWithRate(const ModuleSession& session,
-                                            const RecordArguments& arguments)
-{
-    constexpr std::uint32_t kView = 1;
-    auto chosen = chooseSignals(listSignals(session), arguments.signals, session);
-    if (arguments.rate <= 0)
-        return chosen;
-    for (const auto& signal : chosen) {
-        if (signal.sampleRate <= 0)
-            continue; // time-stamped values come when they come
-        session.check(ZEL_XPAR_WriteStringPar(session.uuid(), kView, signal.path.c_str(),
-                                              "SampleRate", shortNumber(arguments.rate).c_str()),
-                      "set the sample rate of " + signal.reference + " to " +
-                          shortNumber(arguments.rate) + " Hz",
-                      "it takes only the rates that its parameter SampleRate has a choice for");
-    }
-    return chooseSignals(listSignals(session), arguments.signals, session);
-}
-
-std::vector<std::string> headingOf(const ModuleSession& session)
-{
-    char name[128];
-    std::uint64_t length = 0;
-    std::string module =
-        "module: " + session.identity().at("uuid").get<std::string>() + " at " + session.address();
-    constexpr std::uint32_t kView = 1;
-    if (ZEL_XPAR_ReadPar(session.uuid(), kView, "System/Name", "", name, &length, sizeof name) >=
-        ZEL_OK)
-        module += std::string(", name ") + name;
-    return {"recorded by zel", module};
-}
-
-/// Gaps as they come, for people: one line a second at most.
-class GapReport {
+/// Waits for a trigger of the library as long as it lives.
+class LibraryTrigger {
 public:
-    explicit GapReport(ProgressBar& bar) : m_bar(bar) {}
-
-    void note(const std::string& gap, std::uint64_t lost)
+    LibraryTrigger(const std::string& text, Recorder& recorder) : m_text(text)
     {
-        ++m_gaps;
-        m_lost += lost;
-        m_last = gap;
-    }
-
-    void tellNowAndThen()
-    {
-        constexpr std::chrono::seconds kPause{1};
-        const auto now = Clock::now();
-        if (m_gaps > 0 && now - m_toldAt >= kPause) {
-            m_toldAt = now;
-            tell();
-        }
-    }
-
-    void tell()
-    {
-        if (m_gaps > 0) {
-            m_bar.tell("zel: " + (m_gaps == 1 ? m_last
-                                              : std::to_string(m_gaps) + " gaps, " +
-                                                    countOf(m_lost, "sample") +
-                                                    " lost; the last: " + m_last));
-        }
-        m_gaps = 0;
-        m_lost = 0;
-    }
-
-private:
-    ProgressBar& m_bar;
-    Clock::time_point m_toldAt;
-    std::uint64_t m_gaps = 0; // not told yet
-    std::uint64_t m_lost = 0;
-    std::string m_last;
-};
-
-/// Fetches blocks until what was wanted has come, or until Ctrl-C, which is as good an end.
-class Recorder {
-public:
-    Recorder(const ModuleSession& session, const std::vector<MeasuredSignal>& signals,
-             RecordingFile& file, bool isDrawn)
-        : m_session(session),
-          m_file(file),
-          m_recording(
-              signals, headingOf(session),
-              [this](auto lines, auto rows) { m_file.write(lines, rows); },
-              [this](const auto& gap, auto lost) { m_gaps.note(gap, lost); }),
-          m_buffer(kBufferSize),
-          m_isDrawn(isDrawn)
-    {
-    }
-
-    /// Seconds, or 0 for no end but Ctrl-C.
-    void run(double seconds)
-    {
-        if (seconds > 0)
-            m_recording.limit(static_cast<std::uint64_t>(std::llround(seconds * 1e9)));
-        bool isStopping = false;
-        for (bool hasMore = true; !m_recording.isOver(hasMore);) {
-            if (isInterrupted() && !isStopping) {
-                isStopping = true;
-                m_recording.stopNow();
+        if (const std::int32_t code = ZEL_XDAQ_ActivateTrigger(text.c_str()); code != ZEL_OK)
+            throw CommandFailure({.problem = "--trigger: '" + text + "' is no trigger",
+                                  .code = code,
+                                  .advice = "such as 'uuid=0x1234 connector=1 status=7 value=1'"});
+        m_thread = std::jthread{[this, &recorder](const std::stop_token& stop) {
+            constexpr std::uint32_t kWaitMs = 200;
+            while (!stop.stop_requested()) {
+                ZEL_TriggerEvent event{};
+                const std::int32_t code = ZEL_XDAQ_WaitForTrigger(kWaitMs, m_text.c_str(), &event);
+                if (code == ZEL_OK)
+                    recorder.trigger();
+                if (code != ZEL_UTIL_WAIT_TIMEOUT)
+                    std::this_thread::sleep_for(std::chrono::milliseconds{kWaitMs});
             }
-            hasMore = fetch();
-            m_gaps.tellNowAndThen();
-            draw(seconds);
-            if (!hasMore)
-                std::this_thread::sleep_for(kPause);
+        }};
+    }
+    ~LibraryTrigger() { ZEL_XDAQ_ClearTrigger(m_text.c_str()); }
+    LibraryTrigger(const LibraryTrigger&) = delete;
+    LibraryTrigger& operator=(const LibraryTrigger&) = delete;
+
+private:
+    const std::string m_text;
+    std::jthread m_thread;
+};
+
+/// One run of the recorder as a person sees it.
+class Run {
+public:
+    Run(CommandOutput& output, const RecordRequest& request, acquisition::Preparation prepared)
+        : m_request(request),
+          m_setup(prepared.setup),
+          m_sinks(output, request, m_setup),
+          m_isDrawn(!(request.out.empty() && output.isOnTerminal())),
+          m_recorder(
+              m_setup, request.plan,
+              [this](std::size_t number, std::uint64_t begin) {
+                  return m_sinks.make(number, begin);
+              },
+              [this](const std::string& module, const std::string& what) {
+                  m_notices.add(m_setup.modules.size() > 1 ? module : "", what);
+              })
+    {
+        acquisition::Source::Options options;
+        options.mayReconnect = request.mayReconnect;
+        for (std::size_t i = 0; i < prepared.modules.size(); ++i)
+            m_recorder.add(std::move(prepared.modules[i]), prepared.targets[i], options);
+    }
+
+    void run()
+    {
+        m_recorder.begin();
+        std::unique_ptr<LibraryTrigger> trigger;
+        if (!m_request.libraryTrigger.empty())
+            trigger = std::make_unique<LibraryTrigger>(m_request.libraryTrigger, m_recorder);
+        constexpr std::chrono::milliseconds kPause{20};
+        while (!isInterrupted() && m_recorder.poll() && !areAllGone()) {
+            tell();
+            draw();
+            std::this_thread::sleep_for(kPause);
         }
-        fetch(); // what has no even times may have come until the very end
     }
 
-    void finish()
+    /// `cause` is empty for an end as it should be.
+    void finish(const std::string& cause)
     {
-        m_recording.finish();
-        m_file.close();
-        m_gaps.tell();
+        const bool isGone = areAllGone();
+        if (isGone)
+            m_gone = m_recorder.sources().front();
+        const std::string problems = m_recorder.finish(isGone ? m_gone.problem : cause);
+        m_notices.tell(m_bar);
+        m_status = m_recorder.status();
+        tellGaps();
         m_bar.clear();
+        if (m_status.isReaderGone)
+            throw ReaderGone{};
+        m_problem = isGone ? m_gone.problem : problems;
     }
 
-    /// Keeps what there is, and gives the cause with what that is.
-    CommandFailure breakOff(const CommandFailure& cause);
-
-    /// Throws CommandFailure for a recording that is empty or has gaps.
-    void requireWhole() const;
-
-    std::string summary() const
-    {
-        return "recorded " + countOf(m_recording.samples(), "sample") + " in " +
-               countOf(m_file.rows(), "row") + " to " + m_file.name() +
-               (m_recording.late() > 0
-                    ? ", those of " + countOf(m_recording.late(), "late signal") + " out of order"
-                    : "");
-    }
-
+    /// Throws CommandFailure for a recording that is empty, broken off or has gaps.
+    void requireWhole(const std::string& cause) const;
+    std::string summary() const;
     nlohmann::json result() const;
 
 private:
-    static constexpr std::size_t kBufferSize = 4U << 20U;
-    static constexpr std::chrono::milliseconds kPause{20};
+    bool areAllGone() const
+    {
+        const auto sources = m_recorder.sources();
+        return std::ranges::all_of(sources, [](const auto& source) {
+            return source.link == acquisition::Source::Link::ended;
+        });
+    }
 
-    bool fetch();
-    void draw(double seconds);
+    void tell();
+    void tellGaps();
+    void draw();
+    std::string diskText();
 
-    const ModuleSession& m_session;
-    RecordingFile& m_file;
+    const RecordRequest& m_request;
+    const acquisition::Setup m_setup;
+    RecordingSinks m_sinks;
     ProgressBar m_bar;
-    GapReport m_gaps{m_bar};
-    Recording m_recording;
-    std::vector<unsigned char> m_buffer;
+    Notices m_notices;
     const bool m_isDrawn;
-    std::uint64_t m_largest = 0;
+    Recorder::Status m_status;
+    std::string m_problem;
+    acquisition::Source::State m_gone; // where the links are lost for good
+
     Clock::time_point m_drawnAt = Clock::now();
-    std::uint64_t m_drawnRows = 0;
-    std::uint64_t m_drawnSamples = 0;
+    Clock::time_point m_gapsToldAt;
+    Recorder::Status m_drawn;
+    Recorder::Status m_told;
+    bool m_hasToldDisk = false;
+
+    Recorder m_recorder; // last: its threads use the others
 };
 
-/// Whether the module may have more: it gave a block as full as the buffer, or a limit of its own,
-/// allows.
-bool Recorder::fetch()
+void Run::tell()
 {
-    constexpr std::uint64_t kSmallestLimit = 16384;
-    std::uint64_t received = 0;
-    m_session.judge(
-        ZEL_XDAQ_GetMeasValBlock(m_session.uuid(), m_buffer.data(), &received, m_buffer.size()),
-        "fetch measured values", {}, Answer::data);
-    m_largest = std::max(m_largest, received);
-    const bool hasMore = received >= kSmallestLimit && received >= m_largest / 2;
-    m_recording.take(m_buffer.data(), received, hasMore);
-    return hasMore;
+    m_notices.tell(m_bar);
+    m_status = m_recorder.status();
+    constexpr std::chrono::seconds kPause{1};
+    if (const auto now = Clock::now(); now - m_gapsToldAt >= kPause) {
+        m_gapsToldAt = now;
+        tellGaps();
+    }
+    if (m_status.isDiskFull != m_hasToldDisk) {
+        m_hasToldDisk = m_status.isDiskFull;
+        m_bar.tell(m_hasToldDisk ? "zel: the disk is full; what comes waits in memory"
+                                 : "zel: there is room on the disk again");
+    }
 }
 
-void Recorder::draw(double seconds)
+void Run::tellGaps()
 {
-    constexpr std::chrono::milliseconds kRedraw{200};
+    const std::uint64_t gaps = m_status.gaps - std::min(m_status.gaps, m_told.gaps);
+    if (gaps > 0)
+        m_bar.tell(
+            "zel: " + counted(gaps, "gap") + ", " +
+            counted(m_status.missing - std::min(m_status.missing, m_told.missing), "sample") +
+            " lost");
+    m_told = m_status;
+}
+
+/// "12 GiB free, for 3 h"
+std::string Run::diskText()
+{
+    if (m_request.out.empty())
+        return {};
+    std::error_code error;
+    const auto folder = hostPath(m_request.out).parent_path();
+    const auto space = std::filesystem::space(folder.empty() ? "." : folder, error);
+    if (error)
+        return {};
+    std::string text = ", " + byteCount(space.available) + " free";
+    const double written = static_cast<double>(m_status.bytes);
+    const double seconds = static_cast<double>(m_status.recorded) / 1e9;
+    if (written > 0 && seconds > 1)
+        text += " for " + duration(static_cast<double>(space.available) / written * seconds);
+    return text;
+}
+
+void Run::draw()
+{
+    constexpr std::chrono::milliseconds kRedraw{250};
     const auto now = Clock::now();
     const std::chrono::duration<double> since = now - m_drawnAt;
     if (!m_isDrawn || since < kRedraw)
         return;
-    const auto inASecond = [&](std::uint64_t number, std::uint64_t before) {
-        return std::llround(static_cast<double>(number - before) / since.count());
-    };
-    char text[160];
-    std::snprintf(text, sizeof text, "%.1f s, %llu rows, %lld rows/s, %lld samples/s, %llu lost",
-                  m_recording.seconds(), static_cast<unsigned long long>(m_recording.rows()),
-                  inASecond(m_recording.rows(), m_drawnRows),
-                  inASecond(m_recording.samples(), m_drawnSamples),
-                  static_cast<unsigned long long>(m_recording.lost()));
+    if (m_status.isWaitingForTrigger && m_status.samples == 0)
+        return m_bar.draw("waiting for the trigger");
+    const auto inASecond = static_cast<double>(m_status.samples - m_drawn.samples) / since.count();
+    const double seconds = static_cast<double>(m_status.recorded) / 1e9;
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text.setf(std::ios::fixed);
+    text.precision(1);
+    text << seconds << " s, ";
+    if (const auto rows = m_sinks.rows())
+        text << counted(*rows, "row") << ", ";
+    text << byteCount(m_status.bytes) << ", " << std::llround(inASecond) << " samples/s, lag "
+         << static_cast<double>(m_status.lag) / 1e9 << " s, " << counted(m_status.gaps, "gap");
+    if (m_status.modulesDown > 0)
+        text << ", " << counted(m_status.modulesDown, "module") << " down";
+    text << diskText();
     m_drawnAt = now;
-    m_drawnRows = m_recording.rows();
-    m_drawnSamples = m_recording.samples();
-    if (seconds > 0)
-        m_bar.draw(m_recording.seconds() / seconds, text);
+    m_drawn = m_status;
+    const double whole = static_cast<double>(m_request.plan.duration) / 1e9;
+    if (whole > 0 && !isTriggered(m_request))
+        m_bar.draw(std::min(seconds / whole, 1.0), text.str());
     else
-        m_bar.draw(text);
+        m_bar.draw(text.str());
 }
 
-CommandFailure Recorder::breakOff(const CommandFailure& cause)
+std::string Run::summary() const
 {
-    if (!m_file.hasFailed()) {
-        try {
-            m_recording.breakOff();
-        } catch (const CommandFailure&) {
-            // There is one cause.
-        }
-    }
-    constexpr std::size_t kName = 5; // "zel: "
-    const std::string why = cause.message();
-    m_file.breakOff("# broken off: " + why.substr(kName, why.find('\n') - kName) + "\n");
-    FailureReport report = cause.report();
-    report.advice = countOf(m_file.rows(), "row") + " went to " + m_file.name() +
-                    (report.advice.empty() ? "" : "; " + report.advice);
-    report.result = std::make_shared<nlohmann::json>(result());
-    return CommandFailure(report);
+    std::string text = "recorded " + counted(m_status.samples, "sample");
+    if (const auto rows = m_sinks.rows())
+        text += " in " + counted(*rows, "row");
+    text += " to " + m_sinks.name();
+    if (m_status.parts > 1)
+        text += " and " + counted(m_status.parts - 1, "other file");
+    if (const std::uint64_t late = m_sinks.late(); late > 0)
+        text += ", those of " + counted(late, "late signal") + " out of order";
+    return text;
 }
 
-void Recorder::requireWhole() const
+void Run::requireWhole(const std::string& cause) const
 {
     FailureReport report;
-    if (m_recording.rows() == 0) {
+    const std::string& problem = !cause.empty() ? cause : m_problem;
+    if (!problem.empty()) {
+        report.problem = problem;
+        const std::string advice = m_gone.code != 0 ? adviceFor(m_gone.code) : "";
+        if (m_status.parts > 0 && !m_sinks.names().empty())
+            report.advice = summary() + (advice.empty() ? "" : "; ");
+        report.advice += advice;
+    } else if (m_status.samples == 0 && isTriggered(m_request)) {
+        report.problem = "nothing was recorded: the trigger did not come";
+    } else if (m_status.samples == 0) {
         report.problem = "nothing was recorded: no values came";
-        report.advice = "'zel read " + m_session.address() + "' shows what the signals have now";
-    } else if (m_recording.gaps() > 0) {
-        report.problem = summary() + ", but with " + countOf(m_recording.gaps(), "gap") + ": " +
-                         countOf(m_recording.lost(), "sample") + " lost";
-        report.advice = "lines '# gap:' tell where; fewer signals or a lower --rate give this host "
-                        "less to do";
+        report.advice =
+            "'zel read " + m_setup.modules.front().address + "' shows what the signals have now";
+    } else if (m_status.gaps > 0) {
+        report.problem = summary() + ", but with " + counted(m_status.gaps, "gap") + ": " +
+                         counted(m_status.missing, "sample") + " lost";
+        report.advice = "the recording tells where and why";
     } else {
         return;
     }
@@ -297,53 +473,71 @@ void Recorder::requireWhole() const
     throw CommandFailure(report);
 }
 
-nlohmann::json Recorder::result() const
+nlohmann::json Run::result() const
 {
-    nlohmann::json result = m_session.identity();
-    result.update({{"file", m_file.name()},
-                   {"rows", m_file.rows()},
-                   {"lost", m_recording.lost()},
-                   {"gaps", m_recording.gaps()},
-                   {"late", m_recording.late()}});
-    if (!m_file.hasFailed())
-        result["samples"] = m_recording.samples(); // else nobody knows how many arrived
+    auto modules = nlohmann::json::array();
+    for (const auto& module : m_setup.modules)
+        modules.push_back({{"address", module.address},
+                           {"uuid", hexadecimal(module.uuid)},
+                           {"label", module.label}});
+    nlohmann::json result = {{"file", m_sinks.name()},   {"files", m_sinks.names()},
+                             {"modules", modules},       {"samples", m_status.samples},
+                             {"lost", m_status.missing}, {"gaps", m_status.gaps},
+                             {"bytes", m_status.bytes}};
+    if (m_setup.modules.size() == 1)
+        result.update({{"address", m_setup.modules[0].address},
+                       {"uuid", hexadecimal(m_setup.modules[0].uuid)}});
+    if (const auto rows = m_sinks.rows())
+        result.update({{"rows", *rows}, {"late", m_sinks.late()}});
     return result;
 }
 
-void record(CommandOutput& output, const RecordArguments& arguments)
+/// What the library or a module refused, as the commands tell it.
+CommandFailure failureOf(const Error& error)
 {
-    if (output.isJson && arguments.file.empty()) {
-        throw CommandFailure({.problem = "--json needs --out FILE",
-                              .advice = "standard output cannot hold the recording and the "
-                                        "result at once"});
-    }
-    const ModuleSession session(arguments.address);
-    const auto signals = signalsWithRate(session, arguments);
-    // Before the file is made: what cannot begin leaves none.
-    auto subscription = std::make_unique<Subscription>(session, signals);
-    RecordingFile file(output, arguments.file, arguments.mayReplace);
-    const bool isOnScreen = arguments.file.empty() && output.isOnTerminal();
-    Recorder recorder(session, signals, file, !isOnScreen);
-    try {
-        recorder.run(arguments.duration);
-        subscription.reset();
-        recorder.finish();
-    } catch (const CommandFailure& failure) {
-        throw recorder.breakOff(failure);
-    } catch (const std::exception& error) {
-        throw recorder.breakOff(CommandFailure({.problem = error.what()}));
-    }
-    recorder.requireWhole();
-    if (output.isJson)
-        output.json(recorder.result());
-    else if (!arguments.file.empty())
-        output.line(recorder.summary() + ", without a gap");
+    return CommandFailure({.problem = "could not " + error.tried() +
+                                      (error.address().empty() ? "" : " on " + error.address()),
+                           .code = error.code(),
+                           .codeText = error.codeText(),
+                           .moduleText = error.moduleText(),
+                           .advice = adviceFor(error.code())});
 }
 
-/// What is wrong with a rate or a time; "" for nothing.
+void record(CommandOutput& output, const RecordArguments& arguments)
+try {
+    RecordRequest request = requestOf(arguments);
+    check(output, request);
+    const Library library;
+    auto prepared = acquisition::prepare(request.modules);
+    stopIfInterrupted();
+    prepared.setup.isOnHostTime = request.isOnHostTime;
+    if (request.plan.trigger)
+        request.plan.triggerSignal = triggerSignalOf(prepared.setup, request);
+    Run run(output, request, std::move(prepared));
+    std::string cause;
+    try {
+        run.run();
+    } catch (const acquisition::SinkFailure& failure) {
+        cause = failure.what();
+    }
+    run.finish(cause);
+    run.requireWhole(cause);
+    if (output.isJson)
+        output.json(run.result());
+    else if (!request.out.empty())
+        output.line(run.summary() + ", without a gap");
+} catch (const acquisition::RequestError& error) {
+    throw CommandFailure({.problem = error.what(), .advice = error.advice()});
+} catch (const acquisition::SinkFailure& failure) {
+    throw CommandFailure({.problem = failure.what()});
+} catch (const Error& error) {
+    throw failureOf(error);
+}
+
+/// What is wrong with a rate; "" for nothing.
 std::string refuseUnlessAboveZero(const std::string& text)
 {
-    constexpr double kLargest = 1e9; // more than 30 years, or samples in a nanosecond
+    constexpr double kLargest = 1e9; // samples in a nanosecond
     const auto number = decimalNumber(text);
     return number && *number > 0 && *number <= kLargest
                ? ""
@@ -355,26 +549,71 @@ std::string refuseUnlessAboveZero(const std::string& text)
 void addRecordCommand(CLI::App& app, Application& application)
 {
     auto& command = addCommand(
-        app, {.name = "record",
-              .group = "Measured values",
-              .description = "Record signals into a CSV file, until Ctrl-C",
-              .examples = "  zel record 192.168.169.20 Force Torque --duration 10 --out run1.csv\n"
-                          "  zel record 192.168.169.20 AnalogIn_Connector0.Signal0 --rate 1200"});
+        app,
+        {.name = "record",
+         .group = "Measured values",
+         .description =
+             "Record signals of one module or many, until Ctrl-C\n\n"
+             "Each address begins a module, and the signals behind it are recorded of it: by\n"
+             "reference or name, by a pattern such as 'AnalogIn_*', or 'all'. A module's own\n"
+             "name is marked by an @. A link that is lost is dialled again; what is missing is\n"
+             "a gap, which the recording tells.",
+         .examples = "  zel record 192.168.169.20 Force Torque --duration 10 --out run1.csv\n"
+                     "  zel record 192.168.169.20 'AnalogIn_*' 192.168.169.21 all --out run.h5\n"
+                     "  zel record 192.168.169.20 Force --trigger 'Force rising 5' --before 1 \\\n"
+                     "      --duration 3 --repeat 0 --out crash.h5\n"
+                     "  zel record 192.168.169.20 Force | my-program\n"
+                     "  zel record --from run.toml"});
     const auto arguments = std::make_shared<RecordArguments>();
-    const CLI::Validator isAboveZero(refuseUnlessAboveZero, "");
-    addAddressArgument(command, arguments->address);
-    command.add_option("SIGNAL", arguments->signals, "References or names of signals")->required();
+    const auto text = [&](const std::string& name, std::string& value, const std::string& help,
+                          const std::string& unit) {
+        return command.add_option(name, value, help)->option_text(unit);
+    };
+    command.add_option("ADDRESS SIGNAL...", arguments->words, "Modules, each with its signals");
+    text("--from", arguments->runFile, "Read what to record from a TOML file", "FILE");
     command
         .add_option("--rate", arguments->rate,
                     "Sample rate; changes the parameter of the signals that are sampled evenly")
-        ->check(isAboveZero)
+        ->check(CLI::Validator(refuseUnlessAboveZero, ""))
         ->option_text("HZ");
-    command.add_option("--duration", arguments->duration, "End after this time")
-        ->check(isAboveZero)
-        ->option_text("SECONDS");
-    command.add_option("--out", arguments->file, "File for the values; otherwise standard output")
-        ->option_text("FILE");
+    text("--duration,--stop-after", arguments->duration, "End after this time: 10, 500ms, 2h",
+         "TIME");
+    text("--start-at", arguments->startAt, "Begin at 18:00, or at 2026-11-21T18:00:00Z", "TIME");
+    text("--out", arguments->file, "File for the values; otherwise, and for '-', standard output",
+         "FILE");
+    text("--format", arguments->format,
+         "csv or h5; otherwise as the file's name ends (.h5), else csv", "FORMAT")
+        ->check(CLI::IsMember({"csv", "h5", "hdf5"}));
     command.add_flag("--force", arguments->mayReplace, "Replace the file if it is there");
+    text("--split", arguments->split, "Begin a new file after 1h, or after 1GB", "TIME|SIZE");
+    command.add_flag("--file-for-each-rate", arguments->hasFileForEachRate,
+                     "CSV: signals of different rates in files of their own");
+    command.add_option("--deflate", arguments->deflate, "HDF5: compress, 1 (fast) to 9")
+        ->check(CLI::Range(0, 9))
+        ->option_text("LEVEL");
+    text("--sync", arguments->sync,
+         "HDF5: bring what is written to the disk itself that often, in case the power fails",
+         "TIME");
+    text("--memory", arguments->memory,
+         "What may wait for a slow disk, and for a trigger; 256MiB otherwise", "SIZE");
+    text("--trigger", arguments->trigger,
+         "Begin when a signal meets a condition: 'Force rising 5', 'Force > 5',\n"
+         "'Force < 5', 'Force falling 5', 'Force inside 1 2', 'Force outside 1 2';\n"
+         "or with a trigger of the library: 'uuid=0x1234 status=7'",
+         "TEXT");
+    text("--trigger-module", arguments->triggerModule,
+         "The module of that signal, where several have one of this name", "MODULE");
+    text("--before", arguments->before, "Record also so much before the trigger", "TIME");
+    command
+        .add_option("--repeat", arguments->repeats,
+                    "That many recordings, one for each trigger; 0 without end")
+        ->option_text("N");
+    text("--reconnect", arguments->reconnect,
+         "off: the recording ends when the link to a module is lost", "on|off")
+        ->check(CLI::IsMember({"on", "off"}));
+    text("--align", arguments->align,
+         "host: put the samples' times on this host's clock; module: leave them", "host|module")
+        ->check(CLI::IsMember({"host", "module"}));
     whenChosen(command, application, arguments, record);
 }
 

@@ -32,44 +32,6 @@ void setEnvironment(const char* name, const std::string& value)
     setenv(name, value.c_str(), 1);
 }
 
-int openToWrite(const std::filesystem::path& path)
-{
-    return open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-}
-
-std::size_t writeTo(int file, std::string_view bytes)
-{
-    std::size_t written = 0;
-    while (written < bytes.size()) {
-        const auto count = write(file, bytes.data() + written, bytes.size() - written);
-        if (count > 0) {
-            written += static_cast<std::size_t>(count);
-        } else if (count == 0 || errno != EINTR) {
-            errno = count == 0 ? ENOSPC : errno;
-            break;
-        }
-    }
-    return written;
-}
-
-std::optional<std::uint64_t> sizeOf(int file)
-{
-    struct stat status {};
-    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode))
-        return {};
-    return static_cast<std::uint64_t>(status.st_size);
-}
-
-bool cutTo(int file, std::uint64_t size)
-{
-    return ftruncate(file, static_cast<off_t>(size)) == 0 && lseek(file, 0, SEEK_END) >= 0;
-}
-
-bool closeFile(int file)
-{
-    return close(file) == 0;
-}
-
 std::FILE* takeStandardOutput()
 {
     std::fflush(stdout);

@@ -49,48 +49,6 @@ void setEnvironment(const char* name, const std::string& value)
     _putenv_s(name, value.c_str()); // the system's own environment as well
 }
 
-int openToWrite(const std::filesystem::path& path)
-{
-    return _wopen(path.c_str(), _O_WRONLY | _O_CREAT | _O_TRUNC | _O_BINARY | _O_NOINHERIT,
-                  _S_IREAD | _S_IWRITE);
-}
-
-std::size_t writeTo(int file, std::string_view bytes)
-{
-    constexpr std::size_t kMost = 1U << 20U; // to a pipe it is all or nothing
-    std::size_t written = 0;
-    while (written < bytes.size()) {
-        const auto piece = bytes.substr(written, kMost);
-        const int count = _write(file, piece.data(), static_cast<unsigned>(piece.size()));
-        if (count <= 0) {
-            // A part of the bytes found room: some runtimes have no error for that.
-            errno = count == 0 || _doserrno == 0 ? ENOSPC : errno;
-            break;
-        }
-        written += static_cast<std::size_t>(count);
-    }
-    return written;
-}
-
-std::optional<std::uint64_t> sizeOf(int file)
-{
-    struct _stat64 status {};
-    if (_fstat64(file, &status) != 0 || (status.st_mode & _S_IFMT) != _S_IFREG)
-        return {};
-    return static_cast<std::uint64_t>(status.st_size);
-}
-
-bool cutTo(int file, std::uint64_t size)
-{
-    return _chsize_s(file, static_cast<std::int64_t>(size)) == 0 &&
-           _lseeki64(file, 0, SEEK_END) >= 0;
-}
-
-bool closeFile(int file)
-{
-    return _close(file) == 0;
-}
-
 std::FILE* takeStandardOutput()
 {
     std::fflush(stdout);

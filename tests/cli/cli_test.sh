@@ -266,12 +266,12 @@ tr -d '\r' <run.csv | awk -F, '
     END { exit !(named && row > 300) }'
 verdict $? "run.csv holds the counter"
 it_works '^recorded 10 samples in 10 rows ' record "$module" Torque --duration 0.01 --out short.csv
-it_fails "'0' is no number above 0" record "$module" Torque --duration 0
+it_fails "'0' is no time above 0" record "$module" Torque --duration 0
 it_works '"lost":0' record "$module" Torque --duration 0.1 --out run.csv --force --json
 mkdir small
 mount -t tmpfs -o size=64k none small
-it_fails 'could not write to small/r.csv: No space left .* [0-9]{4} rows went to small/r.csv' \
-    record "$module" Torque --out small/r.csv
+it_fails 'could not write to small/r.csv: No space left .* [0-9]{4} rows to small/r.csv' \
+    record "$module" Torque --duration 5 --out small/r.csv
 ends_whole() {
     tr -d '\r' <"$1" | awk -F, '/^[0-9]/ && !/^[0-9.]+,[-0-9.e+]+$/ { cut = 1 }
         END { exit cut || !/^# broken off: .*No space left/ }'
@@ -281,7 +281,7 @@ ends_whole() {
 ends_whole small/r.csv
 # Under Wine a program cannot shorten the file that its standard output goes to.
 if [ "$(head -c 2 "$zel")" != '#!' ]; then
-    timeout 60 "$zel" record "$module" Torque >small/redirected.csv 2>err
+    timeout 60 "$zel" record "$module" Torque --duration 5 >small/redirected.csv 2>err
     ends_whole small/redirected.csv
 fi
 umount small
@@ -332,7 +332,7 @@ start_module --fault disconnect:6/12
 it_works 'is back; it gave no answer' restart "$module" --wait 30
 it_fails 'could not connect to 127.0.0.1:1: TCP: Connect failed .*switched on' get 127.0.0.1:1 x
 start_module --fault disconnect:5/1
-it_fails 'connection was lost' record "$module" AnalogIn_Connector0.Signal0 --out lost.csv
+it_fails 'connection was lost' record "$module" AnalogIn_Connector0.Signal0 --reconnect off --out lost.csv
 grep -q '^# broken off: could not fetch' lost.csv
 verdict $? "a recording says that it was broken off"
 start_module --buffer-time 1
