@@ -122,6 +122,9 @@ Handle accessOf(Access access)
 Turn::Turn()
 {
     libraryMutex().lock();
+    // A file that could not be closed, for want of room, would crash the process at its end.
+    static const bool isLeftAlone = H5dont_atexit() >= 0;
+    static_cast<void>(isLeftAlone);
     // What failed is told by exceptions. Each thread has a setting of its own.
     thread_local const bool isQuiet = H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr) >= 0;
     static_cast<void>(isQuiet);

@@ -169,9 +169,21 @@ bool Series::write(std::uint64_t chunk, std::span<const std::byte> bytes, bool i
     } catch (const Failure& failure) {
         if (!failure.isNoRoom())
             throw;
+        reopen();
         return false;
     }
     return true;
+}
+
+/// The library remembers the place of a chunk that could not be written. At the next attempt it would
+/// write there, and never tell in the file that the chunk is there.
+void Series::reopen()
+{
+    const std::string path = pathOf(m_dataset);
+    const Handle file{"open a dataset", H5Fclose,
+                      [&] { return H5Iget_file_id(m_dataset.id()); }};
+    m_dataset.drop();
+    m_dataset = openDataset(file, path);
 }
 
 std::span<const std::byte> Series::pack(std::span<const std::byte> bytes)

@@ -56,6 +56,7 @@ private:
     void complete(std::span<const std::byte> bytes);
     bool write(std::uint64_t chunk, std::span<const std::byte> bytes, bool isWhole);
     std::span<const std::byte> pack(std::span<const std::byte> bytes);
+    void reopen();
     void extendTo(std::uint64_t size);
 
     Shape m_shape;
