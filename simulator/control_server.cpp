@@ -1,7 +1,6 @@
-#include "control_server.h"
-
 #include "module_codes.h"
 #include "module_model.h"
+#include "module_service.h"
 #include "parameter_schema.h"
 #include "service_document.h"
 #include "xml_text.h"
@@ -74,24 +73,7 @@ Outcome readParameters(const Control& control, const std::string& document, Cont
     return {};
 }
 
-} // namespace
-
-MethodAnswer ControlServer::call(const MethodCall& call)
-{
-    switch (ControlMethod{call.id.method}) {
-    case ControlMethod::execute:
-        return execute(call);
-    case ControlMethod::readDocument:
-    case ControlMethod::readSchema:
-    case ControlMethod::readStyleSheet:
-        return describe(call);
-    case ControlMethod::getControls:
-        return {0, composeList()};
-    }
-    return unknownMethod(call.id);
-}
-
-MethodAnswer ControlServer::execute(const MethodCall& call)
+MethodAnswer execute(ModuleModel& model, const MethodCall& call)
 {
     ServiceRequest request{call.data};
     const Control* control = nullptr;
@@ -102,10 +84,10 @@ MethodAnswer ControlServer::execute(const MethodCall& call)
         request.has("ControlParams") ? request.text("ControlParams") : std::string{};
     if (const Outcome outcome = readParameters(*control, document, texts); !outcome.isGood())
         return outcome;
-    return control->perform(m_model, texts);
+    return control->perform(model, texts);
 }
 
-MethodAnswer ControlServer::describe(const MethodCall& call)
+MethodAnswer describe(const MethodCall& call)
 {
     ServiceRequest request{call.data};
     const Control* control = nullptr;
@@ -116,6 +98,23 @@ MethodAnswer ControlServer::describe(const MethodCall& call)
     if (call.id == ControlMethod::readSchema)
         return {0, composeSectionSchema(control->parameters)};
     return {0, composeStyleSheet(control->name)};
+}
+
+} // namespace
+
+MethodAnswer answerControls(ModuleModel& model, const MethodCall& call)
+{
+    switch (ControlMethod{call.id.method}) {
+    case ControlMethod::execute:
+        return execute(model, call);
+    case ControlMethod::readDocument:
+    case ControlMethod::readSchema:
+    case ControlMethod::readStyleSheet:
+        return describe(call);
+    case ControlMethod::getControls:
+        return {0, composeList()};
+    }
+    return unknownMethod(call.id);
 }
 
 } // namespace zel::simulator

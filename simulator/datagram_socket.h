@@ -4,8 +4,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
-#include <string>
 #include <vector>
 
 #include <asio/io_context.hpp>

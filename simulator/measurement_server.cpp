@@ -1,7 +1,6 @@
-#include "measurement_server.h"
-
 #include "module_codes.h"
 #include "module_model.h"
+#include "module_service.h"
 #include "number_forms.h"
 #include "service_document.h"
 #include "xml_text.h"
@@ -70,38 +69,17 @@ std::string field(std::string text)
     return text;
 }
 
-} // namespace
-
-MethodAnswer MeasurementServer::call(const MethodCall& call)
-{
-    switch (MeasurementMethod{call.id.method}) {
-    case MeasurementMethod::readBlock:
-        return fetchBlock(call);
-    case MeasurementMethod::subscribe:
-        return subscribe(call);
-    case MeasurementMethod::unsubscribe:
-        return unsubscribe(call);
-    case MeasurementMethod::listSignals:
-        return listSignals(call);
-    case MeasurementMethod::readValues:
-        return currentValues(call);
-    case MeasurementMethod::listSignalsAsText:
-        return listAsText(call);
-    }
-    return unknownMethod(call.id);
-}
-
-MethodAnswer MeasurementServer::fetchBlock(const MethodCall& call)
+MethodAnswer fetchBlock(ModuleModel& model, const MethodCall& call)
 {
     ServiceRequest request{call.data};
     const auto largest = request.number<std::uint64_t>("MaxSize");
     if (!request.isGood())
         return request.failure();
     // One byte less: hosts take an answer that is shorter than their buffer.
-    const std::uint64_t room = kMostUnderWay - std::min(*m_underWay, kMostUnderWay);
+    const std::uint64_t room = kMostUnderWay - std::min(*model.blocksUnderWay, kMostUnderWay);
     const std::uint64_t most =
         std::min({largest - std::min<std::uint64_t>(largest, 1), kLargestBlock, room});
-    auto block = m_model.measurements.fetch(call.connection, static_cast<std::size_t>(most));
+    auto block = model.measurements.fetch(call.connection, static_cast<std::size_t>(most));
     if (!block)
         return {kNothingSubscribed, "this connection has no subscription"};
     if (block->isTooSmall && largest <= room)
@@ -109,15 +87,33 @@ MethodAnswer MeasurementServer::fetchBlock(const MethodCall& call)
                 "not one sample fits less than " + std::to_string(largest) + " bytes"};
     MethodAnswer answer{0, std::move(block->bytes)};
     const std::size_t size = answer.data.size();
-    *m_underWay += size;
-    answer.afterwards = [underWay = m_underWay, size] { *underWay -= size; };
+    *model.blocksUnderWay += size;
+    answer.afterwards = [underWay = model.blocksUnderWay, size] { *underWay -= size; };
     return answer;
 }
 
-Outcome MeasurementServer::subscribe(const MethodCall& call)
+Outcome addStream(ModuleModel& model, ServiceRequest request, std::vector<SignalStream>& streams)
+{
+    const std::string name = request.text("Name");
+    const auto userSignalId = request.number<std::uint16_t>("UserSigId");
+    const auto blockSize = request.number<std::uint64_t>("BlockSize");
+    if (!request.isGood())
+        return request.failure();
+    if (blockSize == 0)
+        return {kInvalidParameters, quoted(name) + ": a BlockSize of 0 has no samples"};
+    auto signal = findSignal(model, name);
+    if (!signal)
+        return noSuchSignal(model, name);
+    if (!signal->isEnabled)
+        return switchedOff(name);
+    streams.emplace_back(*std::move(signal), userSignalId, std::min(blockSize, kLargestBlockSize));
+    return {};
+}
+
+Outcome subscribe(ModuleModel& model, const MethodCall& call)
 {
     // Whatever comes of the new one, the old one is over.
-    m_model.measurements.unsubscribe(call.connection);
+    model.measurements.unsubscribe(call.connection);
     ServiceRequest request{call.data};
     if (!request.isGood())
         return request.failure();
@@ -125,7 +121,7 @@ Outcome MeasurementServer::subscribe(const MethodCall& call)
     for (const pugi::xml_node signal : request.elements("Signal")) {
         if (streams.size() == kMostSignals)
             return {kInvalidParameters, "more than " + std::to_string(kMostSignals) + " signals"};
-        if (Outcome outcome = addStream(ServiceRequest{signal}, streams); !outcome.isGood())
+        if (Outcome outcome = addStream(model, ServiceRequest{signal}, streams); !outcome.isGood())
             return outcome;
     }
     if (streams.empty())
@@ -135,42 +131,23 @@ Outcome MeasurementServer::subscribe(const MethodCall& call)
         return request.failure();
     if (start > kLatestStart)
         return {kInvalidParameters, "the StartTime is beyond all times"};
-    m_model.measurements.subscribe(call.connection, start, std::move(streams));
+    model.measurements.subscribe(call.connection, start, std::move(streams));
     return {};
 }
 
-Outcome MeasurementServer::addStream(ServiceRequest request,
-                                     std::vector<SignalStream>& streams) const
+Outcome unsubscribe(ModuleModel& model, const MethodCall& call)
 {
-    const std::string name = request.text("Name");
-    const auto userSignalId = request.number<std::uint16_t>("UserSigId");
-    const auto blockSize = request.number<std::uint64_t>("BlockSize");
-    if (!request.isGood())
-        return request.failure();
-    if (blockSize == 0)
-        return {kInvalidParameters, quoted(name) + ": a BlockSize of 0 has no samples"};
-    auto signal = findSignal(m_model, name);
-    if (!signal)
-        return noSuchSignal(m_model, name);
-    if (!signal->isEnabled)
-        return switchedOff(name);
-    streams.emplace_back(*std::move(signal), userSignalId, std::min(blockSize, kLargestBlockSize));
+    model.measurements.unsubscribe(call.connection);
     return {};
 }
 
-Outcome MeasurementServer::unsubscribe(const MethodCall& call)
-{
-    m_model.measurements.unsubscribe(call.connection);
-    return {};
-}
-
-Outcome MeasurementServer::listSignals(const MethodCall& call)
+Outcome listSignals(ModuleModel& model, const MethodCall& call)
 {
     ServiceRequest request{call.data};
     if (!request.isGood())
         return request.failure();
     ServiceAnswer answer;
-    const auto signals = describeSignals(m_model);
+    const auto signals = describeSignals(model);
     answer.add("SigCount", signals.size());
     for (const SignalDescription& signal : signals) {
         pugi::xml_node element = appendText(answer.params(), "SigId", referenceOf(signal.place));
@@ -187,39 +164,28 @@ Outcome MeasurementServer::listSignals(const MethodCall& call)
     return answer.outcome();
 }
 
-Outcome MeasurementServer::listAsText(const MethodCall& call)
+Outcome listAsText(ModuleModel& model, const MethodCall& call)
 {
     ServiceRequest request{call.data};
     if (!request.isGood())
         return request.failure();
     std::string list;
-    for (const SignalDescription& signal : describeSignals(m_model))
+    for (const SignalDescription& signal : describeSignals(model))
         list += referenceOf(signal.place) + '\t' + field(signal.name) + '\t' + field(signal.unit) +
                 '\t' + std::to_string(signal.times.rate) + '\t' + typeText(signal) + '\t' +
                 std::to_string(signal.recordKind) + '\t' + (signal.isEnabled ? "1\n" : "0\n");
     return {0, list};
 }
 
-Outcome MeasurementServer::currentValues(const MethodCall& call)
-{
-    ServiceRequest request{call.data};
-    if (!request.isGood())
-        return request.failure();
-    if (!request.has("EnabledOnly"))
-        return oneCurrentValue(request);
-    const auto enabledOnly = request.number("EnabledOnly");
-    return request.isGood() ? allCurrentValues(enabledOnly == 1) : request.failure();
-}
-
-Outcome MeasurementServer::oneCurrentValue(ServiceRequest& request)
+Outcome oneCurrentValue(ModuleModel& model, ServiceRequest& request)
 {
     const std::string name = request.text("SigId");
     const auto scale = request.number("ScaleType");
     if (!request.isGood())
         return request.failure();
-    const auto signal = findSignal(m_model, name);
+    const auto signal = findSignal(model, name);
     if (!signal)
-        return noSuchSignal(m_model, name);
+        return noSuchSignal(model, name);
     const auto notPossible = [&](const char* why) {
         return Outcome{kScalingNotPossible,
                        "scale type " + std::to_string(scale) + " of " + quoted(name) + why};
@@ -228,25 +194,57 @@ Outcome MeasurementServer::oneCurrentValue(ServiceRequest& request)
         return notPossible(": there are 0 raw, 1 electrical and 2 physical");
     if (!signal->isEnabled)
         return switchedOff(name);
-    const auto value = m_model.measurements.currentValue(*signal, static_cast<ScaleType>(scale));
+    const auto value = model.measurements.currentValue(*signal, static_cast<ScaleType>(scale));
     if (!value)
         return notPossible(": this kind of signal has no such value");
     return ServiceAnswer{}.add("MeasVal", plainNumber(*value)).outcome();
 }
 
-Outcome MeasurementServer::allCurrentValues(bool enabledOnly)
+Outcome allCurrentValues(ModuleModel& model, bool enabledOnly)
 {
-    auto signals = describeSignals(m_model);
+    auto signals = describeSignals(model);
     if (enabledOnly)
         std::erase_if(signals, [](const auto& signal) { return !signal.isEnabled; });
     ServiceAnswer answer;
     answer.add("SigCount", signals.size());
     for (const SignalDescription& signal : signals) {
-        const auto value = m_model.measurements.currentValue(signal, ScaleType::physical);
+        const auto value = model.measurements.currentValue(signal, ScaleType::physical);
         answer.add("SigId", referenceOf(signal.place));
         answer.add("MeasVal", plainNumber(value.value_or(kNoValue)));
     }
     return answer.outcome();
+}
+
+Outcome currentValues(ModuleModel& model, const MethodCall& call)
+{
+    ServiceRequest request{call.data};
+    if (!request.isGood())
+        return request.failure();
+    if (!request.has("EnabledOnly"))
+        return oneCurrentValue(model, request);
+    const auto enabledOnly = request.number("EnabledOnly");
+    return request.isGood() ? allCurrentValues(model, enabledOnly == 1) : request.failure();
+}
+
+} // namespace
+
+MethodAnswer answerMeasurements(ModuleModel& model, const MethodCall& call)
+{
+    switch (MeasurementMethod{call.id.method}) {
+    case MeasurementMethod::readBlock:
+        return fetchBlock(model, call);
+    case MeasurementMethod::subscribe:
+        return subscribe(model, call);
+    case MeasurementMethod::unsubscribe:
+        return unsubscribe(model, call);
+    case MeasurementMethod::listSignals:
+        return listSignals(model, call);
+    case MeasurementMethod::readValues:
+        return currentValues(model, call);
+    case MeasurementMethod::listSignalsAsText:
+        return listAsText(model, call);
+    }
+    return unknownMethod(call.id);
 }
 
 } // namespace zel::simulator

@@ -2,6 +2,7 @@
 
 #include "module_codes.h"
 #include "module_connection.h"
+#include "module_service.h"
 #include "socket_twin.h"
 
 #include <asio/ip/address.hpp>
@@ -25,8 +26,6 @@ ModuleCore::ModuleCore(asio::io_context& context, ModuleSettings settings)
       m_resumeTimer(context),
       m_model(m_settings, [this](milliseconds downtime) { restart(downtime); })
 {
-    for (auto& service : makeServices(m_model))
-        m_services.emplace(service->service(), std::move(service));
 }
 
 ModuleCore::~ModuleCore() = default;
@@ -114,10 +113,7 @@ MethodAnswer ModuleCore::answer(ReceivedCall call, std::uint64_t connection)
     try {
         if (const MethodHandler handler = handlerOf(request.id))
             return handler(request);
-        const auto service = m_services.find(wire::Service{request.id.service});
-        if (service == m_services.end())
-            return unknownMethod(request.id);
-        MethodAnswer answer = service->second->call(request);
+        MethodAnswer answer = answerMethod(m_model, request);
         if (m_settings.answersScans)
             followNetworkSettings(answer);
         return answer;

@@ -3,7 +3,6 @@
 #include "call_log.h"
 #include "module_fault.h"
 #include "module_model.h"
-#include "module_service.h"
 #include "module_settings.h"
 
 #include <atomic>
@@ -83,7 +82,6 @@ private:
     unsigned m_generation = 0; // counts the ends of listening: what began before one is void
     std::set<std::shared_ptr<ModuleConnection>> m_connections;
     ModuleModel m_model;
-    std::map<wire::Service, std::unique_ptr<ModuleService>> m_services;
 
     std::mutex m_handlersMutex;
     std::map<MethodId, MethodHandler> m_handlers; // under m_handlersMutex

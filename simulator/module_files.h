@@ -2,7 +2,6 @@
 
 #include "method_call.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>

@@ -12,6 +12,7 @@
 #include <array>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 
 namespace zel::simulator {
@@ -48,7 +49,9 @@ struct ModuleModel {
     ModuleFiles files;
     std::map<Place, SimulatedValue> simulatedValues;
     std::map<std::array<std::uint32_t, 2>, std::uint32_t> registers; ///< by channel and number
-    Measurements measurements{*this};                                ///< looks at all of the others
+    /// Bytes of blocks that are on their way; shared with those, which may outlive the module.
+    std::shared_ptr<std::size_t> blocksUnderWay = std::make_shared<std::size_t>(0);
+    Measurements measurements{*this}; ///< looks at all of the others
 };
 
 } // namespace zel::simulator

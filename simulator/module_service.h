@@ -2,28 +2,27 @@
 
 #include "method_call.h"
 
-#include <cstdint>
-#include <memory>
-#include <vector>
-
 namespace zel::simulator {
 
 struct ModuleModel;
 
-/// One service of a module: takes its methods' requests, works on the model, answers. Runs on the
-/// simulator's thread. What takes time says so in the answer; a service never blocks.
-class ModuleService {
-public:
-    virtual ~ModuleService() = default;
+// A module's services: each takes its methods' requests, works on the model and answers, on the
+// simulator's thread. What takes time says so in the answer; a service never blocks.
 
-    virtual wire::Service service() const = 0;
-    virtual MethodAnswer call(const MethodCall& call) = 0;
-};
+/// The parameter documents, values, schemas and TEDS contents.
+MethodAnswer answerParameters(ModuleModel& model, const MethodCall& call);
+/// Errors, statuses, TEDS states and the modules connected behind this one.
+MethodAnswer answerStatus(ModuleModel& model, const MethodCall& call);
+/// The controls, their descriptions and their execution.
+MethodAnswer answerControls(ModuleModel& model, const MethodCall& call);
+/// Measured values, one by one and in blocks, and the lists of signals.
+MethodAnswer answerMeasurements(ModuleModel& model, const MethodCall& call);
+/// Restart, firmware, files, texts and what else belongs to the module as a device.
+MethodAnswer answerSystem(ModuleModel& model, const MethodCall& call);
 
+/// By the service that the call names.
+MethodAnswer answerMethod(ModuleModel& model, const MethodCall& call);
 /// What a module answers to a service or a method that it does not have.
 MethodAnswer unknownMethod(MethodId id);
-
-/// Every service that a simulated module offers.
-std::vector<std::unique_ptr<ModuleService>> makeServices(ModuleModel& model);
 
 } // namespace zel::simulator

@@ -1,10 +1,5 @@
-#include "control_server.h"
-#include "measurement_server.h"
 #include "module_codes.h"
 #include "module_service.h"
-#include "parameter_server.h"
-#include "status_server.h"
-#include "system_server.h"
 
 #include <string>
 
@@ -16,15 +11,21 @@ MethodAnswer unknownMethod(MethodId id)
                                 " in service " + std::to_string(id.service)};
 }
 
-std::vector<std::unique_ptr<ModuleService>> makeServices(ModuleModel& model)
+MethodAnswer answerMethod(ModuleModel& model, const MethodCall& call)
 {
-    std::vector<std::unique_ptr<ModuleService>> services;
-    services.push_back(std::make_unique<ParameterServer>(model));
-    services.push_back(std::make_unique<StatusServer>(model));
-    services.push_back(std::make_unique<ControlServer>(model));
-    services.push_back(std::make_unique<SystemServer>(model));
-    services.push_back(std::make_unique<MeasurementServer>(model));
-    return services;
+    switch (wire::Service{call.id.service}) {
+    case wire::Service::parameters:
+        return answerParameters(model, call);
+    case wire::Service::status:
+        return answerStatus(model, call);
+    case wire::Service::control:
+        return answerControls(model, call);
+    case wire::Service::measurement:
+        return answerMeasurements(model, call);
+    case wire::Service::system:
+        return answerSystem(model, call);
+    }
+    return unknownMethod(call.id);
 }
 
 } // namespace zel::simulator

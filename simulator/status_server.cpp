@@ -1,7 +1,6 @@
-#include "status_server.h"
-
 #include "module_codes.h"
 #include "module_model.h"
+#include "module_service.h"
 #include "service_document.h"
 #include "signal_place.h"
 #include "xml_text.h"
@@ -19,27 +18,10 @@ void addPlace(pugi::xml_node element, const auto& entry)
     element.append_attribute("Signal").set_value(entry.signal);
 }
 
-} // namespace
-
-MethodAnswer StatusServer::call(const MethodCall& call)
-{
-    switch (StatusMethod{call.id.method}) {
-    case StatusMethod::getConnectedModules:
-        return connectedModules();
-    case StatusMethod::getErrors:
-        return errors();
-    case StatusMethod::getStatuses:
-        return statuses();
-    case StatusMethod::getTedsStatus:
-        return tedsStatus(call);
-    }
-    return unknownMethod(call.id);
-}
-
-Outcome StatusServer::connectedModules()
+Outcome connectedModules(ModuleModel& model)
 {
     ServiceAnswer answer;
-    for (const ConnectedModule& module : m_model.raised.connectedModules) {
+    for (const ConnectedModule& module : model.raised.connectedModules) {
         pugi::xml_node element = answer.params().append_child("ConnectedModule");
         appendText(element, "Uuid", std::to_string(module.uuid));
         appendText(element, "DevType", std::to_string(module.deviceType));
@@ -48,10 +30,10 @@ Outcome StatusServer::connectedModules()
     return answer.outcome();
 }
 
-Outcome StatusServer::errors()
+Outcome errors(ModuleModel& model)
 {
     ServiceAnswer answer;
-    for (const ModuleError& error : collectErrors(m_model)) {
+    for (const ModuleError& error : collectErrors(model)) {
         pugi::xml_node element = answer.params().append_child("Error");
         element.append_attribute("ErrLevel").set_value(error.level);
         element.append_attribute("ErrCode").set_value(error.code);
@@ -61,10 +43,10 @@ Outcome StatusServer::errors()
     return answer.outcome();
 }
 
-Outcome StatusServer::statuses()
+Outcome statuses(ModuleModel& model)
 {
     ServiceAnswer answer;
-    for (const ModuleStatusEntry& status : collectStatuses(m_model)) {
+    for (const ModuleStatusEntry& status : collectStatuses(model)) {
         pugi::xml_node element = answer.params().append_child("Status");
         addPlace(element, status);
         element.append_attribute("StatusId").set_value(status.id);
@@ -74,7 +56,7 @@ Outcome StatusServer::statuses()
     return answer.outcome();
 }
 
-Outcome StatusServer::tedsStatus(const MethodCall& call)
+Outcome tedsStatus(ModuleModel& model, const MethodCall& call)
 {
     ServiceRequest request{call.data};
     const auto connector = request.number("Connector");
@@ -82,13 +64,30 @@ Outcome StatusServer::tedsStatus(const MethodCall& call)
         return request.failure();
     if (connector >= kAmplifierConnectors)
         return {kNoSuchConnector, "there is no connector " + std::to_string(connector + 1)};
-    const TedsMemory* memory = m_model.teds.find(connector);
+    const TedsMemory* memory = model.teds.find(connector);
     const std::uint32_t state = memory == nullptr ? 0 : memory->error.empty() ? 1 : 2;
     return ServiceAnswer{}
         .add("Status", state)
         .add("error", memory != nullptr ? memory->error : "")
         .add("warning", memory != nullptr ? memory->warning : "")
         .outcome();
+}
+
+} // namespace
+
+MethodAnswer answerStatus(ModuleModel& model, const MethodCall& call)
+{
+    switch (StatusMethod{call.id.method}) {
+    case StatusMethod::getConnectedModules:
+        return connectedModules(model);
+    case StatusMethod::getErrors:
+        return errors(model);
+    case StatusMethod::getStatuses:
+        return statuses(model);
+    case StatusMethod::getTedsStatus:
+        return tedsStatus(model, call);
+    }
+    return unknownMethod(call.id);
 }
 
 } // namespace zel::simulator

@@ -1,8 +1,7 @@
-#include "system_server.h"
-
 #include "device_texts.h"
 #include "module_codes.h"
 #include "module_model.h"
+#include "module_service.h"
 #include "service_document.h"
 #include "signal_description.h"
 
@@ -30,88 +29,42 @@ bool hasSignal(const ModuleModel& model, std::uint32_t connector, std::uint32_t 
            describeSignal(model, {SignalKind::fiber, connector, channel, signal});
 }
 
-} // namespace
-
-MethodAnswer SystemServer::call(const MethodCall& call)
+Outcome flashStatus(ModuleModel& model)
 {
-    switch (SystemMethod{call.id.method}) {
-    case SystemMethod::sendImage:
-        return m_model.firmware.receive(call.data);
-    case SystemMethod::receiveImage: // no module sends its firmware back
-        break;
-    case SystemMethod::flash:
-        return m_model.firmware.startFlashing();
-    case SystemMethod::getFlashStatus:
-        return flashStatus();
-    case SystemMethod::getMspRegister:
-        return readRegister(call);
-    case SystemMethod::setMspRegister:
-        return writeRegister(call);
-    case SystemMethod::setSimulatedValue:
-        return setSimulatedValue(call);
-    case SystemMethod::restart:
-        return restart(call);
-    case SystemMethod::describeModule:
-        return describeModule();
-    case SystemMethod::announceImage:
-        return announceFirmware(call);
-    case SystemMethod::flashMsp:
-        return flashChannel(call);
-    case SystemMethod::requestDebugInfo:
-        return debugInfo(call);
-    case SystemMethod::getBackgroundServiceResult:
-        return backgroundResult(call);
-    case SystemMethod::setFilePath:
-        return chooseFile(call);
-    case SystemMethod::writeFile:
-        return m_model.files.write(call.source, call.data);
-    case SystemMethod::readFile:
-        return m_model.files.read(call.source);
-    case SystemMethod::getTr620RgRx:
-    case SystemMethod::getTr620CalUgMeasUx:
-        return bridgeValues(call);
-    case SystemMethod::getText:
-        return textOfCode(call);
-    }
-    return unknownMethod(call.id);
-}
-
-Outcome SystemServer::flashStatus()
-{
-    const auto progress = m_model.firmware.progress();
+    const auto progress = model.firmware.progress();
     return ServiceAnswer{}
         .add("Status", static_cast<std::uint32_t>(progress.status))
         .add("Progress", progress.percent)
         .outcome();
 }
 
-Outcome SystemServer::announceFirmware(const MethodCall& call)
+Outcome announceFirmware(ModuleModel& model, const MethodCall& call)
 {
     ServiceRequest request{call.data};
     const auto index = request.number("Index");
-    return request.isGood() ? m_model.firmware.announce(index) : request.failure();
+    return request.isGood() ? model.firmware.announce(index) : request.failure();
 }
 
-Outcome SystemServer::flashChannel(const MethodCall& call)
+Outcome flashChannel(ModuleModel& model, const MethodCall& call)
 {
     ServiceRequest request{call.data};
     const auto channel = request.number("Channel");
-    return request.isGood() ? m_model.firmware.startChannelFlashing(channel) : request.failure();
+    return request.isGood() ? model.firmware.startChannelFlashing(channel) : request.failure();
 }
 
-Outcome SystemServer::readRegister(const MethodCall& call)
+Outcome readRegister(ModuleModel& model, const MethodCall& call)
 {
     ServiceRequest request{call.data};
     const auto channel = request.number("Channel");
     const auto number = request.number("RegNr");
     if (!request.isGood())
         return request.failure();
-    const auto found = m_model.registers.find({channel, number});
-    const std::uint32_t content = found == m_model.registers.end() ? 0 : found->second;
+    const auto found = model.registers.find({channel, number});
+    const std::uint32_t content = found == model.registers.end() ? 0 : found->second;
     return ServiceAnswer{}.add("RegCont", content).outcome();
 }
 
-Outcome SystemServer::writeRegister(const MethodCall& call)
+Outcome writeRegister(ModuleModel& model, const MethodCall& call)
 {
     ServiceRequest request{call.data};
     const auto channel = request.number("Channel");
@@ -123,11 +76,11 @@ Outcome SystemServer::writeRegister(const MethodCall& call)
         return outcome;
     if (number >= kRegisters)
         return {kIndexOutOfRange, "there is no register " + std::to_string(number)};
-    m_model.registers[{channel, number}] = content;
+    model.registers[{channel, number}] = content;
     return {};
 }
 
-Outcome SystemServer::setSimulatedValue(const MethodCall& call)
+Outcome setSimulatedValue(ModuleModel& model, const MethodCall& call)
 {
     ServiceRequest request{call.data};
     const auto connector = request.number("Connector");
@@ -141,49 +94,49 @@ Outcome SystemServer::setSimulatedValue(const MethodCall& call)
         return outcome;
     // Mode 0 gives the signal back to the sensor, also one that a new mode of its connector has
     // taken away.
-    if (mode == 0 && m_model.simulatedValues.erase({connector, channel, signal}) > 0)
+    if (mode == 0 && model.simulatedValues.erase({connector, channel, signal}) > 0)
         return {};
-    if (!hasSignal(m_model, connector, channel, signal))
+    if (!hasSignal(model, connector, channel, signal))
         return {kSignalUnknown, "connector " + std::to_string(connector + 1) + " has no signal " +
                                     std::to_string(signal + 1) + " of channel " +
                                     std::to_string(channel + 1)};
     if (mode != 0)
-        m_model.simulatedValues[{connector, channel, signal}] = {mode, value};
+        model.simulatedValues[{connector, channel, signal}] = {mode, value};
     return {};
 }
 
-MethodAnswer SystemServer::restart(const MethodCall& call)
+MethodAnswer restart(ModuleModel& model, const MethodCall& call)
 {
     ServiceRequest request{call.data};
     request.number("Cold");
     if (!request.isGood())
         return request.failure();
-    m_model.isLeaving = true;
+    model.isLeaving = true;
     MethodAnswer answer;
-    answer.silent = !m_model.settings.answersRestart;
-    answer.afterwards = [&model = m_model] { model.restart(model.settings.restartTime); };
+    answer.silent = !model.settings.answersRestart;
+    answer.afterwards = [&model] { model.restart(model.settings.restartTime); };
     return answer;
 }
 
 /// What a scan asks every module for.
-Outcome SystemServer::describeModule()
+Outcome describeModule(ModuleModel& model)
 {
-    const auto parameter = [this](const char* path) {
-        return m_model.parameters.value(path).value_or("");
+    const auto parameter = [&](const char* path) {
+        return model.parameters.value(path).value_or("");
     };
     return ServiceAnswer{}
         .add("IpAdr", parameter("Communication/Network/eth0/IpAdr"))
         .add("SubMask", parameter("Communication/Network/eth0/SubMask"))
-        .add("TcpPort", m_model.settings.port)
+        .add("TcpPort", model.settings.port)
         .add("Name", parameter("System/Name"))
-        .add("Uuid", m_model.settings.uuid)
-        .add("ModuleType", m_model.settings.type)
-        .add("FirmwareVersion", m_model.settings.firmwareVersion)
+        .add("Uuid", model.settings.uuid)
+        .add("ModuleType", model.settings.type)
+        .add("FirmwareVersion", model.settings.firmwareVersion)
         .outcome();
 }
 
 /// Gives back what was asked, so that hosts can check their way through.
-Outcome SystemServer::debugInfo(const MethodCall& call)
+Outcome debugInfo(const MethodCall& call)
 {
     ServiceRequest request{call.data};
     std::string echo = request.text("DebugId");
@@ -194,7 +147,7 @@ Outcome SystemServer::debugInfo(const MethodCall& call)
     return ServiceAnswer{}.add("RetPar1", echo).outcome();
 }
 
-Outcome SystemServer::backgroundResult(const MethodCall& call)
+Outcome backgroundResult(const MethodCall& call)
 {
     ServiceRequest request{call.data};
     const auto service = request.number("Service");
@@ -203,14 +156,14 @@ Outcome SystemServer::backgroundResult(const MethodCall& call)
     return ServiceAnswer{}.add("Service", service).add("Result", "idle").outcome();
 }
 
-Outcome SystemServer::chooseFile(const MethodCall& call)
+Outcome chooseFile(ModuleModel& model, const MethodCall& call)
 {
     ServiceRequest request{call.data};
     const std::string path = request.text("FilePath");
-    return request.isGood() ? m_model.files.choose(call.source, path) : request.failure();
+    return request.isGood() ? model.files.choose(call.source, path) : request.failure();
 }
 
-Outcome SystemServer::bridgeValues(const MethodCall& call)
+Outcome bridgeValues(const MethodCall& call)
 {
     ServiceRequest request{call.data};
     const auto connector = request.number("Connector");
@@ -229,13 +182,59 @@ Outcome SystemServer::bridgeValues(const MethodCall& call)
         .outcome();
 }
 
-Outcome SystemServer::textOfCode(const MethodCall& call)
+Outcome textOfCode(const MethodCall& call)
 {
     ServiceRequest request{call.data};
     const auto code = request.signedNumber("TextHandle");
     if (!request.isGood())
         return request.failure();
     return ServiceAnswer{}.add("Text", moduleText(code)).outcome();
+}
+
+} // namespace
+
+MethodAnswer answerSystem(ModuleModel& model, const MethodCall& call)
+{
+    switch (SystemMethod{call.id.method}) {
+    case SystemMethod::sendImage:
+        return model.firmware.receive(call.data);
+    case SystemMethod::receiveImage: // no module sends its firmware back
+        break;
+    case SystemMethod::flash:
+        return model.firmware.startFlashing();
+    case SystemMethod::getFlashStatus:
+        return flashStatus(model);
+    case SystemMethod::getMspRegister:
+        return readRegister(model, call);
+    case SystemMethod::setMspRegister:
+        return writeRegister(model, call);
+    case SystemMethod::setSimulatedValue:
+        return setSimulatedValue(model, call);
+    case SystemMethod::restart:
+        return restart(model, call);
+    case SystemMethod::describeModule:
+        return describeModule(model);
+    case SystemMethod::announceImage:
+        return announceFirmware(model, call);
+    case SystemMethod::flashMsp:
+        return flashChannel(model, call);
+    case SystemMethod::requestDebugInfo:
+        return debugInfo(call);
+    case SystemMethod::getBackgroundServiceResult:
+        return backgroundResult(call);
+    case SystemMethod::setFilePath:
+        return chooseFile(model, call);
+    case SystemMethod::writeFile:
+        return model.files.write(call.source, call.data);
+    case SystemMethod::readFile:
+        return model.files.read(call.source);
+    case SystemMethod::getTr620RgRx:
+    case SystemMethod::getTr620CalUgMeasUx:
+        return bridgeValues(call);
+    case SystemMethod::getText:
+        return textOfCode(call);
+    }
+    return unknownMethod(call.id);
 }
 
 } // namespace zel::simulator
