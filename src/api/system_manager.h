@@ -6,7 +6,6 @@
 #include "method_request.h"
 #include "phonebook.h"
 #include "subscription_table.h"
-#include "telegram_container.h"
 #include "text_handler.h"
 #include "triggers.h"
 

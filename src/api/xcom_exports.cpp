@@ -121,23 +121,22 @@ int32_t ZEL_XCOM_GetNetAdapter(char* buffer, uint64_t* length, uint64_t capacity
     return result;
 }
 
+static int32_t readNetSettings(network::NetSettings which, uint64_t uuid, const TextBuffer& buffer)
+{
+    return forward({buffer.data, buffer.length, orNull(buffer.capacity)}, [&](clSystemMgr& mgr) {
+        clDatagramWays datagrams = mgr.byDatagram();
+        return network::readNetSettings(mgr.module(uuid), datagrams.path(), which, buffer);
+    });
+}
+
 int32_t ZEL_XCOM_ReadNetSetting(uint64_t uuid, char* buffer, uint64_t* length, uint64_t capacity)
 {
-    return forward({buffer, length, orNull(capacity)}, [&](clSystemMgr& mgr) {
-        clDatagramWays datagrams = mgr.byDatagram();
-        return network::readNetSettings(mgr.module(uuid), datagrams.path(),
-                                        network::NetSettings::oneInterface,
-                                        {buffer, length, capacity});
-    });
+    return readNetSettings(network::NetSettings::oneInterface, uuid, {buffer, length, capacity});
 }
 
 int32_t ZEL_XCOM_ReadNetSettings(uint64_t uuid, char* buffer, uint64_t* length, uint64_t capacity)
 {
-    return forward({buffer, length, orNull(capacity)}, [&](clSystemMgr& mgr) {
-        clDatagramWays datagrams = mgr.byDatagram();
-        return network::readNetSettings(mgr.module(uuid), datagrams.path(),
-                                        network::NetSettings::section, {buffer, length, capacity});
-    });
+    return readNetSettings(network::NetSettings::section, uuid, {buffer, length, capacity});
 }
 
 int32_t ZEL_XCOM_WriteNetSetting(uint64_t uuid, const char* document, uint64_t length)

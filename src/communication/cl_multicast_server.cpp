@@ -2,9 +2,9 @@
 
 #include "datagram_frame.h"
 #include "frame.h"
+#include "logger.h"
 #include "native_datagram.h"
 #include "telegram_container.h"
-#include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
 #include <exception>
@@ -50,11 +50,6 @@ clMulticastServer::clMulticastServer(sys::EventLoop& loop, iDatagramHandler& han
                    " cannot be used, multicasts will not be heard";
         });
     refresh();
-}
-
-clMulticastServer::~clMulticastServer()
-{
-    m_server.stop();
 }
 
 std::vector<sys::HostAdapter> clMulticastServer::refresh()

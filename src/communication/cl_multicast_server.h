@@ -1,8 +1,8 @@
 #pragma once
 
-#include "datagram_handler.h"
 #include "multicast_server.h"
 #include "mutex.h"
+#include "transaction_listener.h"
 
 #include <compare>
 #include <cstdint>
@@ -18,7 +18,6 @@ public:
     /// Where the port cannot be had, the log says so and the path is dead. Throws std::system_error
     /// where the host has no descriptors or memory left.
     clMulticastServer(sys::EventLoop& loop, iDatagramHandler& handler);
-    virtual ~clMulticastServer();
     clMulticastServer(const clMulticastServer&) = delete;
     clMulticastServer& operator=(const clMulticastServer&) = delete;
 

@@ -1,7 +1,7 @@
 #include "datagram_receiver.h"
 
+#include "logger.h"
 #include "native_datagram.h"
-#include "transaction_log.h"
 
 #include <exception>
 

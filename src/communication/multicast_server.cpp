@@ -23,11 +23,6 @@ int complain(const char* message)
 
 MulticastServer::MulticastServer(sys::EventLoop& loop) : m_loop(loop) {}
 
-MulticastServer::~MulticastServer()
-{
-    stop();
-}
-
 void MulticastServer::stop()
 {
     m_receiver.reset();
@@ -78,36 +73,27 @@ int MulticastServer::startReceiving(DataHandler handler)
         return giveUp("could not initialize WSARecvMsg");
     m_receiver = std::move(receiver);
     m_receiveSocket = socket;
-    if (!handler)
-        handler = [](Bytes, std::uint32_t) {};
     return m_receiver->start(socket, std::move(handler)) ? 0 : -1;
 }
 
+// After a failure errno tells, on both platforms, whatever the socket's own error was.
+
 int MulticastServer::joinGroup(std::uint32_t interfaceAddress)
 {
-    return changeMembership(interfaceAddress, true);
-}
-
-int MulticastServer::leaveGroup(std::uint32_t interfaceAddress)
-{
-    return changeMembership(interfaceAddress, false);
-}
-
-int MulticastServer::changeMembership(std::uint32_t interfaceAddress, bool isJoining)
-{
-    const bool isDone = isJoining
-                            ? native::joinGroup(m_receiveSocket, m_groupAddress, interfaceAddress)
-                            : native::leaveGroup(m_receiveSocket, m_groupAddress, interfaceAddress);
-    if (isDone)
+    if (native::joinGroup(m_receiveSocket, m_groupAddress, interfaceAddress))
         return 1;
-    // errno on both platforms, whatever the socket's own error was.
-    if (!isJoining)
-        return errno == EADDRNOTAVAIL ? 0 : -1;
     if (errno == EADDRINUSE)
         return 0;
     std::fprintf(stderr, "interface address %d could not be added to multicastgroup %s '%s'\n",
                  static_cast<int>(interfaceAddress), m_group.c_str(), std::strerror(errno));
     return -1;
+}
+
+int MulticastServer::leaveGroup(std::uint32_t interfaceAddress)
+{
+    if (native::leaveGroup(m_receiveSocket, m_groupAddress, interfaceAddress))
+        return 1;
+    return errno == EADDRNOTAVAIL ? 0 : -1;
 }
 
 int MulticastServer::sendOverInterface(const sys::HostAdapter& adapter, Bytes datagram,

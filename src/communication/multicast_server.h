@@ -19,7 +19,7 @@ public:
     using DataHandler = DatagramReceiver::Take;
 
     explicit MulticastServer(sys::EventLoop& loop);
-    ~MulticastServer();
+    ~MulticastServer() { stop(); }
     MulticastServer(const MulticastServer&) = delete;
     MulticastServer& operator=(const MulticastServer&) = delete;
 
@@ -41,7 +41,6 @@ public:
 
 private:
     int startReceiving(DataHandler handler);
-    int changeMembership(std::uint32_t interfaceAddress, bool isJoining);
 
     const sys::SocketLibraryUse m_library; // outlives the sockets
     std::string m_group;

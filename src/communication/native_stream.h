@@ -46,7 +46,6 @@ Wait waitFor(NativeSocket socket, Direction direction, int milliseconds);
 
 /// One call that fills `first` and then `second`.
 Transfer receive(NativeSocket socket, MutableBytes first, MutableBytes second);
-Transfer send(NativeSocket socket, Bytes data);
 /// One gathered send; may take only a part of the buffers.
 Transfer send(NativeSocket socket, std::span<const Bytes> buffers);
 

@@ -86,11 +86,6 @@ bool SocketNonblocking::registerWithLoop()
     return true;
 }
 
-void SocketNonblocking::leaveLoop()
-{
-    m_readiness.loop().eraseEvent(m_readiness.event());
-}
-
 std::size_t SocketNonblocking::takeBuffered(MutableBytes buffer)
 {
     const std::size_t count = std::min(buffer.size(), m_filled - m_position);
@@ -168,17 +163,13 @@ int SocketNonblocking::sendBlock(Bytes data)
 {
     const auto size = static_cast<int>(data.size());
     while (!data.empty()) {
-        const native::Transfer sent = native::send(m_socket, data);
+        const native::Transfer sent = sendSome({&data, 1});
         if (sent.count == 0)
             return -1;
-        if (sent.count > 0) {
+        if (sent.count > 0)
             data = data.subspan(static_cast<std::size_t>(sent.count));
-            continue;
-        }
-        if (sent.failure == Failure::interrupted)
-            continue;
-        if (sent.failure == Failure::other ||
-            native::waitFor(m_socket, Direction::write, -1) != Wait::ready)
+        else if (sent.failure == Failure::other ||
+                 native::waitFor(m_socket, Direction::write, -1) != Wait::ready)
             break;
     }
     return size;
@@ -191,11 +182,6 @@ native::Transfer SocketNonblocking::sendSome(std::span<const Bytes> buffers)
         sent = native::send(m_socket, buffers);
     while (sent.count < 0 && sent.failure == Failure::interrupted);
     return sent;
-}
-
-bool SocketNonblocking::askForRoom(Bytes next, std::shared_ptr<const void> memory)
-{
-    return m_readiness.askForRoom(next, std::move(memory));
 }
 
 void SocketNonblocking::retire()

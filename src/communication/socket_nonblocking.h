@@ -50,7 +50,10 @@ public:
     /// Writes of the buffers, which are not empty, as much as the system takes at once.
     native::Transfer sendSome(std::span<const Bytes> buffers);
     /// See sys::Readiness.
-    bool askForRoom(Bytes next, std::shared_ptr<const void> memory);
+    bool askForRoom(Bytes next, std::shared_ptr<const void> memory)
+    {
+        return m_readiness.askForRoom(next, std::move(memory));
+    }
     std::optional<std::size_t> takenBytes() { return m_readiness.takenBytes(); }
 
     /// Leaves the event loop and ends the stream in both directions; whoever waits on it wakes up.
@@ -72,7 +75,7 @@ public:
 
 private:
     bool registerWithLoop();
-    void leaveLoop();
+    void leaveLoop() { m_readiness.loop().eraseEvent(m_readiness.event()); }
     std::size_t takeBuffered(MutableBytes buffer);
     int readIntoBoth(MutableBytes buffer);
     void close();

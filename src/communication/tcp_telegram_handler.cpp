@@ -1,7 +1,7 @@
 #include "tcp_telegram_handler.h"
 
 #include "hexadecimal_text.h"
-#include "transaction_log.h"
+#include "logger.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -56,8 +56,6 @@ clTcpTelHndlr::clTcpTelHndlr(std::shared_ptr<communication::SocketNonblocking> s
       m_outgoing(*m_socket)
 {
 }
-
-clTcpTelHndlr::~clTcpTelHndlr() = default;
 
 bool clTcpTelHndlr::start()
 {
@@ -245,11 +243,6 @@ int clTcpTelHndlr::finishTelegram(int count)
     else
         m_transactions.transactionArrived(header.source, std::move(m_incoming), *this);
     return count;
-}
-
-int clTcpTelHndlr::send(std::span<const Bytes> payload)
-{
-    return send(payload, nullptr);
 }
 
 int clTcpTelHndlr::sendAndWait(std::span<const Bytes> payload, sys::EventFlag& flag)

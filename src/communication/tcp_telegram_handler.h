@@ -23,7 +23,6 @@ class clTcpTelHndlr : public iTelegramSender, public std::enable_shared_from_thi
 public:
     clTcpTelHndlr(std::shared_ptr<communication::SocketNonblocking> socket, std::uint64_t peer,
                   std::uint64_t self, iTransactionHandler& transactions);
-    ~clTcpTelHndlr() override;
 
     /// Begins to receive; false when the event loop cannot watch the connection. Not under the
     /// table's lock: it calls into the loop.
@@ -35,7 +34,7 @@ public:
     /// Sends one transaction telegram, or keeps it until it can leave. Never waits inside a
     /// callback; elsewhere at most 2.9 s, when too much is waiting already. A stream that is torn,
     /// or holds more than any module lets wait, ends the connection.
-    int send(std::span<const Bytes> payload) override;
+    int send(std::span<const Bytes> payload) override { return send(payload, nullptr); }
     std::uint64_t connectionId() const override { return m_id; }
 
     int sendAndWait(std::span<const Bytes> payload, sys::EventFlag& flag) override;

@@ -1,11 +1,11 @@
 #include "udp_connection.h"
 
 #include "datagram_frame.h"
+#include "logger.h"
 #include "native_datagram.h"
 #include "shortage.h"
 #include "telegram_container.h"
 #include "text_handler.h"
-#include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
 #include <string>

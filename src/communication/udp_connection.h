@@ -1,9 +1,9 @@
 #pragma once
 
-#include "datagram_handler.h"
 #include "datagram_receiver.h"
 #include "mutex.h"
 #include "socket_library.h"
+#include "transaction_listener.h"
 
 #include <cstdint>
 

@@ -19,19 +19,22 @@ namespace zel::daq {
 
 namespace {
 
-void swapOne4(const std::byte* from, std::byte* to)
+std::uint32_t swapped(std::uint32_t value)
 {
-    std::uint32_t value;
-    std::memcpy(&value, from, sizeof value);
-    value = __builtin_bswap32(value);
-    std::memcpy(to, &value, sizeof value);
+    return __builtin_bswap32(value);
 }
 
-void swapOne8(const std::byte* from, std::byte* to)
+std::uint64_t swapped(std::uint64_t value)
 {
-    std::uint64_t value;
+    return __builtin_bswap64(value);
+}
+
+template <class Word>
+void swapOne(const std::byte* from, std::byte* to)
+{
+    Word value;
     std::memcpy(&value, from, sizeof value);
-    value = __builtin_bswap64(value);
+    value = swapped(value);
     std::memcpy(to, &value, sizeof value);
 }
 
@@ -195,6 +198,19 @@ std::size_t shuffle12([[maybe_unused]] const std::byte* from, [[maybe_unused]] s
     return 0;
 }
 
+template <class Word>
+void swapWords(const std::byte* from, std::byte* to, std::size_t elements, Vectors vectors)
+{
+    constexpr std::size_t kSize = sizeof(Word);
+    const std::size_t size = elements * kSize;
+    std::size_t done = 0;
+    for (const std::size_t ahead = bytesToLine(to, size, kSize); done < ahead; done += kSize)
+        swapOne<Word>(from + done, to + done);
+    done += shuffle(from + done, to + done, size - done, kSize == 8, vectors);
+    for (; done < size; done += kSize)
+        swapOne<Word>(from + done, to + done);
+}
+
 } // namespace
 
 Vectors bestVectors()
@@ -213,32 +229,20 @@ Vectors bestVectors()
 
 void swap4(const std::byte* from, std::byte* to, std::size_t elements, Vectors vectors)
 {
-    const std::size_t size = elements * 4;
-    std::size_t done = 0;
-    for (const std::size_t ahead = bytesToLine(to, size, 4); done < ahead; done += 4)
-        swapOne4(from + done, to + done);
-    done += shuffle(from + done, to + done, size - done, false, vectors);
-    for (; done < size; done += 4)
-        swapOne4(from + done, to + done);
+    swapWords<std::uint32_t>(from, to, elements, vectors);
 }
 
 void swap8(const std::byte* from, std::byte* to, std::size_t elements, Vectors vectors)
 {
-    const std::size_t size = elements * 8;
-    std::size_t done = 0;
-    for (const std::size_t ahead = bytesToLine(to, size, 8); done < ahead; done += 8)
-        swapOne8(from + done, to + done);
-    done += shuffle(from + done, to + done, size - done, true, vectors);
-    for (; done < size; done += 8)
-        swapOne8(from + done, to + done);
+    swapWords<std::uint64_t>(from, to, elements, vectors);
 }
 
 void swap8And4(const std::byte* from, std::byte* to, std::size_t elements, Vectors vectors)
 {
     const std::size_t size = elements * 12;
     for (std::size_t done = shuffle12(from, to, size, vectors); done < size; done += 12) {
-        swapOne8(from + done, to + done);
-        swapOne4(from + done + 8, to + done + 8);
+        swapOne<std::uint64_t>(from + done, to + done);
+        swapOne<std::uint32_t>(from + done + 8, to + done + 8);
     }
 }
 

@@ -1,7 +1,6 @@
 #include "subscription_table.h"
 
 #include "logger.h"
-#include "measured_values.h"
 #include "request_document.h"
 #include "service_call.h"
 #include "text_stream.h"

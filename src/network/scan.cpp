@@ -57,9 +57,7 @@ void addModule(PugiXmlBufferComposer& document, std::uint32_t address, const Mod
     document.addElement("SubMask", module.mask);
     document.addElement("TcpPort", module.port);
     document.addElement("Name", module.name);
-    document.openElement("Uuid");
-    document.addText(module.uuid);
-    document.closeElement();
+    document.addElement("Uuid", std::to_string(module.uuid));
     document.addElement("ModuleType", module.type);
     document.addElement("FirmwareVersion", module.firmwareVersion);
     document.closeElement();

@@ -4,8 +4,6 @@
 
 #include <array>
 #include <cstdint>
-#include <string>
-#include <string_view>
 
 /// What the answers of the parameter service say.
 namespace zel::parameters {

@@ -120,12 +120,13 @@ std::int32_t addFields(XmlComposer& composer, const RecordLayout& layout, const 
 
 // ---- from the document
 
-template <class Number>
-std::int32_t readNumber(std::string_view text, void* record, std::size_t offset)
+/// Sets the field to what `read(value)` makes of a zero.
+template <class Value, class Read>
+std::int32_t readInto(void* record, const RecordField& field, Read&& read)
 {
-    Number value{};
-    const std::int32_t result = parseNumber(text, value);
-    setValueAt(record, offset, value);
+    Value value{};
+    const std::int32_t result = read(value);
+    setValueAt(record, field.offset, value);
     return result;
 }
 
@@ -182,35 +183,28 @@ std::int32_t readField(const pugi::xml_node& root, const RecordField& field, voi
     if (isAttribute ? attribute.empty() : node.empty())
         return ZEL_OK;
     const std::string text = isAttribute ? attribute.value() : wholeText(node);
-    double real = 0;
-    ZEL_Range range{};
-    std::uint32_t code = 0;
-    std::int32_t result = ZEL_FAILED;
+    const auto toNumber = [&](auto& value) { return parseNumber(text, value); };
     switch (field.kind) {
     case FieldKind::address:
     case FieldKind::number:
     case FieldKind::hexadecimal:
-        return readNumber<std::uint32_t>(text, record, field.offset);
+        return readInto<std::uint32_t>(record, field, toNumber);
     case FieldKind::number64:
-        return readNumber<std::uint64_t>(text, record, field.offset);
+        return readInto<std::uint64_t>(record, field, toNumber);
     case FieldKind::text:
         return readText(text, field, record);
     case FieldKind::choice:
         return readChoice(text, field, record);
     case FieldKind::real:
-        result = readReal(text, real);
-        setValueAt(record, field.offset, real);
-        break;
+        return readInto<double>(record, field, [&](double& real) { return readReal(text, real); });
     case FieldKind::range:
-        result = readRange(node, range);
-        setValueAt(record, field.offset, range);
-        break;
+        return readInto<ZEL_Range>(record, field,
+                                   [&](ZEL_Range& range) { return readRange(node, range); });
     case FieldKind::unit:
-        result = readUnit(text, code);
-        setValueAt(record, field.offset, code);
-        break;
+        return readInto<std::uint32_t>(record, field,
+                                       [&](std::uint32_t& code) { return readUnit(text, code); });
     }
-    return result;
+    return ZEL_FAILED;
 }
 
 std::int32_t readFields(const pugi::xml_node& root, const RecordLayout& layout, void* record)

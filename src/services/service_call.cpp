@@ -7,7 +7,7 @@
 #include "ZEL_VR_Framework.h"
 
 #include <algorithm>
-#include <stdexcept>
+#include <exception>
 #include <utility>
 
 namespace zel {

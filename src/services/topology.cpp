@@ -60,12 +60,8 @@ void composeInto(XmlComposer& composer, const clConHndlr& connections)
     composer.openElement("Topology");
     for (const ConnectedModule& module : ownConnections(connections)) {
         composer.openElement("Leaf");
-        composer.openElement("Uuid");
-        composer.addText(module.uuid);
-        composer.closeElement();
-        composer.openElement("DevType");
-        composer.addText(module.deviceType);
-        composer.closeElement();
+        composer.addElement("Uuid", std::to_string(module.uuid));
+        composer.addElement("DevType", module.deviceType);
         composer.closeElement();
     }
     composer.closeElement();

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "byte_cursor.h"
-#include "datagram_buffer.h"
 #include "event_loop.h"
 
+#include <array>
 #include <atomic>
 #include <memory>
 #include <optional>
@@ -11,6 +11,13 @@
 namespace zel::sys {
 
 struct ReadinessBlock;
+
+/// One received datagram; larger ones than it holds do not exist.
+struct DatagramBuffer {
+    std::array<std::byte, 65536> data;
+    std::size_t size = 0;
+    std::uint32_t interfaceIndex = 0; ///< of the adapter that it came in by; 0 when unknown
+};
 
 /// Tells an event loop when a socket has input. On Windows it is a zero-byte overlapped receive,
 /// which must be posted anew whenever a read found nothing; on Linux the kernel keeps watch by

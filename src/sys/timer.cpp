@@ -6,11 +6,6 @@ namespace zel::sys {
 
 Timer::Timer(EventLoop& loop) : m_queue(loop.timers()) {}
 
-Timer::~Timer()
-{
-    stop();
-}
-
 void Timer::prepare(Callback callback)
 {
     stop();
@@ -29,21 +24,6 @@ void Timer::set(std::uint32_t milliseconds, Callback callback, std::shared_ptr<v
 void Timer::restart(std::uint32_t milliseconds)
 {
     m_queue.arm(*this, TimerQueue::Clock::now() + std::chrono::milliseconds{milliseconds});
-}
-
-bool Timer::isArmed() const
-{
-    return m_queue.isArmed(*this);
-}
-
-void Timer::stop()
-{
-    m_queue.disarm(*this);
-}
-
-void Timer::letGo()
-{
-    m_queue.letGo(*this);
 }
 
 } // namespace zel::sys

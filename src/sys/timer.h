@@ -16,7 +16,7 @@ public:
     using Callback = TimerQueue::Callback;
 
     explicit Timer(EventLoop& loop);
-    ~Timer();
+    ~Timer() { stop(); }
     Timer(const Timer&) = delete;
     Timer& operator=(const Timer&) = delete;
 
@@ -28,12 +28,12 @@ public:
     void restart(std::uint32_t milliseconds);
     /// Whether it counts. For a callback that had to wait for a lock, under which the timer may
     /// have been restarted meanwhile.
-    bool isArmed() const;
+    bool isArmed() const { return m_queue.isArmed(*this); }
     /// Stops counting.
-    void stop();
+    void stop() { m_queue.disarm(*this); }
     /// The same without waiting for the callback, which may be running on another thread, or about
     /// to: for callbacks that work on what the timer held. On any thread.
-    void letGo();
+    void letGo() { m_queue.letGo(*this); }
 
 private:
     friend class TimerQueue;

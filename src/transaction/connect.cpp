@@ -4,11 +4,11 @@
 #include "address_resolution.h"
 #include "connection_table.h"
 #include "frame.h"
+#include "logger.h"
 #include "own_uuid.h"
 #include "socket_nonblocking.h"
 #include "sync_method_request.h"
 #include "text_stream.h"
-#include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
 #include <array>

@@ -7,11 +7,6 @@
 
 namespace zel {
 
-clConHndlr::~clConHndlr()
-{
-    eraseAll();
-}
-
 clConHndlr::Connection clConHndlr::insert(const Connection& connection)
 {
     {

@@ -21,7 +21,7 @@ class clConHndlr final : public iRequestorContext {
 public:
     explicit clConHndlr(sys::EventLoop& loop) : m_loop(loop) {}
     /// Closes every connection and ends what waits on them.
-    ~clConHndlr() override;
+    ~clConHndlr() override { eraseAll(); }
 
     /// Where the connections report; once, before the first connection.
     void setTransactionHandler(iTransactionHandler& handler) { m_transactions = &handler; }

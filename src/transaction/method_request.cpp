@@ -1,9 +1,9 @@
 #include "method_request.h"
 
+#include "logger.h"
 #include "method_header.h"
 #include "text_handler.h"
 #include "text_stream.h"
-#include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
 #include <exception>

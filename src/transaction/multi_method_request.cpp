@@ -1,7 +1,7 @@
 #include "multi_method_request.h"
 
+#include "logger.h"
 #include "text_handler.h"
-#include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
 namespace zel {

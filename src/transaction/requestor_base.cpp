@@ -1,9 +1,9 @@
 #include "requestor_base.h"
 
 #include "event_loop.h"
+#include "logger.h"
 #include "telegram_container.h"
 #include "text_stream.h"
-#include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
 #include <algorithm>
@@ -78,11 +78,6 @@ std::int32_t clRequestorBase::endSending(std::int32_t result)
     closeLocked();
     m_owner.reset();
     return result;
-}
-
-void clRequestorBase::restartTimerLocked(std::uint32_t milliseconds)
-{
-    m_timer.restart(milliseconds);
 }
 
 void clRequestorBase::closeLocked()

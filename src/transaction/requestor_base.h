@@ -76,7 +76,7 @@ protected:
     /// What send() answers once the first telegram has left, or else with the code that it could
     /// not leave for. A transaction that ends before is not told to the owner by a call, but here.
     std::int32_t endSending(std::int32_t result);
-    void restartTimerLocked(std::uint32_t milliseconds);
+    void restartTimerLocked(std::uint32_t milliseconds) { m_timer.restart(milliseconds); }
     /// Whether the expired time was restarted before the lock could be had.
     bool isTimeLeftLocked() const { return m_timer.isArmed(); }
     void finishLocked(std::int32_t result);

@@ -1,11 +1,11 @@
 #include "requestor_registry.h"
 
+#include "logger.h"
 #include "process_wide.h"
 #include "requestor_base.h"
 #include "telegram_container.h"
 #include "text_handler.h"
 #include "text_stream.h"
-#include "transaction_log.h"
 #include "ZEL_VR_Framework.h"
 
 namespace zel {

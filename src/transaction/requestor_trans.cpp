@@ -4,7 +4,6 @@
 #include "ZEL_VR_Framework.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 
 namespace zel {

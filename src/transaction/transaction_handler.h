@@ -1,6 +1,5 @@
 #pragma once
 
-#include "datagram_handler.h"
 #include "transaction_listener.h"
 
 namespace zel {

@@ -77,10 +77,10 @@ clHostFileWriter::OpenFiles& clHostFileWriter::openFiles()
 clHostFileWriter::clHostFileWriter(const std::filesystem::path& file) : m_file(file)
 {
     for (int attempt = 1;; ++attempt) {
-        const OutputFile::Opening opening = m_output.open(m_file);
-        if (opening == OutputFile::Opening::failed)
+        const clOutputFile::Opening opening = m_output.open(m_file);
+        if (opening == clOutputFile::Opening::failed)
             return;
-        const bool isMade = opening == OutputFile::Opening::made;
+        const bool isMade = opening == clOutputFile::Opening::made;
         try {
             join(m_output.identity(), isMade);
         } catch (const std::exception&) {
@@ -114,7 +114,7 @@ std::int32_t clHostFileWriter::write(const void* data, std::size_t size)
 
 void clHostFileWriter::join(FileIdentity identity, bool isMade)
 {
-    std::filesystem::path madeAs = isMade ? OutputFile::realName(m_file) : m_file;
+    std::filesystem::path madeAs = isMade ? clOutputFile::realName(m_file) : m_file;
     auto fresh = std::make_shared<Shared>();
     const std::lock_guard lock{openFiles().mutex};
     std::shared_ptr<Shared>& shared = openFiles().files[identity];

@@ -26,14 +26,14 @@ std::int32_t readHostFile(const std::filesystem::path& file, std::uint64_t large
 /// not mix: each writes it whole, and none removes what another has made or still wants.
 class clHostFileWriter {
 public:
-    /// Does not wait for anybody; see OutputFile::open for what can be opened.
+    /// Does not wait for anybody; see clOutputFile::open for what can be opened.
     explicit clHostFileWriter(const std::filesystem::path& file);
     ~clHostFileWriter();
     clHostFileWriter(const clHostFileWriter&) = delete;
     clHostFileWriter& operator=(const clHostFileWriter&) = delete;
 
     bool isOpen() const { return m_shared != nullptr; }
-    /// Replaces the content: 0 or ZEL_FILE_WRITE, after which the file is as OutputFile::replace
+    /// Replaces the content: 0 or ZEL_FILE_WRITE, after which the file is as clOutputFile::replace
     /// leaves it, or gone where it was made for this.
     std::int32_t write(const void* data, std::size_t size);
 
@@ -46,7 +46,7 @@ private:
     void leave();
 
     const std::filesystem::path m_file;
-    OutputFile m_output;
+    clOutputFile m_output;
     FileIdentity m_identity;
     std::shared_ptr<Shared> m_shared; // with the other writers of the file
 };

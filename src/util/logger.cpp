@@ -7,7 +7,6 @@
 #include <array>
 #include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <string>
 

@@ -6,6 +6,7 @@
 #include <exception>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace zel {
 
@@ -105,5 +106,12 @@ private:
 
 /// The process's one logger, made and configured from the environment on first use.
 clLogger& logger();
+
+/// One line about transactions, see clLogger::write().
+template <class Text>
+void logTransaction(LogLevel level, Text&& text) noexcept
+{
+    logger().write(level, LogCategory::transactions, std::forward<Text>(text));
+}
 
 } // namespace zel

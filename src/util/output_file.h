@@ -16,12 +16,12 @@ struct FileIdentity {
 };
 
 /// A file of the host's that is open for writing. Any thread, one at a time.
-class OutputFile {
+class clOutputFile {
 public:
-    OutputFile() = default;
-    ~OutputFile() { close(); }
-    OutputFile(const OutputFile&) = delete;
-    OutputFile& operator=(const OutputFile&) = delete;
+    clOutputFile() = default;
+    ~clOutputFile() { close(); }
+    clOutputFile(const clOutputFile&) = delete;
+    clOutputFile& operator=(const clOutputFile&) = delete;
 
     enum class Opening { failed, existed, made };
 

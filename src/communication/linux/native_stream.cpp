@@ -123,11 +123,6 @@ Transfer receive(NativeSocket socket, MutableBytes first, MutableBytes second)
     return transferred(readv(socket, buffers, 2));
 }
 
-Transfer send(NativeSocket socket, Bytes data)
-{
-    return transferred(::send(socket, data.data(), data.size(), MSG_NOSIGNAL));
-}
-
 Transfer send(NativeSocket socket, std::span<const Bytes> buffers)
 {
     std::array<iovec, kMaxGathered> gathered;

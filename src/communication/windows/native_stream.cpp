@@ -115,11 +115,6 @@ Transfer receive(NativeSocket socket, MutableBytes first, MutableBytes second)
     return {static_cast<std::ptrdiff_t>(received), Failure::none};
 }
 
-Transfer send(NativeSocket socket, Bytes data)
-{
-    return send(socket, std::span{&data, 1});
-}
-
 Transfer send(NativeSocket socket, std::span<const Bytes> buffers)
 {
     std::array<WSABUF, kMaxGathered> gathered;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "datagram_buffer.h"
 #include "port_system.h"
+#include "readiness.h"
 #include "timer.h"
 
 #include <winsock2.h>

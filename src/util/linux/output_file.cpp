@@ -1,7 +1,6 @@
 #include "output_file.h"
 
 #include <cerrno>
-#include <optional>
 #include <system_error>
 
 #include <fcntl.h>
@@ -94,7 +93,7 @@ bool hasRoomFor(int file, std::size_t size)
 
 } // namespace
 
-OutputFile::Opening OutputFile::open(const std::filesystem::path& file)
+clOutputFile::Opening clOutputFile::open(const std::filesystem::path& file)
 {
     close();
     Opening how = Opening::made;
@@ -115,33 +114,33 @@ OutputFile::Opening OutputFile::open(const std::filesystem::path& file)
     return Opening::failed;
 }
 
-void OutputFile::close()
+void clOutputFile::close()
 {
     if (m_handle >= 0)
         ::close(descriptor(m_handle));
     m_handle = -1;
 }
 
-FileIdentity OutputFile::identity() const
+FileIdentity clOutputFile::identity() const
 {
     struct stat facts {};
     return ::fstat(descriptor(m_handle), &facts) == 0 ? identityOf(facts) : FileIdentity{};
 }
 
-bool OutputFile::isAt(const std::filesystem::path& file) const
+bool clOutputFile::isAt(const std::filesystem::path& file) const
 {
     struct stat facts {};
     return ::stat(file.c_str(), &facts) == 0 && identityOf(facts) == identity();
 }
 
-std::filesystem::path OutputFile::realName(const std::filesystem::path& file)
+std::filesystem::path clOutputFile::realName(const std::filesystem::path& file)
 {
     std::error_code failure;
     const std::filesystem::path name = std::filesystem::canonical(file, failure);
     return failure ? file : name;
 }
 
-bool OutputFile::replace(const void* data, std::size_t size)
+bool clOutputFile::replace(const void* data, std::size_t size)
 {
     const int file = descriptor(m_handle);
     const char* const bytes = static_cast<const char*>(data);
@@ -156,7 +155,7 @@ bool OutputFile::replace(const void* data, std::size_t size)
     return false;
 }
 
-void OutputFile::closeAndRemoveEmpty(const std::filesystem::path& file)
+void clOutputFile::closeAndRemoveEmpty(const std::filesystem::path& file)
 {
     struct stat facts {};
     const bool goes =

@@ -95,7 +95,7 @@ bool writeAll(HANDLE file, const char* data, std::size_t size)
 
 } // namespace
 
-OutputFile::Opening OutputFile::open(const std::filesystem::path& file)
+clOutputFile::Opening clOutputFile::open(const std::filesystem::path& file)
 {
     close();
     Opening how = Opening::made;
@@ -120,32 +120,32 @@ OutputFile::Opening OutputFile::open(const std::filesystem::path& file)
     return Opening::failed;
 }
 
-void OutputFile::close()
+void clOutputFile::close()
 {
     if (m_handle != -1)
         CloseHandle(handleOf(m_handle));
     m_handle = -1;
 }
 
-FileIdentity OutputFile::identity() const
+FileIdentity clOutputFile::identity() const
 {
     return identityOf(handleOf(m_handle));
 }
 
-bool OutputFile::isAt(const std::filesystem::path& file) const
+bool clOutputFile::isAt(const std::filesystem::path& file) const
 {
     const Handle there{file, FILE_READ_ATTRIBUTES};
     return there.get() != INVALID_HANDLE_VALUE && identityOf(there.get()) == identity();
 }
 
-std::filesystem::path OutputFile::realName(const std::filesystem::path& file)
+std::filesystem::path clOutputFile::realName(const std::filesystem::path& file)
 {
     std::error_code failure;
     const std::filesystem::path name = std::filesystem::absolute(file, failure);
     return failure ? file : name;
 }
 
-bool OutputFile::replace(const void* data, std::size_t size)
+bool clOutputFile::replace(const void* data, std::size_t size)
 {
     const HANDLE file = handleOf(m_handle);
     if (!hasRoomFor(file, size) || !setSize(file, 0))
@@ -157,7 +157,7 @@ bool OutputFile::replace(const void* data, std::size_t size)
     return false;
 }
 
-void OutputFile::closeAndRemoveEmpty(const std::filesystem::path& file)
+void clOutputFile::closeAndRemoveEmpty(const std::filesystem::path& file)
 {
     const FileIdentity own = identity();
     close();
