@@ -7,26 +7,6 @@ namespace zel::acquisition {
 
 namespace {
 
-/// Calls with the type that the values of a signal have.
-template <class Use>
-decltype(auto) withValueType(ValueType type, Use&& use)
-{
-    switch (type) {
-    case ValueType::int32:
-        return use.template operator()<std::int32_t>();
-    case ValueType::uint32:
-        return use.template operator()<std::uint32_t>();
-    case ValueType::float32:
-        return use.template operator()<float>();
-    case ValueType::int64:
-        return use.template operator()<std::int64_t>();
-    case ValueType::uint64:
-        return use.template operator()<std::uint64_t>();
-    default:
-        return use.template operator()<double>();
-    }
-}
-
 std::size_t aligned(std::size_t position)
 {
     return (position + 7) / 8 * 8;

@@ -4,7 +4,6 @@
 #include "plain_text.h"
 
 #include <charconv>
-#include <cstdio>
 #include <set>
 
 namespace zel::acquisition {
@@ -18,11 +17,10 @@ bool hasSeveral(const Setup& setup)
 
 std::string moduleLine(const Setup& setup, const ModuleInfo& module)
 {
-    char uuid[24];
-    std::snprintf(uuid, sizeof uuid, "0x%016llX", static_cast<unsigned long long>(module.uuid));
     return "# module: " +
-           printable((hasSeveral(setup) ? module.label + ", " : "") + uuid + " at " +
-                     module.address + (module.name.empty() ? "" : ", name " + module.name)) +
+           printable((hasSeveral(setup) ? module.label + ", " : "") + uuidText(module.uuid) +
+                     " at " + module.address +
+                     (module.name.empty() ? "" : ", name " + module.name)) +
            '\n';
 }
 

@@ -19,8 +19,7 @@ std::string nameWith(const std::string& name, const std::string& inserted)
 
 CsvSink::CsvSink(const Setup& setup, const Options& options)
     : m_name(options.target.name.empty() ? "standard output" : options.target.name),
-      m_counts(options.counts ? options.counts : std::make_shared<Counts>()),
-      m_calledAt(Clock::now())
+      m_counts(options.counts ? options.counts : std::make_shared<Counts>())
 {
     try {
         makeTables(setup, options);
@@ -58,12 +57,12 @@ void CsvSink::makeTables(const Setup& setup, const Options& options)
 
 bool CsvSink::write(const Batch& batch)
 {
-    m_calledAt = Clock::now();
+    m_time.called();
     if (!writeTables())
         return false;
-    passTo(batch.receivedAt);
+    m_time.pass(batch.receivedAt);
     for (const auto& table : m_tables)
-        table->take(batch, m_now);
+        table->take(batch, m_time.now());
     writeTables(); // what finds no room comes first the next time
     count();
     return true;
@@ -71,31 +70,12 @@ bool CsvSink::write(const Batch& batch)
 
 bool CsvSink::flush()
 {
-    // Nothing has come since: what waits does so for as long.
-    const auto now = Clock::now();
-    if (m_receivedAt > 0) {
-        m_now += static_cast<std::uint64_t>(std::chrono::nanoseconds(now - m_calledAt).count());
-        m_calledAt = now;
-    }
+    m_time.idle();
     for (const auto& table : m_tables)
-        table->releaseOld(m_now);
+        table->releaseOld(m_time.now());
     const bool hasRoom = writeTables();
     count();
     return hasRoom;
-}
-
-/// The host's clock may be set.
-void CsvSink::passTo(std::uint64_t receivedAt)
-{
-    constexpr std::uint64_t kSecond = 1'000'000'000;
-    if (receivedAt == 0)
-        return; // nobody has received it
-    if (receivedAt > m_receivedAt) {
-        m_now += m_receivedAt > 0 ? receivedAt - m_receivedAt : 1;
-        m_receivedAt = receivedAt;
-    } else if (m_receivedAt - receivedAt > kSecond) {
-        m_receivedAt = receivedAt;
-    }
 }
 
 bool CsvSink::writeTables()

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "csv_table.h"
+#include "receipt_time.h"
 #include "sink.h"
 
 #include <atomic>
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -62,22 +62,14 @@ public:
     std::string name() const override { return m_name; }
 
 private:
-    using Clock = std::chrono::steady_clock;
-
     void makeTables(const Setup& setup, const Options& options);
     bool writeTables();
-    void passTo(std::uint64_t receivedAt);
     void count();
 
     std::string m_name;
     const std::shared_ptr<Counts> m_counts;
     std::vector<std::unique_ptr<CsvTable>> m_tables;
-
-    // The time that the rows wait by: of the receipt of batches, so that it stands still while the
-    // disk keeps this waiting.
-    std::uint64_t m_now = 0;        // nanoseconds
-    std::uint64_t m_receivedAt = 0; // of the newest batch
-    Clock::time_point m_calledAt;   // write()
+    ReceiptTime m_time;
 };
 
 } // namespace zel::acquisition

@@ -3,7 +3,6 @@
 #include "csv_lines.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 
 namespace zel::acquisition {
@@ -37,32 +36,7 @@ T at(const std::byte* bytes, std::size_t position)
 
 char* putTyped(char* place, ValueType type, const std::byte* values, std::size_t position)
 {
-    switch (type) {
-    case ValueType::int32:
-        return putValue(place, at<std::int32_t>(values, position));
-    case ValueType::uint32:
-        return putValue(place, at<std::uint32_t>(values, position));
-    case ValueType::float32:
-        return putValue(place, at<float>(values, position));
-    case ValueType::int64:
-        return putValue(place, at<std::int64_t>(values, position));
-    case ValueType::uint64:
-        return putValue(place, at<std::uint64_t>(values, position));
-    default:
-        return putValue(place, at<double>(values, position));
-    }
-}
-
-/// Whether it tells anything that the estimate before did not.
-bool isNotable(const ClockEstimate& clock, const ClockEstimate& before)
-{
-    const double since =
-        static_cast<double>(clock.moduleTime) - static_cast<double>(before.moduleTime);
-    const double foretold = static_cast<double>(before.offset) + before.drift * since;
-    const double error = std::fabs(static_cast<double>(clock.offset) - foretold);
-    return error > static_cast<double>(std::min(clock.uncertainty, before.uncertainty)) / 2 ||
-           clock.uncertainty < before.uncertainty / 2 ||
-           std::fabs(clock.drift - before.drift) > 1e-6;
+    return withValueType(type, [&]<class T>() { return putValue(place, at<T>(values, position)); });
 }
 
 } // namespace
@@ -230,18 +204,8 @@ void CsvTable::noteOldest(const Batch& batch)
 
 void CsvTable::noteClock(const Batch& batch)
 {
-    if (!batch.clock || !m_modules.contains(batch.clock->module))
-        return;
-    const ClockEstimate& clock = *batch.clock;
-    const auto [entry, isFirst] = m_clocks.try_emplace(clock.module, clock);
-    if (!isFirst) {
-        const std::uint64_t before = entry->second.moduleTime;
-        const bool isSoon = clock.moduleTime >= before && clock.moduleTime - before < 10 * kSecond;
-        if (isSoon || !isNotable(clock, entry->second))
-            return;
-        entry->second = clock;
-    }
-    m_notes.insert({clock.moduleTime, clockLine(m_setup, clock)});
+    if (batch.clock && m_modules.contains(batch.clock->module) && m_clocks.isNotable(*batch.clock))
+        m_notes.insert({batch.clock->moduleTime, clockLine(m_setup, *batch.clock)});
 }
 
 /// Those that were late and are not far behind any more are waited for again.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "batch.h"
+#include "clock_notes.h"
 #include "whole_output.h"
 
 #include <cstddef>
@@ -126,8 +127,8 @@ private:
     std::uint64_t m_oldestToCome = 0; // from a file
     std::size_t m_waiting = 0;        // bytes
     std::multimap<std::uint64_t, std::string> m_notes; // by when they belong
-    std::map<std::size_t, ClockEstimate> m_clocks;     // that were written, by module
-    std::size_t m_writeAt = 0;                         // size of the text from which it is written
+    ClockNotes m_clocks;
+    std::size_t m_writeAt = 0; // size of the text from which it is written
 
     bool m_hasHeading = false;
     std::uint64_t m_start = 0;  // time of the first row

@@ -6,6 +6,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 
 namespace zel::acquisition {
@@ -49,11 +50,12 @@ std::size_t lengthOfCharacter(std::string_view text)
     return std::all_of(rest.begin(), rest.end(), isContinuation) && !isOutside ? length : 0;
 }
 
-void addVisible(std::string& result, char byte)
+void addVisible(std::string& result, char byte, std::string_view prefix = "\\x")
 {
     constexpr std::string_view kDigits = "0123456789ABCDEF";
     const auto number = static_cast<unsigned char>(byte);
-    result += {'\\', 'x', kDigits[number >> 4U], kDigits[number & 15U]};
+    result += prefix;
+    result += {kDigits[number >> 4U], kDigits[number & 15U]};
 }
 
 } // namespace
@@ -113,6 +115,33 @@ std::string quoted(std::string_view text)
         field += c;
     }
     return printable(field + '"');
+}
+
+std::string jsonText(std::string_view text)
+{
+    std::string result = "\"";
+    while (!text.empty()) {
+        const std::size_t length = lengthOfCharacter(text);
+        const char c = text[0];
+        if (length == 0) {
+            result += '\\';
+            addVisible(result, c);
+        } else if (length == 1 && (c < ' ' || c == '\x7F')) {
+            addVisible(result, c, "\\u00");
+        } else {
+            result += c == '"' || c == '\\' ? "\\" : "";
+            result += text.substr(0, length);
+        }
+        text.remove_prefix(std::max<std::size_t>(length, 1));
+    }
+    return result + '"';
+}
+
+std::string uuidText(std::uint64_t uuid)
+{
+    char text[24];
+    std::snprintf(text, sizeof text, "0x%016llX", static_cast<unsigned long long>(uuid));
+    return text;
 }
 
 std::string rateText(std::uint64_t millihertz)

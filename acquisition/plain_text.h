@@ -36,6 +36,11 @@ std::string printable(std::string_view text);
 /// In quotation marks, those within doubled, and printable.
 std::string quoted(std::string_view text);
 
+/// In quotation marks, as JSON has texts; bytes that are no UTF-8 made visible.
+std::string jsonText(std::string_view text);
+
+/// "0x0000001234AB0001"
+std::string uuidText(std::uint64_t uuid);
 /// "1200", "0.5": hertz.
 std::string rateText(std::uint64_t millihertz);
 /// Millihertz; nothing for what is no rate above 0.

@@ -16,6 +16,26 @@ constexpr std::size_t sizeOf(ValueType type)
                                                                                                : 8;
 }
 
+/// use.template operator()<T>() with the type of the values.
+template <class Use>
+decltype(auto) withValueType(ValueType type, Use&& use)
+{
+    switch (type) {
+    case ValueType::int32:
+        return use.template operator()<std::int32_t>();
+    case ValueType::uint32:
+        return use.template operator()<std::uint32_t>();
+    case ValueType::float32:
+        return use.template operator()<float>();
+    case ValueType::int64:
+        return use.template operator()<std::int64_t>();
+    case ValueType::uint64:
+        return use.template operator()<std::uint64_t>();
+    default:
+        return use.template operator()<double>();
+    }
+}
+
 /// A module of a recording, as it was when that began.
 struct ModuleInfo {
     std::string label; ///< unique within the recording; names its group in a file
