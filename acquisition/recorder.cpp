@@ -260,7 +260,7 @@ void Recorder::openTriggered()
     Windows windows;
     for (std::size_t i = 0; i < m_sources.size(); ++i) {
         const std::uint64_t at = i == event.module ? event.time : moduleTime(i, host);
-        windows.push_back({earlier(at, m_plan.preTrigger),
+        windows.push_back({earlier(at, m_plan.preTrigger + kRounding),
                            m_plan.duration == 0 ? RecordingPart::kOpen
                                                 : endOf(at, m_plan.duration)});
     }

@@ -255,7 +255,7 @@ void convert(CommandOutput& output, const FileArguments& arguments)
             throw CommandFailure({.problem = arguments.file + " is still being recorded",
                                   .advice = "what is in it now can be read with any program that "
                                             "reads HDF5 while it is written"});
-        RecordingSinks sinks(output, request, reader->setup());
+        RecordingSinks sinks(output, request, reader->setup(), true);
         const auto sink = std::move(sinks.make(1, reader->setup().begin).front());
         std::uint64_t samples = 0;
         std::uint64_t gaps = 0;
@@ -323,8 +323,8 @@ void addFileCommands(CLI::App& app, Application& application)
         command.add_option("INTO", arguments->into, "The new file")->required();
         command
             .add_option("--format", arguments->format,
-                        "csv or h5; otherwise as the new file's name ends")
-            ->check(CLI::IsMember({"csv", "h5", "hdf5"}))
+                        "csv, h5, jsonl or f32; otherwise as the new file's name ends")
+            ->check(CLI::IsMember({"csv", "h5", "hdf5", "jsonl", "f32"}))
             ->option_text("FORMAT");
         command.add_option("--deflate", arguments->deflate, "HDF5: compress, 1 (fast) to 9")
             ->check(CLI::Range(0, 9))

@@ -562,7 +562,7 @@ void addRecordCommand(CLI::App& app, Application& application)
                      "  zel record 192.168.169.20 'AnalogIn_*' 192.168.169.21 all --out run.h5\n"
                      "  zel record 192.168.169.20 Force --trigger 'Force rising 5' --before 1 \\\n"
                      "      --duration 3 --repeat 0 --out crash.h5\n"
-                     "  zel record 192.168.169.20 Force | my-program\n"
+                     "  zel record 192.168.169.20 Force --format jsonl | my-program\n"
                      "  zel record --from run.toml"});
     const auto arguments = std::make_shared<RecordArguments>();
     const auto text = [&](const std::string& name, std::string& value, const std::string& help,
@@ -582,8 +582,8 @@ void addRecordCommand(CLI::App& app, Application& application)
     text("--out", arguments->file, "File for the values; otherwise, and for '-', standard output",
          "FILE");
     text("--format", arguments->format,
-         "csv or h5; otherwise as the file's name ends (.h5), else csv", "FORMAT")
-        ->check(CLI::IsMember({"csv", "h5", "hdf5"}));
+         "csv, h5, jsonl or f32; otherwise as the file's name ends (.h5), else csv", "FORMAT")
+        ->check(CLI::IsMember({"csv", "h5", "hdf5", "jsonl", "f32"}));
     command.add_flag("--force", arguments->mayReplace, "Replace the file if it is there");
     text("--split", arguments->split, "Begin a new file after 1h, or after 1GB", "TIME|SIZE");
     command.add_flag("--file-for-each-rate", arguments->hasFileForEachRate,

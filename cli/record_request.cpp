@@ -173,6 +173,10 @@ std::optional<RecordingFormat> formatNamed(const std::string& name)
         return RecordingFormat::csv;
     if (name == "h5" || name == "hdf5")
         return RecordingFormat::hdf5;
+    if (name == "jsonl")
+        return RecordingFormat::jsonLines;
+    if (name == "f32")
+        return RecordingFormat::float32;
     return {};
 }
 

@@ -10,7 +10,7 @@
 
 namespace zel::cli {
 
-enum class RecordingFormat : std::uint8_t { csv, hdf5 };
+enum class RecordingFormat : std::uint8_t { csv, hdf5, jsonLines, float32 };
 
 /// What 'zel record' is asked for, from its command line or from a file.
 struct RecordRequest {
@@ -45,7 +45,7 @@ std::optional<std::uint64_t> dataSize(const std::string& text);
 std::optional<std::uint64_t> pointInTime(const std::string& text);
 std::optional<RecordingFormat> formatNamed(const std::string& name);
 
-/// By the name: ".h5" and ".hdf5" are HDF5; all else is CSV.
+/// By the name: ".h5" and ".hdf5" are HDF5, ".jsonl" JSON lines, ".f32" raw; all else is CSV.
 RecordingFormat formatOf(const RecordRequest& request);
 
 /// The file of one part of a recording that has several: "run-2026-11-21T18-00-00.h5".

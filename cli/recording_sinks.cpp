@@ -1,7 +1,9 @@
 #include "recording_sinks.h"
 
 #include "file_content.h"
+#include "float32_sink.h"
 #include "hdf5_sink.h"
+#include "jsonl_sink.h"
 
 #include <algorithm>
 #include <chrono>
@@ -10,8 +12,12 @@
 namespace zel::cli {
 
 RecordingSinks::RecordingSinks(CommandOutput& output, const RecordRequest& request,
-                               const acquisition::Setup& setup)
-    : m_output(output), m_request(request), m_setup(setup), m_format(formatOf(request))
+                               const acquisition::Setup& setup, bool isFromFile)
+    : m_output(output),
+      m_request(request),
+      m_setup(setup),
+      m_format(formatOf(request)),
+      m_isFromFile(isFromFile)
 {
 }
 
@@ -60,9 +66,20 @@ std::vector<std::unique_ptr<acquisition::iSink>> RecordingSinks::make(std::size_
         sinks.push_back(std::make_unique<Hdf5Sink>(options, m_setup));
         break;
     }
+    case RecordingFormat::jsonLines:
+        sinks.push_back(std::make_unique<JsonlSink>(m_setup, target));
+        break;
+    case RecordingFormat::float32: {
+        Float32Sink::Options options;
+        options.target = target;
+        options.isFromFile = m_isFromFile;
+        sinks.push_back(std::make_unique<Float32Sink>(m_setup, options));
+        break;
+    }
     default: {
         CsvSink::Options options;
         options.target = target;
+        options.isFromFile = m_isFromFile;
         options.isFileForEachRate = m_request.hasFileForEachRate;
         options.counts = std::make_shared<CsvSink::Counts>();
         sinks.push_back(std::make_unique<CsvSink>(m_setup, options));

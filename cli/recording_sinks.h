@@ -17,9 +17,9 @@ namespace zel::cli {
 /// Makes the sinks of a recording's parts in the format that is asked for.
 class RecordingSinks {
 public:
-    /// The request must outlive this, and the setup the sinks.
+    /// The request must outlive this, and the setup the sinks. `isFromFile`: nothing comes late.
     RecordingSinks(CommandOutput& output, const RecordRequest& request,
-                   const acquisition::Setup& setup);
+                   const acquisition::Setup& setup, bool isFromFile = false);
 
     /// For a part that begins at this time. Throws SinkFailure.
     std::vector<std::unique_ptr<acquisition::iSink>> make(std::size_t number, std::uint64_t begin);
@@ -39,6 +39,7 @@ private:
     const RecordRequest& m_request;
     const acquisition::Setup& m_setup;
     const RecordingFormat m_format;
+    const bool m_isFromFile;
 
     mutable std::mutex m_mutex;
     // under m_mutex

@@ -156,7 +156,7 @@ void readRecording(const RunFile& file, const toml::table& table, RecordRequest&
     if (const auto format = file.text(table, "format")) {
         request.format = formatNamed(*format);
         if (!request.format)
-            file.refuse(*table.get("format"), "'format' is csv or h5");
+            file.refuse(*table.get("format"), "'format' is one of csv, h5, jsonl and f32");
     }
     request.mayReplace = file.flag(table, "force", false);
     request.hasFileForEachRate = file.flag(table, "file-for-each-rate", false);
