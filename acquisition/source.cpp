@@ -88,7 +88,13 @@ void Source::subscribe(std::uint64_t start)
 
 Source::Clock::time_point Source::step(Block& block)
 {
-    return m_subscription ? fetch(block) : dial();
+    try {
+        return m_subscription ? fetch(block) : dial();
+    } catch (const std::bad_alloc&) {
+        // What has come and found no room is missing before what comes next.
+        m_decoder.interrupt(Cause::queue);
+        return Clock::now() + kFirstDelay;
+    }
 }
 
 Source::Clock::time_point Source::fetch(Block& block)

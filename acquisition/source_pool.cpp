@@ -16,13 +16,18 @@ constexpr std::size_t kBlock = std::size_t{4} << 20U;
 
 SourcePool::SourcePool(const std::vector<std::unique_ptr<Source>>& sources) : m_sources(sources)
 {
-    const std::lock_guard lock{m_mutex};
     const Clock::time_point now = Clock::now();
     for (std::size_t i = 0; i < sources.size(); ++i)
         m_due.insert({now, i});
-    while (m_threads.size() < std::min(kFewThreads, sources.size()))
-        addThreadLocked();
-    m_watcher = std::thread{[this] { watch(); }};
+    try {
+        const std::lock_guard lock{m_mutex};
+        while (m_threads.size() < std::min(kFewThreads, sources.size()))
+            addThreadLocked();
+        m_watcher = std::thread{[this] { watch(); }};
+    } catch (const std::exception&) {
+        stop();
+        throw;
+    }
 }
 
 void SourcePool::addThreadLocked()

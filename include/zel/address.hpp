@@ -52,20 +52,22 @@ struct ModuleTarget {
 /// An IPv4 address as a number, its first part on top; nothing for any other text.
 inline std::optional<std::uint32_t> ipv4(std::string_view text)
 {
-    std::uint32_t address = 0;
+    std::optional<std::uint32_t> address = 0U;
     const char* position = text.data();
     const char* const end = position + text.size();
-    for (int part = 0; part < 4; ++part) {
-        if (part > 0 && (position == end || *position++ != '.'))
-            return {};
+    for (int part = 0; part < 4 && address; ++part) {
+        const bool isSeparated = part == 0 || (position != end && *position++ == '.');
         std::uint32_t value = 0;
         const auto read = std::from_chars(position, end, value);
-        if (read.ec != std::errc{} || value > 255)
-            return {};
         position = read.ptr;
-        address = address << 8U | value;
+        if (isSeparated && read.ec == std::errc{} && value <= 255)
+            address = *address << 8U | value;
+        else
+            address.reset();
     }
-    return position == end ? std::optional{address} : std::nullopt;
+    if (position != end)
+        address.reset();
+    return address;
 }
 
 namespace detail {
