@@ -87,7 +87,7 @@ void SourcePool::watch()
     while (!m_mustStop) {
         m_watchCondition.wait_for(lock, kOverdue / 2);
         const bool isOverdue =
-            !m_due.empty() && m_due.begin()->time + kOverdue < Clock::now();
+            !m_due.empty() && m_due.begin()->time < Clock::now() - kOverdue;
         if (m_mustStop || !isOverdue || m_threads.size() >= m_sources.size())
             continue;
         try {

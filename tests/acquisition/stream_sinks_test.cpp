@@ -85,7 +85,8 @@ protected:
     {
         const std::string bytes = contentOf(options.target.name);
         std::vector<float> numbers(bytes.size() / sizeof(float));
-        std::memcpy(numbers.data(), bytes.data(), bytes.size());
+        if (!bytes.empty())
+            std::memcpy(numbers.data(), bytes.data(), bytes.size());
         std::vector<std::vector<float>> rows;
         for (std::size_t i = 0; i < numbers.size(); ++i) {
             if (i % setup.signals.size() == 0)
