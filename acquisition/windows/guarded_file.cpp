@@ -80,6 +80,8 @@ GuardedFile::GuardedFile(const std::string& name, Opening opening)
     }
     std::error_code ignored;
     const bool isThere = std::filesystem::exists(m_path, ignored);
+    if (isThere && std::filesystem::is_directory(m_path, ignored))
+        throw Failure(name + " is a folder");
     if (!m_isNew && opening == Opening::create && isThere)
         throw Failure(name + " is there already");
     if (!m_isNew && opening != Opening::create && isThere) {

@@ -88,6 +88,12 @@ struct MethodId {
         : service(serviceNumber), method(methodNumber)
     {
     }
+    // Before those that use it: not every compiler looks further.
+    template <class Method>
+    constexpr MethodId(Service its, Method known)
+        : MethodId(static_cast<std::uint16_t>(its), static_cast<std::uint16_t>(known))
+    {
+    }
     constexpr MethodId(ParameterMethod known) : MethodId(Service::parameters, known) {}
     constexpr MethodId(StatusMethod known) : MethodId(Service::status, known) {}
     constexpr MethodId(ControlMethod known) : MethodId(Service::control, known) {}
@@ -95,13 +101,6 @@ struct MethodId {
     constexpr MethodId(SystemMethod known) : MethodId(Service::system, known) {}
 
     auto operator<=>(const MethodId&) const = default;
-
-private:
-    template <class Method>
-    constexpr MethodId(Service its, Method known)
-        : MethodId(static_cast<std::uint16_t>(its), static_cast<std::uint16_t>(known))
-    {
-    }
 };
 
 /// How the log names a method: "Srv: PARAM Mthd: readPar"; numbers stand where there is no name.

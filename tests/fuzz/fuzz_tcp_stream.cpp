@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <string>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -18,35 +19,36 @@ namespace {
 
 using namespace zel;
 
-struct ConnectedPair {
-    int module = -1;
-    int host = -1;
-};
-
-ConnectedPair connectOverLoopback()
-{
-    static const int listening = [] {
-        const int made = ::socket(AF_INET, SOCK_STREAM, 0);
+/// A socket that listens, for as long as the process lives.
+struct Listening {
+    Listening()
+    {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (bind(made, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-            listen(made, 4) != 0)
+        socklen_t length = sizeof address;
+        if (bind(socket, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+            listen(socket, 4) != 0 ||
+            getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length) != 0)
             std::abort();
-        return made;
-    }();
-    sockaddr_in address{};
-    socklen_t length = sizeof address;
-    getsockname(listening, reinterpret_cast<sockaddr*>(&address), &length);
-    ConnectedPair pair;
-    pair.module = ::socket(AF_INET, SOCK_STREAM, 0);
+        port = std::to_string(ntohs(address.sin_port));
+    }
+
+    const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
+    std::string port;
+};
+
+/// Connects, and gives the module's end.
+int connectOverLoopback(communication::SocketNonblocking& host)
+{
+    static const Listening listening;
+    if (host.connect("127.0.0.1", listening.port) != 0)
+        std::abort();
+    const int module = accept(listening.socket, nullptr, nullptr);
     // Ended with RST, so that no port waits: the fuzzer opens thousands a second.
     const linger none{1, 0};
-    setsockopt(pair.module, SOL_SOCKET, SO_LINGER, &none, sizeof none);
-    if (connect(pair.module, reinterpret_cast<sockaddr*>(&address), length) != 0)
-        std::abort();
-    pair.host = accept(listening, nullptr, nullptr);
-    return pair;
+    setsockopt(module, SOL_SOCKET, SO_LINGER, &none, sizeof none);
+    return module;
 }
 
 /// The fuzzer's own clock interrupts whatever is under way; what blocks must go on.
@@ -120,25 +122,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ++data;
     --size;
 
-    const ConnectedPair pair = connectOverLoopback();
     sys::EventLoop loop;
     Listener listener{loop};
+    int module = -1;
     {
-        auto socket = std::make_shared<communication::SocketNonblocking>(pair.host, loop);
+        auto socket = std::make_shared<communication::SocketNonblocking>(loop);
+        module = connectOverLoopback(*socket);
         const auto handler =
             std::make_shared<clTcpTelHndlr>(std::move(socket), 0x1234, 0x5678, listener);
-        if (send(pair.module, data, cut, MSG_NOSIGNAL) < 0)
+        if (send(module, data, cut, MSG_NOSIGNAL) < 0)
             std::abort();
         handler->start();
         sys::Timer later{loop};
-        later.set(0, false, [&](bool) {
+        later.set(0, [&] {
             // The handler may have given the connection up by now: then the rest does not arrive.
-            static_cast<void>(!send(pair.module, data + cut, size - cut, MSG_NOSIGNAL));
-            shutdown(pair.module, SHUT_WR);
+            static_cast<void>(!send(module, data + cut, size - cut, MSG_NOSIGNAL));
+            shutdown(module, SHUT_WR);
         });
         loop.execute();
     }
-    close(pair.module);
+    close(module);
     if (listener.losses != 1 || listener.arrivals != goodTelegrams(data, size))
         std::abort();
     return 0;
